@@ -1,0 +1,32 @@
+// The built-in platform for Linux desktops and servers: GLib's default main context as the
+// main queue, a JSON defaults file in the XDG config folder, ICU for text and locales, and an
+// application bundle laid out as a directory.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "kolvane/bundle.h"
+#include "kolvane/platform.h"
+
+namespace kolvane {
+
+struct LinuxPlatformOptions {
+  // The app's bundle directory. Empty: $KOLVANE_BUNDLE, else the executable's folder.
+  std::string bundlePath;
+  // Where the defaults file and the documents folder live. Empty: $XDG_CONFIG_HOME (or
+  // ~/.config) and $XDG_DATA_HOME (or ~/.local/share).
+  std::string configHome;
+  std::string dataHome;
+};
+
+// Example:
+//   LinuxPlatformOptions options;
+//   options.bundlePath = "/opt/myapp/MyApp.app";
+//   Platform::install(makeLinuxPlatform(options));
+std::shared_ptr<Platform> makeLinuxPlatform(const LinuxPlatformOptions& options = {});
+
+// A bundle directory: Info.plist, <lang>.lproj/<table>.strings, resources such as fr_FR.xlf.
+std::shared_ptr<Bundle> makeDirectoryBundle(const std::string& path);
+
+}  // namespace kolvane

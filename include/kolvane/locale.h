@@ -1,0 +1,25 @@
+// A locale named by its platform identifier (parts joined by underscores, such as fr_FR or
+// zh_Hans_CN). A plain value; safe to copy between threads.
+#pragma once
+
+#include <string>
+
+namespace kolvane {
+
+class Locale {
+ public:
+  explicit Locale(std::string identifier) : identifier_(std::move(identifier)) {}
+
+  const std::string& localeIdentifier() const { return identifier_; }
+  // The ISO language and region codes as the platform's locale services read them from the
+  // identifier; empty when the identifier has none.
+  std::string languageCode() const;
+  std::string countryCode() const;
+
+  bool operator==(const Locale&) const = default;
+
+ private:
+  std::string identifier_;
+};
+
+}  // namespace kolvane

@@ -1,0 +1,108 @@
+// The services Kolvane needs from the operating system. A host may install its own Platform
+// once, before starting Kolvane; otherwise the built-in one for this system is used.
+// Tests install fakes.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+
+namespace kolvane {
+
+class Bundle;
+
+// Runs tasks on the main thread.
+class MainQueue {
+ public:
+  virtual ~MainQueue() = default;
+  // Queues `task` to run on the main thread after the caller returns. Any thread may call.
+  virtual void post(std::function<void()> task) = 0;
+};
+
+// The app's persistent settings, as JSON values by key. Main thread only.
+class UserDefaults {
+ public:
+  virtual ~UserDefaults() = default;
+  virtual std::optional<nlohmann::json> objectForKey(std::string_view key) const = 0;
+  virtual void setObject(std::string_view key, nlohmann::json value) = 0;
+  virtual void removeObjectForKey(std::string_view key) = 0;
+  // Writes the settings to disk now. False when that failed; the file on disk then still holds
+  // the previous settings, whole.
+  virtual bool synchronize() = 0;
+};
+
+// What a strings table or property list file holds: key to text, or why it could not be read.
+struct StringsFileError {
+  std::string message;  // with the line number where the text format is at fault
+};
+using StringsTable = std::map<std::string, std::u16string>;
+using StringsFileResult = std::variant<StringsTable, StringsFileError>;
+
+// Files and folders. Any thread may call.
+class FileSystem {
+ public:
+  virtual ~FileSystem() = default;
+  virtual bool fileExists(const std::string& path) const = 0;
+  virtual std::optional<std::string> readFile(const std::string& path) const = 0;
+  // Replaces the file whole: after a crash at any point the path holds either the old
+  // contents or the new ones. Creates missing parent folders.
+  virtual bool writeFileAtomically(const std::string& path, std::string_view bytes) = 0;
+  virtual bool removeFile(const std::string& path) = 0;
+  // Reads a ".strings" table (text, XML or binary property list) into key to text.
+  virtual StringsFileResult readStringsFile(const std::string& path) const = 0;
+};
+
+// Unicode and locale services. Any thread may call.
+class TextServices {
+ public:
+  virtual ~TextServices() = default;
+  // Full Unicode lower-casing, independent of any locale.
+  virtual std::u16string lowercase(std::u16string_view text) const = 0;
+  // The identifier of the locale the process runs in (such as en_US).
+  virtual std::string currentLocaleIdentifier() const = 0;
+  virtual std::string languageCode(std::string_view localeIdentifier) const = 0;
+  virtual std::string countryCode(std::string_view localeIdentifier) const = 0;
+  // Display names in the current locale; none when the code is not known.
+  virtual std::optional<std::string> languageDisplayName(std::string_view languageCode) const = 0;
+  virtual std::optional<std::string> countryDisplayName(std::string_view countryCode) const = 0;
+};
+
+// Where log lines go. Any thread may call.
+class LogSink {
+ public:
+  virtual ~LogSink() = default;
+  virtual void writeLine(std::string_view line) = 0;
+};
+
+class Platform {
+ public:
+  virtual ~Platform() = default;
+
+  virtual MainQueue& mainQueue() = 0;
+  virtual UserDefaults& userDefaults() = 0;
+  virtual FileSystem& fileSystem() = 0;
+  virtual const TextServices& textServices() const = 0;
+  virtual LogSink& logSink() = 0;
+  // The application's own bundle.
+  virtual const Bundle& mainBundle() const = 0;
+  // The user's documents folder for this app (not created here).
+  virtual std::string documentsFolder() const = 0;
+  // Seconds since 1970.
+  virtual double now() const = 0;
+  // The hardware model of the machine (the `machine` field of uname).
+  virtual std::string deviceName() const = 0;
+
+  // The installed platform, or the built-in one for this system made on first use.
+  static Platform& current();
+  // Installs `platform` for the whole process. Call it before starting Kolvane, while no other
+  // thread uses Kolvane. The previous platform stays alive until the process ends, so
+  // references to it stay valid.
+  static void install(std::shared_ptr<Platform> platform);
+};
+
+}  // namespace kolvane

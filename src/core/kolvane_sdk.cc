@@ -1,0 +1,21 @@
+#include "core/main_controller.h"
+#include "kolvane/kolvane.h"
+
+namespace kolvane {
+
+const double KolvaneSDKVersionNumber = 0.1;
+const unsigned char KolvaneSDKVersionString[] = "@(#)PROGRAM:Kolvane  PROJECT:Kolvane-0.1\n";
+
+void KolvaneSDK::startWithProjectId(const std::optional<std::string>& projectId,
+                                    const nlohmann::json& options) {
+  KVMainController::sharedInstance().startWithProjectId(projectId, options);
+}
+
+std::optional<Locale> KolvaneSDK::locale() { return KVMainController::sharedInstance().locale(); }
+
+std::u16string KolvaneSDK::pluralizedStringWithKey(std::string_view key,
+                                                   const std::optional<Number>& value) {
+  return KVMainController::sharedInstance().pluralizedStringWithKey(key, value);
+}
+
+}  // namespace kolvane

@@ -1,0 +1,106 @@
+// The lookups: forward by key (the bundle hook and plural strings), and back from a displayed
+// cue text to its record. Any thread; they only read the stores.
+#include <optional>
+
+#include "core/bundle_hook.h"
+#include "core/locale_strings.h"
+#include "core/main_controller.h"
+#include "kolvane/kolvane.h"
+#include "kolvane/platform.h"
+#include "strings/cues.h"
+#include "strings/plural_form.h"
+#include "strings/utf.h"
+
+namespace kolvane {
+namespace {
+
+void logFound(std::string_view key, const std::u16string& text, std::string_view source) {
+  if (!debugEnabled()) return;
+  kvLog(std::string(key) + ": \"" + toUtf8(text) + "\" (" + std::string(source) + ")");
+}
+
+std::u16string withOuterCues(std::u16string_view text) {
+  std::u16string whole(text);
+  if (whole.empty() || whole.front() != kv_beginCue) whole.insert(whole.begin(), kv_beginCue);
+  if (whole.back() != kv_endCue) whole += kv_endCue;
+  return whole;
+}
+
+std::optional<std::u16string> pluralFrom(const std::shared_ptr<KVLocaleStrings>& store,
+                                         std::string_view key, const std::optional<Number>& value) {
+  if (!store) return std::nullopt;
+  const std::string category = KVPluralForm::pluralFormForValue(value, store->locale());
+  return store->localizedStringForKey(key, category);
+}
+
+}  // namespace
+
+std::u16string KolvaneLocalizedStringForKey(const Bundle& self, std::string_view selector,
+                                            std::string_view key, std::u16string_view value,
+                                            std::string_view table) {
+  const KVMainController& controller = KVMainController::sharedInstance();
+  if (const auto store = controller.localeStrings()) {
+    if (auto found = store->localizedStringForKey(key)) {
+      logFound(key, *found, "from current locale strings");
+      return *found;
+    }
+  }
+  if (const auto base = controller.baseLocaleStrings()) {
+    if (auto found = base->localizedStringForKey(key)) {
+      logFound(key, *found, "from base");
+      return *found;
+    }
+  }
+  // Called directly, without the hook installed, there is no stored implementation: the
+  // bundle's own lookup is the one to fall back on.
+  const Bundle::LocalizedStringImp own = LocalizedStringForKeyIMP.load(std::memory_order_acquire);
+  const std::u16string platformText = own != nullptr
+                                          ? own(self, selector, key, value, table)
+                                          : self.platformLocalizedStringForKey(key, value, table);
+  return kv_stringWithCues(platformText);
+}
+
+std::shared_ptr<KVString> KVMainController::kolvaneStringForLocalizedString(
+    std::u16string_view text) const {
+  const std::u16string hash = Platform::current().textServices().lowercase(withOuterCues(text));
+  if (const auto store = localeStrings()) {
+    if (auto found = store->kolvaneStringForLocalizedString(hash)) return found;
+  }
+  const auto base = baseLocaleStrings();
+  return base ? base->kolvaneStringForLocalizedString(hash) : nullptr;
+}
+
+std::shared_ptr<KVString> KVMainController::kolvaneStringWithNonNestedString(
+    std::u16string_view text, std::optional<std::vector<KVArgumentValue>>* values) const {
+  static const std::u16string kEmptiedArgument{kv_beginCue, kv_endCue};
+  const bool valuesInUse = values != nullptr && values->has_value();
+  std::vector<KVArgumentValue> collected;
+  std::size_t next = 0;
+  const std::u16string emptied = kv_enumerateCuesUsingBlock(text, [&](std::u16string_view content) {
+    if (valuesInUse && content == kEmptiedArgument) {
+      if (next >= (*values)->size()) {
+        if (debugEnabled()) {
+          kvLog("Nested string out of bounds " + toUtf8(kv_stringShowingCues(text)) + " " +
+                std::to_string((*values)->size()) + " values");
+        }
+      } else {
+        collected.push_back((**values)[next++]);
+      }
+    } else {
+      collected.emplace_back(std::u16string(content));
+    }
+    return std::optional<std::u16string>(u"");
+  });
+  auto found = kolvaneStringForLocalizedString(emptied);
+  if (values != nullptr) *values = std::move(collected);
+  return found;
+}
+
+std::u16string KVMainController::pluralizedStringWithKey(std::string_view key,
+                                                         const std::optional<Number>& value) const {
+  if (auto found = pluralFrom(localeStrings(), key, value)) return *found;
+  if (auto found = pluralFrom(baseLocaleStrings(), key, value)) return *found;
+  return Platform::current().mainBundle().localizedStringForKey(key, u"", "");
+}
+
+}  // namespace kolvane

@@ -1,0 +1,147 @@
+#include "platform/linux/directory_bundle.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+
+#include "platform/linux/posix_file_system.h"
+#include "platform/linux/property_list.h"
+#include "strings/utf.h"
+
+namespace kolvane {
+namespace {
+
+constexpr std::string_view kLprojSuffix = ".lproj";
+
+std::vector<std::string> localizationsIn(const std::string& path) {
+  std::vector<std::string> names;
+  std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator(path, error)) {
+    const std::string name = entry.path().filename().string();
+    if (name.size() > kLprojSuffix.size() && name.ends_with(kLprojSuffix)) {
+      names.push_back(name.substr(0, name.size() - kLprojSuffix.size()));
+    }
+  }
+  return names;
+}
+
+// "fr_FR.UTF-8@euro" → "fr_FR".
+std::string withoutCodesetAndModifier(std::string language) {
+  language = language.substr(0, language.find('@'));
+  return language.substr(0, language.find('.'));
+}
+
+bool contains(const std::vector<std::string>& names, const std::string& name) {
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+std::string regularFile(const std::string& path) {
+  std::error_code error;
+  return std::filesystem::is_regular_file(path, error) ? path : std::string();
+}
+
+}  // namespace
+
+std::vector<std::string> processLanguages() {
+  std::vector<std::string> languages;
+  if (const char* list = std::getenv("LANGUAGE"); list != nullptr) {
+    std::string_view rest(list);
+    while (!rest.empty()) {
+      const std::size_t colon = rest.find(':');
+      if (colon != 0) languages.emplace_back(rest.substr(0, colon));
+      if (colon == std::string_view::npos) break;
+      rest.remove_prefix(colon + 1);
+    }
+  }
+  for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+    const char* value = std::getenv(variable);
+    if (value != nullptr && *value != '\0') {
+      languages.emplace_back(value);
+      break;
+    }
+  }
+  return languages;
+}
+
+std::string bestLocalization(const std::vector<std::string>& available,
+                             const std::vector<std::string>& wanted, const std::string& fallback) {
+  for (const std::string& entry : wanted) {
+    const std::string language = withoutCodesetAndModifier(entry);
+    if (language.empty() || language == "C" || language == "POSIX") continue;
+    std::string hyphenated = language;
+    std::replace(hyphenated.begin(), hyphenated.end(), '_', '-');
+    const std::string bare = language.substr(0, language.find('_'));
+    for (const std::string& candidate : {language, hyphenated, bare}) {
+      if (contains(available, candidate)) return candidate;
+    }
+  }
+  return contains(available, fallback) ? fallback : std::string();
+}
+
+DirectoryBundle::DirectoryBundle(std::string path) : path_(std::move(path)) {
+  if (const auto bytes = readWholeFile(path_ + "/Info.plist")) {
+    info_ = readPropertyListStrings(*bytes).value_or(std::map<std::string, std::string>());
+  }
+  const std::string development = infoString("CFBundleDevelopmentRegion").value_or("en");
+  preferred_ = bestLocalization(localizationsIn(path_), processLanguages(), development);
+}
+
+std::optional<std::string> DirectoryBundle::infoString(std::string_view key) const {
+  const auto found = info_.find(std::string(key));
+  if (found == info_.end()) return std::nullopt;
+  return found->second;
+}
+
+std::optional<std::string> DirectoryBundle::pathForResource(std::string_view name,
+                                                            std::string_view type,
+                                                            std::string_view localization) const {
+  std::string file(name);
+  if (!type.empty()) file += "." + std::string(type);
+  if (file.empty() || file.find('/') != std::string::npos) return std::nullopt;
+  const auto inLocalization = [&](std::string_view lproj) {
+    return lproj.empty() ? std::string()
+                         : regularFile(path_ + "/" + std::string(lproj) + ".lproj/" + file);
+  };
+  if (!localization.empty()) {
+    std::string found = inLocalization(localization);
+    return found.empty() ? std::nullopt : std::optional(found);
+  }
+  for (std::string found : {regularFile(path_ + "/" + file), inLocalization(preferred_)}) {
+    if (!found.empty()) return found;
+  }
+  return std::nullopt;
+}
+
+std::string DirectoryBundle::bundleIdentifier() const {
+  if (auto identifier = infoString("CFBundleIdentifier"); identifier && !identifier->empty()) {
+    return *identifier;
+  }
+  return std::filesystem::path(path_).filename().string();
+}
+
+std::shared_ptr<const StringsTable> DirectoryBundle::table(const std::string& name) const {
+  std::lock_guard lock(mutex_);
+  if (const auto cached = tables_.find(name); cached != tables_.end()) return cached->second;
+  auto loaded = std::make_shared<StringsTable>();
+  if (const auto path = pathForResource(name, "strings", preferred_)) {
+    if (const auto bytes = readWholeFile(*path)) {
+      // A damaged table answers like a missing one: the defaults, never a crash.
+      StringsFileResult read = readStringsTable(*bytes);
+      if (auto* table = std::get_if<StringsTable>(&read)) *loaded = std::move(*table);
+    }
+  }
+  tables_[name] = loaded;
+  return loaded;
+}
+
+std::u16string DirectoryBundle::platformLocalizedStringForKey(std::string_view key,
+                                                              std::u16string_view value,
+                                                              std::string_view table) const {
+  const auto strings = this->table(table.empty() ? "Localizable" : std::string(table));
+  if (const auto found = strings->find(std::string(key)); found != strings->end()) {
+    return found->second;
+  }
+  return value.empty() ? toUtf16(key) : std::u16string(value);
+}
+
+}  // namespace kolvane

@@ -1,0 +1,33 @@
+#include "platform/linux/glib_main_queue.h"
+
+#include <glib.h>
+
+namespace kolvane {
+namespace {
+
+gboolean runTask(gpointer data) {
+  auto* task = static_cast<std::function<void()>*>(data);
+  // A task must never unwind into GLib's C frames.
+  try {
+    (*task)();
+  } catch (...) {
+  }
+  return G_SOURCE_REMOVE;
+}
+
+void deleteTask(gpointer data) { delete static_cast<std::function<void()>*>(data); }
+
+}  // namespace
+
+void GlibMainQueue::post(std::function<void()> task) {
+  if (!task) return;
+  // An idle source on the default context runs after the caller returns, on the thread that
+  // iterates the context, unlike g_main_context_invoke which may run it at once.
+  GSource* source = g_idle_source_new();
+  g_source_set_priority(source, G_PRIORITY_DEFAULT);
+  g_source_set_callback(source, runTask, new std::function<void()>(std::move(task)), deleteTask);
+  g_source_attach(source, nullptr);
+  g_source_unref(source);
+}
+
+}  // namespace kolvane

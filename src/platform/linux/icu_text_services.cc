@@ -1,0 +1,88 @@
+#include "platform/linux/icu_text_services.h"
+
+#include <unicode/uloc.h>
+#include <unicode/ustring.h>
+
+#include <limits>
+
+#include "strings/utf.h"
+
+namespace kolvane {
+namespace {
+
+constexpr int32_t kCodeCapacity = ULOC_FULLNAME_CAPACITY;
+
+// ICU reads identifiers as C strings of bounded length: anything longer or holding a NUL is
+// not a locale it could know.
+bool usableIdentifier(std::string_view identifier) {
+  return !identifier.empty() && identifier.size() < ULOC_FULLNAME_CAPACITY &&
+         identifier.find('\0') == std::string_view::npos;
+}
+
+template <typename Getter>
+std::string localePart(std::string_view identifier, Getter getter) {
+  if (!usableIdentifier(identifier)) return {};
+  char buffer[kCodeCapacity] = {};
+  UErrorCode status = U_ZERO_ERROR;
+  const std::string id(identifier);
+  const int32_t length = getter(id.c_str(), buffer, kCodeCapacity, &status);
+  if (U_FAILURE(status) || length <= 0 || length >= kCodeCapacity) return {};
+  return std::string(buffer, static_cast<std::size_t>(length));
+}
+
+// ICU answers an unknown code with the code itself; that counts as no name.
+template <typename Getter>
+std::optional<std::string> displayName(const std::string& localeId, std::string_view code,
+                                       Getter getter) {
+  if (code.empty() || !usableIdentifier(localeId)) return std::nullopt;
+  UChar buffer[256] = {};
+  UErrorCode status = U_ZERO_ERROR;
+  const int32_t length = getter(localeId.c_str(), uloc_getDefault(), buffer, 256, &status);
+  if (U_FAILURE(status) || length <= 0 || length >= 256) return std::nullopt;
+  std::string name = toUtf8(std::u16string_view(buffer, static_cast<std::size_t>(length)));
+  if (name == code) return std::nullopt;
+  return name;
+}
+
+}  // namespace
+
+std::u16string IcuTextServices::lowercase(std::u16string_view text) const {
+  if (text.empty() ||
+      text.size() > static_cast<std::size_t>(std::numeric_limits<int32_t>::max() / 2)) {
+    return std::u16string(text);
+  }
+  const auto length = static_cast<int32_t>(text.size());
+  // Lower-casing may lengthen a text (U+0130 becomes two units): retry with ICU's size.
+  std::u16string lowered(text.size(), u'\0');
+  UErrorCode status = U_ZERO_ERROR;
+  int32_t needed = u_strToLower(lowered.data(), length, text.data(), length, "", &status);
+  if (status == U_BUFFER_OVERFLOW_ERROR) {
+    lowered.assign(static_cast<std::size_t>(needed), u'\0');
+    status = U_ZERO_ERROR;
+    needed = u_strToLower(lowered.data(), needed, text.data(), length, "", &status);
+  }
+  if (U_FAILURE(status)) return std::u16string(text);
+  lowered.resize(static_cast<std::size_t>(needed));
+  return lowered;
+}
+
+std::string IcuTextServices::currentLocaleIdentifier() const { return uloc_getDefault(); }
+
+std::string IcuTextServices::languageCode(std::string_view localeIdentifier) const {
+  return localePart(localeIdentifier, uloc_getLanguage);
+}
+
+std::string IcuTextServices::countryCode(std::string_view localeIdentifier) const {
+  return localePart(localeIdentifier, uloc_getCountry);
+}
+
+std::optional<std::string> IcuTextServices::languageDisplayName(
+    std::string_view languageCode) const {
+  return displayName(std::string(languageCode), languageCode, uloc_getDisplayLanguage);
+}
+
+std::optional<std::string> IcuTextServices::countryDisplayName(std::string_view countryCode) const {
+  return displayName("und_" + std::string(countryCode), countryCode, uloc_getDisplayCountry);
+}
+
+}  // namespace kolvane

@@ -1,0 +1,92 @@
+#include "kolvane/linux_platform.h"
+
+#include <sys/utsname.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+
+#include "platform/linux/directory_bundle.h"
+#include "platform/linux/glib_main_queue.h"
+#include "platform/linux/icu_text_services.h"
+#include "platform/linux/json_user_defaults.h"
+#include "platform/linux/posix_file_system.h"
+
+namespace kolvane {
+namespace {
+
+class StderrLogSink : public LogSink {
+ public:
+  void writeLine(std::string_view line) override {
+    std::fprintf(stderr, "%.*s\n", static_cast<int>(line.size()), line.data());
+  }
+};
+
+std::string environmentOr(const char* variable, const std::string& fallback) {
+  const char* value = std::getenv(variable);
+  return (value != nullptr && *value != '\0') ? std::string(value) : fallback;
+}
+
+std::string homeFolder() { return environmentOr("HOME", "/tmp"); }
+
+std::string executableFolder() {
+  std::error_code error;
+  const auto executable = std::filesystem::read_symlink("/proc/self/exe", error);
+  return error ? std::string(".") : executable.parent_path().string();
+}
+
+class LinuxPlatform : public Platform {
+ public:
+  explicit LinuxPlatform(const LinuxPlatformOptions& options)
+      : bundle_(options.bundlePath.empty() ? environmentOr("KOLVANE_BUNDLE", executableFolder())
+                                           : options.bundlePath),
+        configHome_(options.configHome.empty()
+                        ? environmentOr("XDG_CONFIG_HOME", homeFolder() + "/.config")
+                        : options.configHome),
+        dataHome_(options.dataHome.empty()
+                      ? environmentOr("XDG_DATA_HOME", homeFolder() + "/.local/share")
+                      : options.dataHome),
+        defaults_(configHome_ + "/" + bundle_.bundleIdentifier() + "/defaults.json") {}
+
+  MainQueue& mainQueue() override { return mainQueue_; }
+  UserDefaults& userDefaults() override { return defaults_; }
+  FileSystem& fileSystem() override { return files_; }
+  const TextServices& textServices() const override { return text_; }
+  LogSink& logSink() override { return log_; }
+  const Bundle& mainBundle() const override { return bundle_; }
+  std::string documentsFolder() const override {
+    return dataHome_ + "/" + bundle_.bundleIdentifier();
+  }
+  double now() const override {
+    const auto since = std::chrono::system_clock::now().time_since_epoch();
+    return std::chrono::duration<double>(since).count();
+  }
+  std::string deviceName() const override {
+    struct utsname name {};
+    return ::uname(&name) == 0 ? std::string(name.machine) : std::string();
+  }
+
+ private:
+  DirectoryBundle bundle_;
+  std::string configHome_;
+  std::string dataHome_;
+  GlibMainQueue mainQueue_;
+  JsonUserDefaults defaults_;
+  PosixFileSystem files_;
+  IcuTextServices text_;
+  StderrLogSink log_;
+};
+
+}  // namespace
+
+std::shared_ptr<Platform> makeLinuxPlatform(const LinuxPlatformOptions& options) {
+  return std::make_shared<LinuxPlatform>(options);
+}
+
+std::shared_ptr<Bundle> makeDirectoryBundle(const std::string& path) {
+  return std::make_shared<DirectoryBundle>(path);
+}
+
+}  // namespace kolvane

@@ -1,0 +1,26 @@
+// Files through POSIX calls, with EINTR retried here so callers never see it. Any thread.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "kolvane/platform.h"
+
+namespace kolvane {
+
+// Writes a temporary file beside `path`, flushes it to disk and renames it over `path`, so a
+// crash leaves the old file or the new one, never a mix. Creates missing parent folders.
+bool writeFileAtomically(const std::string& path, std::string_view bytes);
+std::optional<std::string> readWholeFile(const std::string& path);
+
+class PosixFileSystem : public FileSystem {
+ public:
+  bool fileExists(const std::string& path) const override;
+  std::optional<std::string> readFile(const std::string& path) const override;
+  bool writeFileAtomically(const std::string& path, std::string_view bytes) override;
+  bool removeFile(const std::string& path) override;
+  StringsFileResult readStringsFile(const std::string& path) const override;
+};
+
+}  // namespace kolvane

@@ -1,0 +1,24 @@
+// The runtime's log: one line per entry, "[KV] " and the message, to the platform's log sink.
+// The `log` and `debug` switches are read on every thread, so they are atomics.
+#pragma once
+
+#include <atomic>
+#include <string_view>
+
+namespace kolvane {
+
+struct LogSwitches {
+  std::atomic<bool> log{false};
+  std::atomic<bool> debug{false};
+};
+
+LogSwitches& logSwitches();
+
+inline bool logEnabled() { return logSwitches().log.load(std::memory_order_relaxed); }
+inline bool debugEnabled() { return logSwitches().debug.load(std::memory_order_relaxed); }
+
+// Writes the line whatever the switches say; callers test them first, as each caller's rule
+// differs.
+void kvLog(std::string_view message);
+
+}  // namespace kolvane

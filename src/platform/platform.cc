@@ -1,0 +1,52 @@
+#include "kolvane/platform.h"
+
+#include <atomic>
+#include <mutex>
+
+#include "kolvane/linux_platform.h"
+#include "platform/log.h"
+
+namespace kolvane {
+namespace {
+
+// The installed platform is read on every thread, replaced only before start-up. Replaced
+// platforms are kept alive so that a reference handed out earlier never dangles.
+std::atomic<Platform*> gCurrent{nullptr};
+std::mutex gInstallMutex;
+
+std::vector<std::shared_ptr<Platform>>& keptPlatforms() {
+  static std::vector<std::shared_ptr<Platform>> platforms;
+  return platforms;
+}
+
+}  // namespace
+
+Platform& Platform::current() {
+  if (Platform* platform = gCurrent.load(std::memory_order_acquire)) return *platform;
+  std::lock_guard lock(gInstallMutex);
+  if (Platform* platform = gCurrent.load(std::memory_order_acquire)) return *platform;
+  auto made = makeLinuxPlatform();
+  keptPlatforms().push_back(made);
+  gCurrent.store(made.get(), std::memory_order_release);
+  return *made;
+}
+
+void Platform::install(std::shared_ptr<Platform> platform) {
+  if (!platform) return;
+  std::lock_guard lock(gInstallMutex);
+  keptPlatforms().push_back(platform);
+  gCurrent.store(platform.get(), std::memory_order_release);
+}
+
+LogSwitches& logSwitches() {
+  static LogSwitches switches;
+  return switches;
+}
+
+void kvLog(std::string_view message) {
+  std::string line = "[KV] ";
+  line += message;
+  Platform::current().logSink().writeLine(line);
+}
+
+}  // namespace kolvane

@@ -1,0 +1,205 @@
+#include "platform/strings_text_format.h"
+
+#include <optional>
+
+#include "strings/utf.h"
+
+namespace kolvane {
+namespace {
+
+bool isPlainWordCharacter(char16_t c) {
+  return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9') ||
+         c == u'_' || c == u'.' || c == u'-' || c == u'$' || c == u'/' || c == u':' || c == u'+';
+}
+
+std::optional<char16_t> hexValue(char16_t c) {
+  if (c >= u'0' && c <= u'9') return static_cast<char16_t>(c - u'0');
+  if (c >= u'a' && c <= u'f') return static_cast<char16_t>(c - u'a' + 10);
+  if (c >= u'A' && c <= u'F') return static_cast<char16_t>(c - u'A' + 10);
+  return std::nullopt;
+}
+
+class StringsTextParser {
+ public:
+  explicit StringsTextParser(std::u16string_view text) : text_(text) {}
+
+  StringsFileResult parse() {
+    StringsTable table;
+    skipSpaceAndComments();
+    while (!failed_ && pos_ < text_.size()) {
+      parseEntry(table);
+      skipSpaceAndComments();
+    }
+    if (failed_) return StringsFileError{"line " + std::to_string(line_) + ": " + error_};
+    return table;
+  }
+
+ private:
+  void fail(std::string message) {
+    if (!failed_) error_ = std::move(message);
+    failed_ = true;
+  }
+
+  bool atEnd() const { return pos_ >= text_.size(); }
+  char16_t peek(std::size_t ahead = 0) const {
+    return pos_ + ahead < text_.size() ? text_[pos_ + ahead] : u'\0';
+  }
+  void advance() {
+    if (text_[pos_] == u'\n') ++line_;
+    ++pos_;
+  }
+
+  void skipSpaceAndComments() {
+    while (!atEnd() && !failed_) {
+      const char16_t c = peek();
+      if (c == u' ' || c == u'\t' || c == u'\r' || c == u'\n' || c == u'\f' || c == u'\v') {
+        advance();
+      } else if (c == u'/' && peek(1) == u'*') {
+        skipBlockComment();
+      } else if (c == u'/' && peek(1) == u'/') {
+        while (!atEnd() && peek() != u'\n') advance();
+      } else {
+        return;
+      }
+    }
+  }
+
+  void skipBlockComment() {
+    advance();
+    advance();
+    while (!atEnd()) {
+      if (peek() == u'*' && peek(1) == u'/') {
+        advance();
+        advance();
+        return;
+      }
+      advance();
+    }
+    fail("unterminated comment");
+  }
+
+  // "key" = "value"; or "key"; (which maps the key to itself).
+  void parseEntry(StringsTable& table) {
+    const auto key = parseString("a key");
+    skipSpaceAndComments();
+    std::optional<std::u16string> value = key;
+    if (!failed_ && peek() == u'=') {
+      advance();
+      skipSpaceAndComments();
+      value = parseString("a value");
+      skipSpaceAndComments();
+    }
+    if (failed_) return;
+    if (peek() != u';') return fail("expected ';'");
+    advance();
+    table[toUtf8(*key)] = *value;
+  }
+
+  std::optional<std::u16string> parseString(const char* what) {
+    if (failed_) return std::nullopt;
+    if (peek() == u'"') return parseQuoted();
+    std::u16string word;
+    while (!atEnd() && isPlainWordCharacter(peek())) {
+      word += peek();
+      advance();
+    }
+    if (word.empty()) fail(std::string("expected ") + what);
+    return word;
+  }
+
+  std::optional<std::u16string> parseQuoted() {
+    advance();  // the opening quote
+    std::u16string out;
+    while (!atEnd()) {
+      const char16_t c = peek();
+      if (c == u'"') {
+        advance();
+        return out;
+      }
+      advance();
+      if (c != u'\\') {
+        out += c;
+      } else if (!parseEscape(out)) {
+        return std::nullopt;
+      }
+    }
+    fail("unterminated string");
+    return std::nullopt;
+  }
+
+  bool parseEscape(std::u16string& out) {
+    if (atEnd()) {
+      fail("unterminated string");
+      return false;
+    }
+    const char16_t c = peek();
+    advance();
+    switch (c) {
+      case u'n':
+        out += u'\n';
+        return true;
+      case u't':
+        out += u'\t';
+        return true;
+      case u'r':
+        out += u'\r';
+        return true;
+      case u'U':
+      case u'u':
+        return parseUnicodeEscape(out);
+      default:  // \" \\ \' and any other character stand for themselves
+        out += c;
+        return true;
+    }
+  }
+
+  bool parseUnicodeEscape(std::u16string& out) {
+    char16_t unit = 0;
+    for (int i = 0; i < 4; ++i) {
+      const auto digit = hexValue(peek());
+      if (atEnd() || !digit) {
+        fail("expected four hexadecimal digits after \\U");
+        return false;
+      }
+      unit = static_cast<char16_t>(unit * 16 + *digit);
+      advance();
+    }
+    out += unit;
+    return true;
+  }
+
+  std::u16string_view text_;
+  std::size_t pos_ = 0;
+  std::size_t line_ = 1;
+  bool failed_ = false;
+  std::string error_;
+};
+
+}  // namespace
+
+std::u16string decodeTextFile(std::string_view bytes) {
+  const auto byteAt = [&](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
+  const bool bigEndian = bytes.size() >= 2 && byteAt(0) == 0xFE && byteAt(1) == 0xFF;
+  const bool littleEndian = bytes.size() >= 2 && byteAt(0) == 0xFF && byteAt(1) == 0xFE;
+  if (bigEndian || littleEndian) {
+    std::u16string text;
+    text.reserve(bytes.size() / 2);
+    for (std::size_t i = 2; i + 1 < bytes.size(); i += 2) {
+      const unsigned high = bigEndian ? byteAt(i) : byteAt(i + 1);
+      const unsigned low = bigEndian ? byteAt(i + 1) : byteAt(i);
+      text += static_cast<char16_t>(high << 8 | low);
+    }
+    return text;
+  }
+  if (bytes.size() >= 3 && byteAt(0) == 0xEF && byteAt(1) == 0xBB && byteAt(2) == 0xBF) {
+    bytes.remove_prefix(3);
+  }
+  return toUtf16(bytes);
+}
+
+StringsFileResult parseStringsText(std::string_view bytes) {
+  const std::u16string text = decodeTextFile(bytes);
+  return StringsTextParser(text).parse();
+}
+
+}  // namespace kolvane

@@ -1,0 +1,200 @@
+#include "strings/cues.h"
+
+#include <algorithm>
+
+#include "platform/log.h"
+#include "strings/utf.h"
+
+namespace kolvane {
+namespace {
+
+constexpr std::u16string_view kLiteralPercent = u"%%";
+
+// Appends the marked form of the specifier starting at `pos` (a "%") and returns where the
+// scan goes on. Without a conversion letter up to the end the rest is kept as literal text.
+std::size_t appendSpecifier(std::u16string_view text, std::size_t pos, std::u16string& body) {
+  const std::size_t letter = text.find_first_of(kFormatConversionLetters, pos);
+  if (letter == std::u16string_view::npos) {
+    body += text.substr(pos);
+    return text.size();
+  }
+  body += kv_placeholderBeginCue;
+  body += text.substr(pos, letter + 1 - pos);
+  body += kv_placeholderEndCue;
+  return letter + 1;
+}
+
+void logDebugWithText(std::string_view format, std::u16string_view text) {
+  if (!debugEnabled()) return;
+  std::string message(format);
+  message += toUtf8(kv_stringShowingCues(text));
+  kvLog(message);
+}
+
+std::vector<KVCue> stringCuesIn(std::u16string_view text) {
+  std::vector<KVCue> cues;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == kv_beginCue || text[i] == kv_endCue) {
+      cues.push_back(KVCue::cueWithChar(text[i], i));
+    }
+  }
+  return cues;
+}
+
+// Pairs cues innermost first: walk forward to the next end cue, pair it with the cue just
+// before it, remove both and go on from the cue before the pair. Returns false when the cues
+// do not pair up (an end cue with nothing open before it, or a begin cue never closed).
+bool pairNestedCues(std::u16string_view text, std::vector<KVCue> cues,
+                    std::vector<KVEditionItem>& items) {
+  long i = 0;
+  long depth = 0;
+  const KVCue* current = &cues[0];
+  while (!cues.empty()) {
+    while (current == nullptr || current->cueType != KVCue::kEnd) {
+      ++i;
+      ++depth;
+      if (i >= static_cast<long>(cues.size())) return false;
+      current = &cues[static_cast<std::size_t>(i)];
+    }
+    if (i < 1) return false;
+    const KVCue& start = cues[static_cast<std::size_t>(i - 1)];
+    const std::size_t length = current->position - start.position + 1;
+    items.push_back({std::u16string(text.substr(start.position, length)),
+                     {start.position, length},
+                     static_cast<unsigned>(depth)});
+    cues.erase(cues.begin() + (i - 1), cues.begin() + (i + 1));
+    i -= 2;
+    depth -= 2;
+    current = nullptr;
+  }
+  return true;
+}
+
+}  // namespace
+
+KVCue KVCue::cueWithChar(char16_t character, std::size_t position) {
+  KVCue cue;
+  cue.position = position;
+  if (character == kv_beginCue) cue.cueType = kBegin;
+  if (character == kv_endCue) cue.cueType = kEnd;
+  if (character == kv_placeholderBeginCue) cue.cueType = kPlaceholderBegin;
+  if (character == kv_placeholderEndCue) cue.cueType = kPlaceholderEnd;
+  return cue;
+}
+
+std::string KVCue::description() const {
+  switch (cueType) {
+    case kBegin:
+      return "[";
+    case kEnd:
+      return "]";
+    case kPlaceholderBegin:
+      return "{";
+    case kPlaceholderEnd:
+      return "}";
+    default:
+      return "<KVCue>";
+  }
+}
+
+std::u16string kv_stringWithCues(std::u16string_view text) {
+  if (!text.empty() && text.front() == kv_beginCue) return std::u16string(text);
+  std::u16string body;
+  body.reserve(text.size() + 2);
+  body += kv_beginCue;
+  std::size_t pos = 0;
+  while (pos < text.size()) {
+    const std::size_t percent = std::min(text.find(u'%', pos), text.size());
+    body += text.substr(pos, percent - pos);
+    pos = percent;
+    if (pos >= text.size()) break;
+    // "%%" counts as a literal percent only when more text follows it.
+    if (pos + 2 < text.size() && text.substr(pos, 2) == kLiteralPercent) {
+      body += kLiteralPercent;
+      pos += 2;
+      continue;
+    }
+    pos = appendSpecifier(text, pos, body);
+  }
+  body += kv_endCue;
+  return body;
+}
+
+std::u16string kv_enumerateCuesUsingBlock(std::u16string_view text,
+                                          const KVPlaceholderBlock& block) {
+  if (text.find(kv_placeholderBeginCue) == std::u16string_view::npos) return std::u16string(text);
+  std::u16string output;
+  output.reserve(text.size());
+  std::size_t pos = 0;
+  while (pos < text.size()) {
+    const std::size_t open = std::min(text.find(kv_placeholderBeginCue, pos), text.size());
+    output += text.substr(pos, open - pos);
+    if (open >= text.size()) break;
+    output += kv_placeholderBeginCue;
+    const std::size_t contentStart = open + 1;
+    const std::size_t close = std::min(text.find(kv_placeholderEndCue, contentStart), text.size());
+    const std::u16string_view content = text.substr(contentStart, close - contentStart);
+    if (!content.empty() && block) {
+      if (auto replacement = block(content)) output += *replacement;
+    }
+    output += kv_placeholderEndCue;
+    pos = close < text.size() ? close + 1 : close;
+  }
+  return output;
+}
+
+std::vector<KVEditionItem> kv_localizedStringsInString(std::u16string_view text) {
+  const std::vector<KVCue> cues = stringCuesIn(text);
+  if (cues.empty()) {
+    logDebugWithText("No cues found in ", text);
+    return {};
+  }
+  if (cues.size() % 2 != 0) {
+    logDebugWithText("Incorrect number of cues found in ", text);
+    return {};
+  }
+  if (cues.size() == 2) return {{std::u16string(text), {0, text.size()}, 1}};
+
+  std::vector<KVEditionItem> items;
+  if (!pairNestedCues(text, cues, items)) {
+    logDebugWithText("Incorrect number of cues found in ", text);
+    return {};
+  }
+  std::stable_sort(items.begin(), items.end(), [](const auto& a, const auto& b) {
+    return a.range.location > b.range.location;
+  });
+  if (debugEnabled()) {
+    kvLog(std::to_string(items.size()) + " juxtaposed strings found in " +
+          toUtf8(kv_stringShowingCues(text)));
+  }
+  return items;
+}
+
+std::u16string kv_stringShowingCues(std::u16string_view text) {
+  std::u16string shown(text);
+  for (char16_t& c : shown) {
+    if (c == kv_placeholderBeginCue)
+      c = u'{';
+    else if (c == kv_placeholderEndCue)
+      c = u'}';
+    else if (c == kv_beginCue)
+      c = u'[';
+    else if (c == kv_endCue)
+      c = u']';
+  }
+  return shown;
+}
+
+std::u16string kv_stringByRemovingCues(std::u16string_view text) {
+  std::u16string stripped;
+  stripped.reserve(text.size());
+  for (char16_t c : text) {
+    if (c != kv_beginCue && c != kv_endCue && c != kv_placeholderBeginCue &&
+        c != kv_placeholderEndCue) {
+      stripped += c;
+    }
+  }
+  return stripped;
+}
+
+}  // namespace kolvane

@@ -1,0 +1,59 @@
+// Invisible cue marking: every string handed to the app is wrapped in invisible characters,
+// and so is each format specifier inside it, so that the strings a displayed text was built
+// from can be found again by position. Pure functions; safe from any thread.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "strings/edition_item.h"
+
+namespace kolvane {
+
+inline constexpr char16_t kv_beginCue = u'\u200B';
+inline constexpr char16_t kv_endCue = u'\u2062';
+inline constexpr char16_t kv_placeholderBeginCue = u'\u2063';
+inline constexpr char16_t kv_placeholderEndCue = u'\u2064';
+
+// The characters that end a format specifier ("%" up to and including one of them).
+inline constexpr std::u16string_view kFormatConversionLetters = u"@dDuUxXoOfeEgGcCsSpaAF";
+
+// One string cue found in a text.
+struct KVCue {
+  enum Type : unsigned { kBegin = 0, kEnd = 1, kPlaceholderBegin = 2, kPlaceholderEnd = 3 };
+
+  unsigned cueType = kBegin;
+  std::size_t position = 0;  // in UTF-16 units
+
+  // A character that is not a cue leaves the type at kBegin.
+  static KVCue cueWithChar(char16_t character, std::size_t position);
+  // "[", "]", "{", "}" or "<KVCue>".
+  std::string description() const;
+};
+
+// The text wrapped in begin and end cues with each format specifier wrapped in placeholder
+// cues. A text that already starts with the begin cue comes back unchanged. A "%" with no
+// conversion letter after it, up to the end, leaves the rest of the text as it is.
+// Example: "Hello %@" gives u"\u200BHello \u2063%@\u2064\u2062".
+std::u16string kv_stringWithCues(std::u16string_view text);
+
+// Returns the replacement for one placeholder's content, or none to leave it empty.
+using KVPlaceholderBlock = std::function<std::optional<std::u16string>(std::u16string_view)>;
+
+// The text with the content of every placeholder replaced by what `block` returns for it,
+// the placeholder cues kept. The block is called in text order, never for an empty content.
+std::u16string kv_enumerateCuesUsingBlock(std::u16string_view text,
+                                          const KVPlaceholderBlock& block);
+
+// The marked strings in a displayed text, latest start first, with their nesting level.
+// Cues that do not pair up give no items.
+std::vector<KVEditionItem> kv_localizedStringsInString(std::u16string_view text);
+
+// The cues made visible as "{", "}", "[", "]", for logs and tools.
+std::u16string kv_stringShowingCues(std::u16string_view text);
+std::u16string kv_stringByRemovingCues(std::u16string_view text);
+
+}  // namespace kolvane

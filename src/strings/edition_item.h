@@ -1,0 +1,22 @@
+// One marked string found in a displayed text: where it stands and how deeply it is nested.
+// The edition controller adds what it needs to edit the string.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace kolvane {
+
+struct KVRange {
+  std::size_t location = 0;
+  std::size_t length = 0;  // in UTF-16 units
+  bool operator==(const KVRange&) const = default;
+};
+
+struct KVEditionItem {
+  std::u16string string;  // the marked substring, both outer cues included
+  KVRange range;
+  unsigned level = 0;  // 1 for an outermost string
+};
+
+}  // namespace kolvane

@@ -1,0 +1,210 @@
+#include "commands.h"
+
+#include <charconv>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+#include <iterator>
+#include <optional>
+
+#include "core/locale_identifiers.h"
+#include "json_output.h"
+#include "kolvane/kolvane.h"
+#include "kolvane/linux_platform.h"
+#include "kolvane/platform.h"
+#include "strings/base64.h"
+#include "strings/cues.h"
+#include "strings/plural_form.h"
+#include "strings/string_record.h"
+#include "strings/url_parameters.h"
+#include "strings/utf.h"
+
+namespace kolvane::cli {
+namespace {
+
+void expectCount(const Arguments& args, std::size_t count, const char* what) {
+  if (args.size() != count) throw UsageError(std::string("expected ") + what);
+}
+
+std::string readStandardInput() {
+  return std::string(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
+}
+
+nlohmann::json specifiersJson(const std::vector<std::u16string>& specifiers) {
+  nlohmann::json list = nlohmann::json::array();
+  for (const auto& specifier : specifiers) list.push_back(toUtf8(specifier));
+  return list;
+}
+
+std::optional<Number> parseNumber(const std::string& text) {
+  std::int64_t integer = 0;
+  const char* end = text.data() + text.size();
+  if (auto [ptr, error] = std::from_chars(text.data(), end, integer);
+      error == std::errc() && ptr == end) {
+    return Number(integer);
+  }
+  double decimal = 0;
+  if (auto [ptr, error] = std::from_chars(text.data(), end, decimal);
+      error == std::errc() && ptr == end) {
+    return Number(decimal);
+  }
+  return std::nullopt;
+}
+
+// Reads "--name value" options and bare words; flags listed in `flags` take no value.
+struct ParsedOptions {
+  std::map<std::string, std::string> values;
+  std::vector<std::string> words;
+  bool has(const std::string& name) const { return values.count(name) > 0; }
+};
+
+ParsedOptions parseOptions(const Arguments& args, const std::vector<std::string>& withValue,
+                           const std::vector<std::string>& flags) {
+  ParsedOptions parsed;
+  for (std::size_t i = 0; i < args.size(); ++i) {
+    const std::string& arg = args[i];
+    if (arg.rfind("--", 0) != 0) {
+      parsed.words.push_back(arg);
+    } else if (std::find(flags.begin(), flags.end(), arg) != flags.end()) {
+      parsed.values[arg] = "";
+    } else if (std::find(withValue.begin(), withValue.end(), arg) != withValue.end()) {
+      if (i + 1 >= args.size()) throw UsageError(arg + " needs a value");
+      parsed.values[arg] = args[++i];
+    } else {
+      throw UsageError("unknown option " + arg);
+    }
+  }
+  return parsed;
+}
+
+}  // namespace
+
+int runCues(const Arguments& args) {
+  expectCount(args, 2, "a cues action and a TEXT");
+  const std::u16string text = toUtf16(args[1]);
+  const std::string& action = args[0];
+  if (action == "mark") {
+    printLine(toUtf8(kv_stringWithCues(text)));
+  } else if (action == "show") {
+    printLine(shown(text));
+  } else if (action == "strip") {
+    printLine(toUtf8(kv_stringByRemovingCues(text)));
+  } else if (action == "find") {
+    nlohmann::json items = nlohmann::json::array();
+    for (const KVEditionItem& item : kv_localizedStringsInString(text)) {
+      items.push_back({{"string", shown(item.string)},
+                       {"location", item.range.location},
+                       {"length", item.range.length},
+                       {"level", item.level}});
+    }
+    printJson(items);
+  } else {
+    throw UsageError("unknown cues action '" + action + "'");
+  }
+  return 0;
+}
+
+int runString(const Arguments& args) {
+  expectCount(args, 1, "a TEXT");
+  KVString string;
+  string.extractFormatFromString(kv_stringWithCues(toUtf16(args[0])));
+  printJson({{"localizedFormat", shown(string.localizedFormat)},
+             {"dynamic", string.dynamic},
+             {"argumentFormatSpecifiers", specifiersJson(string.argumentFormatSpecifiers)},
+             {"localizedHash", shown(string.localizedHash)}});
+  return 0;
+}
+
+int runPlural(const Arguments& args) {
+  expectCount(args, 2, "a LOCALE_ID and a VALUE");
+  const auto value = parseNumber(args[1]);
+  if (!value) throw UsageError("VALUE must be an integer or a decimal number: " + args[1]);
+  printLine(KVPluralForm::pluralFormForValue(*value, Locale(args[0])));
+  return 0;
+}
+
+int runLocale(const Arguments& args) {
+  expectCount(args, 2, "a locale action and an ID");
+  const std::string& action = args[0];
+  if (action == "to-server") {
+    printLine(kolvaneLocaleIdentifier(Locale(args[1])));
+  } else if (action == "from-server") {
+    const auto locale = localeFromKolvanIdentifier(args[1]);
+    if (!locale) throw Failure("not a locale id: " + args[1]);
+    printLine(locale->localeIdentifier());
+  } else if (action == "name") {
+    printLine(kv_localizedLanguageName(Locale(args[1])));
+  } else {
+    throw UsageError("unknown locale action '" + action + "'");
+  }
+  return 0;
+}
+
+int runBase64(const Arguments& args) {
+  if (args.empty()) throw UsageError("expected encode or decode");
+  const ParsedOptions options = parseOptions({args.begin() + 1, args.end()}, {"--wrap"}, {});
+  if (!options.words.empty()) throw UsageError("base64 reads its input from stdin");
+  if (args[0] == "encode") {
+    std::size_t wrap = 0;
+    if (options.has("--wrap")) {
+      const std::string& text = options.values.at("--wrap");
+      auto [ptr, error] = std::from_chars(text.data(), text.data() + text.size(), wrap);
+      if (error != std::errc() || ptr != text.data() + text.size()) {
+        throw UsageError("--wrap takes a whole number");
+      }
+    }
+    const auto encoded = kv_base64EncodedStringWithWrapWidth(readStandardInput(), wrap);
+    if (!encoded) throw Failure("nothing to encode");
+    printLine(*encoded);
+  } else if (args[0] == "decode") {
+    if (options.has("--wrap")) throw UsageError("--wrap is for encode");
+    const auto decoded = kv_dataWithBase64EncodedString(readStandardInput());
+    if (!decoded) throw Failure("nothing to decode");
+    std::fwrite(decoded->data(), 1, decoded->size(), stdout);
+  } else {
+    throw UsageError("expected encode or decode");
+  }
+  return 0;
+}
+
+int runUrlParams(const Arguments& args) {
+  expectCount(args, 1, "a URL");
+  printJson(kv_getParameters(args[0]));
+  return 0;
+}
+
+int runStrings(const Arguments& args) {
+  if (args.size() != 2 || args[0] != "read") throw UsageError("expected read FILE");
+  StringsFileResult result = Platform::current().fileSystem().readStringsFile(args[1]);
+  if (const auto* error = std::get_if<StringsFileError>(&result)) {
+    throw Failure(args[1] + ": " + error->message);
+  }
+  nlohmann::json table = nlohmann::json::object();
+  for (const auto& [key, text] : std::get<StringsTable>(result)) table[key] = toUtf8(text);
+  printJson(table);
+  return 0;
+}
+
+int runLookup(const Arguments& args) {
+  const ParsedOptions options = parseOptions(args, {"--bundle", "--project", "--home"}, {"--show"});
+  if (!options.has("--bundle")) throw UsageError("lookup needs --bundle DIR");
+  if (options.words.empty()) throw UsageError("lookup needs at least one KEY");
+  LinuxPlatformOptions platformOptions;
+  platformOptions.bundlePath = options.values.at("--bundle");
+  if (options.has("--home")) {
+    platformOptions.configHome = options.values.at("--home") + "/config";
+    platformOptions.dataHome = options.values.at("--home") + "/data";
+  }
+  Platform::install(makeLinuxPlatform(platformOptions));
+  const std::string project = options.has("--project") ? options.values.at("--project") : "cli";
+  KolvaneSDK::startWithProjectId(project);
+
+  const Bundle& bundle = Platform::current().mainBundle();
+  for (const std::string& key : options.words) {
+    const std::u16string text = bundle.localizedStringForKey(key, u"", "");
+    printLine(options.has("--show") ? shown(text) : toUtf8(text));
+  }
+  return 0;
+}
+
+}  // namespace kolvane::cli
