@@ -1,0 +1,118 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <plist/plist.h>
+
+#include <cstdlib>
+
+#include "platform/linux/property_list.h"
+#include "platform/strings_text_format.h"
+
+namespace kolvane {
+namespace {
+
+using ::testing::HasSubstr;
+
+StringsTable tableOf(std::string_view bytes) {
+  StringsFileResult result = readStringsTable(bytes);
+  if (auto* error = std::get_if<StringsFileError>(&result)) {
+    ADD_FAILURE() << error->message;
+    return {};
+  }
+  return std::get<StringsTable>(result);
+}
+
+std::string errorOf(std::string_view bytes) {
+  StringsFileResult result = readStringsTable(bytes);
+  auto* error = std::get_if<StringsFileError>(&result);
+  return error ? error->message : "(no error)";
+}
+
+TEST(StringsTextFormatTest, CommentsEscapesAndPlainWords) {
+  const StringsTable table = tableOf(
+      "/* Title\n   of the screen */\n"
+      "\"title\" = \"Welcome \\\"home\\\"\";  // trailing\n"
+      "\"lines\" = \"a\\nb\\tc\\r\\\\\";\n"
+      "\"unicode\" = \"caf\\U00e9 \\u263A\";\n"
+      "plain_key.1 = PlainValue;\n"
+      "\"same\";\n"
+      "\"é\" = \"漢字 😀\";");
+  EXPECT_EQ(table.at("title"), u"Welcome \"home\"");
+  EXPECT_EQ(table.at("lines"), u"a\nb\tc\r\\");
+  EXPECT_EQ(table.at("unicode"), u"café ☺");
+  EXPECT_EQ(table.at("plain_key.1"), u"PlainValue");
+  EXPECT_EQ(table.at("same"), u"same");
+  EXPECT_EQ(table.at("é"), u"漢字 😀");
+}
+
+TEST(StringsTextFormatTest, Utf16WithByteOrderMarkInBothOrders) {
+  const std::u16string text = u"\"k\" = \"v€\";";
+  std::string little = "\xFF\xFE";
+  std::string big = "\xFE\xFF";
+  for (char16_t unit : text) {
+    little += static_cast<char>(unit & 0xFF);
+    little += static_cast<char>(unit >> 8);
+    big += static_cast<char>(unit >> 8);
+    big += static_cast<char>(unit & 0xFF);
+  }
+  EXPECT_EQ(tableOf(little).at("k"), u"v€");
+  EXPECT_EQ(tableOf(big).at("k"), u"v€");
+  EXPECT_EQ(tableOf("\xEF\xBB\xBF\"k\" = \"v\";").at("k"), u"v");
+}
+
+TEST(StringsTextFormatTest, ErrorsNameTheLine) {
+  EXPECT_EQ(errorOf("\"a\" = \"b\";\n\"c\" = \"d\"\n\"e\" = \"f\";"), "line 3: expected ';'");
+  EXPECT_EQ(errorOf("\"a\" = \"unterminated;\n"), "line 2: unterminated string");
+  EXPECT_EQ(errorOf("/* never closed"), "line 1: unterminated comment");
+  EXPECT_EQ(errorOf("\n\n\"a\" = ;"), "line 3: expected a value");
+  EXPECT_THAT(errorOf("\"a\" = \"\\U12G4\";"), HasSubstr("hexadecimal"));
+  EXPECT_EQ(errorOf("= \"x\";"), "line 1: expected a key");
+}
+
+TEST(StringsTextFormatTest, EmptyAndCommentOnlyFilesAreEmptyTables) {
+  EXPECT_TRUE(tableOf("").empty());
+  EXPECT_TRUE(tableOf("  // nothing here\n/* or here */").empty());
+}
+
+TEST(StringsTextFormatTest, EveryCutOfAFileIsATableOrAnError) {
+  const std::string text =
+      "/* c */ \"k\\U00e9\" = \"v\\n 😀\"; key = value; // end\n\"x\" = \"y\";";
+  for (std::size_t length = 0; length <= text.size(); ++length) {
+    StringsFileResult result = parseStringsText(text.substr(0, length));
+    if (auto* error = std::get_if<StringsFileError>(&result)) {
+      EXPECT_EQ(error->message.rfind("line ", 0), 0u);
+    }
+  }
+  for (std::size_t length = 0; length <= 12; ++length) {
+    parseStringsText(std::string("\xFF\xFE\"\0k\0\"\0=\0", 12).substr(0, length));
+  }
+}
+
+TEST(PropertyListTest, XmlAndBinaryDictionariesOfStrings) {
+  const std::string xml =
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+      "<plist version=\"1.0\"><dict><key>a</key><string>A &amp; é</string>"
+      "<key>n</key><integer>3</integer></dict></plist>";
+  const StringsTable fromXml = tableOf(xml);
+  EXPECT_EQ(fromXml.at("a"), u"A & é");
+  EXPECT_EQ(fromXml.count("n"), 0u);  // only strings are kept
+
+  plist_t dict = plist_new_dict();
+  plist_dict_set_item(dict, "b", plist_new_string("Bé"));
+  char* bin = nullptr;
+  uint32_t length = 0;
+  plist_to_bin(dict, &bin, &length);
+  plist_free(dict);
+  const std::string binary(bin, length);
+  std::free(bin);
+  EXPECT_EQ(tableOf(binary).at("b"), u"Bé");
+}
+
+TEST(PropertyListTest, DamagedPropertyListsAreErrors) {
+  EXPECT_EQ(errorOf("<?xml version=\"1.0\"?><plist><array/></plist>"),
+            "not a property list of strings");
+  EXPECT_EQ(errorOf("bplist00garbage"), "not a property list of strings");
+  EXPECT_EQ(errorOf("<plist><dict><key>a</key>"), "not a property list of strings");
+}
+
+}  // namespace
+}  // namespace kolvane

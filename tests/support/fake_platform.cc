@@ -1,0 +1,105 @@
+#include "support/fake_platform.h"
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "core/main_controller.h"
+
+namespace kolvane::testing {
+
+void ManualMainQueue::post(std::function<void()> task) {
+  std::lock_guard lock(mutex_);
+  tasks_.push_back(std::move(task));
+}
+
+void ManualMainQueue::runAll() {
+  while (true) {
+    std::function<void()> task;
+    {
+      std::lock_guard lock(mutex_);
+      if (tasks_.empty()) return;
+      task = std::move(tasks_.front());
+      tasks_.pop_front();
+    }
+    task();
+  }
+}
+
+std::size_t ManualMainQueue::pending() const {
+  std::lock_guard lock(mutex_);
+  return tasks_.size();
+}
+
+std::optional<nlohmann::json> MemoryUserDefaults::objectForKey(std::string_view key) const {
+  const auto found = values_.find(key);
+  if (found == values_.end()) return std::nullopt;
+  return *found;
+}
+
+void MemoryUserDefaults::setObject(std::string_view key, nlohmann::json value) {
+  values_[std::string(key)] = std::move(value);
+}
+
+void MemoryUserDefaults::removeObjectForKey(std::string_view key) {
+  values_.erase(std::string(key));
+}
+
+bool MemoryUserDefaults::synchronize() {
+  ++synchronizeCount;
+  return true;
+}
+
+std::u16string MapBundle::platformLocalizedStringForKey(std::string_view key,
+                                                        std::u16string_view value,
+                                                        std::string_view table) const {
+  const std::string name = table.empty() || table == "Localizable"
+                               ? std::string(key)
+                               : std::string(table) + "/" + std::string(key);
+  if (const auto found = strings.find(name); found != strings.end()) return found->second;
+  if (!value.empty()) return std::u16string(value);
+  return std::u16string(key.begin(), key.end());
+}
+
+std::optional<std::string> MapBundle::infoString(std::string_view key) const {
+  const auto found = info.find(std::string(key));
+  if (found == info.end()) return std::nullopt;
+  return found->second;
+}
+
+std::optional<std::string> MapBundle::pathForResource(std::string_view, std::string_view,
+                                                      std::string_view) const {
+  return std::nullopt;
+}
+
+void RecordingLogSink::writeLine(std::string_view line) {
+  std::lock_guard lock(mutex_);
+  lines_.emplace_back(line);
+}
+
+std::vector<std::string> RecordingLogSink::lines() const {
+  std::lock_guard lock(mutex_);
+  return lines_;
+}
+
+void RecordingLogSink::clear() {
+  std::lock_guard lock(mutex_);
+  lines_.clear();
+}
+
+void PlatformTest::SetUp() {
+  std::string pattern =
+      (std::filesystem::temp_directory_path() / "kolvane-test-XXXXXX").string();
+  ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
+  folder_ = pattern;
+  platform_ = std::make_shared<FakePlatform>(folder_ + "/Documents");
+  Platform::install(platform_);
+  KVMainController::sharedInstance().resetForTesting();
+}
+
+void PlatformTest::TearDown() {
+  KVMainController::sharedInstance().resetForTesting();
+  std::error_code ignored;
+  std::filesystem::remove_all(folder_, ignored);
+}
+
+}  // namespace kolvane::testing

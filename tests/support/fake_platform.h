@@ -1,0 +1,110 @@
+// A deterministic platform for tests: a main queue run by hand, defaults in memory, a bundle
+// from a map, log lines recorded, a fixed clock; real ICU text services and real files under
+// a temporary folder.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <deque>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "kolvane/bundle.h"
+#include "kolvane/platform.h"
+#include "platform/linux/icu_text_services.h"
+#include "platform/linux/posix_file_system.h"
+
+namespace kolvane::testing {
+
+class ManualMainQueue : public MainQueue {
+ public:
+  void post(std::function<void()> task) override;
+  // Runs queued tasks, including those they queue, until none is left.
+  void runAll();
+  std::size_t pending() const;
+
+ private:
+  mutable std::mutex mutex_;
+  std::deque<std::function<void()>> tasks_;
+};
+
+class MemoryUserDefaults : public UserDefaults {
+ public:
+  std::optional<nlohmann::json> objectForKey(std::string_view key) const override;
+  void setObject(std::string_view key, nlohmann::json value) override;
+  void removeObjectForKey(std::string_view key) override;
+  bool synchronize() override;
+  int synchronizeCount = 0;
+
+ private:
+  nlohmann::json values_ = nlohmann::json::object();
+};
+
+class MapBundle : public Bundle {
+ public:
+  std::u16string platformLocalizedStringForKey(std::string_view key, std::u16string_view value,
+                                               std::string_view table) const override;
+  std::optional<std::string> infoString(std::string_view key) const override;
+  std::optional<std::string> pathForResource(std::string_view name, std::string_view type,
+                                             std::string_view localization) const override;
+  std::string bundleIdentifier() const override { return "com.example.tests"; }
+  std::string bundlePath() const override { return "/nonexistent"; }
+
+  std::map<std::string, std::u16string> strings;  // "table/key" or "key" for Localizable
+  std::map<std::string, std::string> info;
+};
+
+class RecordingLogSink : public LogSink {
+ public:
+  void writeLine(std::string_view line) override;
+  std::vector<std::string> lines() const;
+  void clear();
+
+ private:
+  mutable std::mutex mutex_;
+  std::vector<std::string> lines_;
+};
+
+class FakePlatform : public Platform {
+ public:
+  explicit FakePlatform(std::string documents) : documents_(std::move(documents)) {}
+  MainQueue& mainQueue() override { return queue; }
+  UserDefaults& userDefaults() override { return defaults; }
+  FileSystem& fileSystem() override { return files; }
+  const TextServices& textServices() const override { return text; }
+  LogSink& logSink() override { return log; }
+  const Bundle& mainBundle() const override { return bundle; }
+  std::string documentsFolder() const override { return documents_; }
+  double now() const override { return clock; }
+  std::string deviceName() const override { return "test-device"; }
+
+  ManualMainQueue queue;
+  MemoryUserDefaults defaults;
+  PosixFileSystem files;
+  IcuTextServices text;
+  RecordingLogSink log;
+  MapBundle bundle;
+  double clock = 1'700'000'000;
+
+ private:
+  std::string documents_;
+};
+
+// Installs a fresh FakePlatform in a fresh temporary folder and puts the main controller and
+// the log switches back to their state before start-up.
+class PlatformTest : public ::testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+  FakePlatform& platform() { return *platform_; }
+  const std::string& folder() const { return folder_; }
+
+ private:
+  std::shared_ptr<FakePlatform> platform_;
+  std::string folder_;
+};
+
+}  // namespace kolvane::testing

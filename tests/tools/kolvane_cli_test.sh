@@ -1,0 +1,59 @@
+#!/usr/bin/env bash
+# Black-box checks of the kolvane tool: its output, exit statuses and error lines.
+set -u
+cli=$1
+bundle=$2
+home=$(mktemp -d)
+trap 'rm -rf "$home"' EXIT
+failures=0
+
+expect() {  # expect NAME WANTED_OUTPUT WANTED_STATUS -- COMMAND...
+  local name=$1 want=$2 status=$3
+  shift 4
+  local got rc
+  got=$("$@" 2>&1)
+  rc=$?
+  if [ "$got" != "$want" ] || [ "$rc" != "$status" ]; then
+    printf 'FAIL %s\n  want (%s): %s\n  got  (%s): %s\n' "$name" "$status" "$want" "$rc" "$got"
+    failures=$((failures + 1))
+  fi
+}
+
+B=$'\u200b' E=$'\u2062'
+expect mark "${B}Hi "$'\u2063'"%@"$'\u2064'"${E}" 0 -- "$cli" cues mark 'Hi %@'
+expect show '[a{b}c]' 0 -- "$cli" cues show "${B}a"$'\u2063'"b"$'\u2064'"c${E}"
+expect strip 'abc' 0 -- "$cli" cues strip "${B}abc${E}"
+expect find '[{"length":3,"level":1,"location":4,"string":"[d]"},{"length":4,"level":1,"location":0,"string":"[ab]"}]' 0 \
+  -- "$cli" cues find "${B}ab${E}${B}d${E}"
+expect find-unpaired '[]' 0 -- "$cli" cues find "${E}a${B}b${E}${B}"
+expect string-quirk '{"argumentFormatSpecifiers":["%i a"],"dynamic":true,"localizedFormat":"[{%i a}pples]","localizedHash":"[{}pples]"}' 0 \
+  -- "$cli" string '%i apples'
+expect plural-mk 'one' 0 -- "$cli" plural mk 111
+expect plural-hyphen 'other' 0 -- "$cli" plural en-US 1
+expect plural-decimal 'one' 0 -- "$cli" plural fr 1.5
+expect plural-negative 'other' 0 -- "$cli" plural ru -21
+expect plural-bad-value '' 2 -- sh -c "'$cli' plural fr abc 2>/dev/null"
+expect to-server 'jm-JM' 0 -- "$cli" locale to-server en_JM
+expect from-server 'sr_Latn_ME' 0 -- "$cli" locale from-server me-ME
+expect from-server-bad 'kolvane: not a locale id: a b' 1 -- "$cli" locale from-server 'a b'
+expect name 'French (France)' 0 -- env LC_ALL=en_US.UTF-8 LANG=en_US.UTF-8 "$cli" locale name fr_FR
+expect encode 'aGVsbG8=' 0 -- sh -c "printf hello | '$cli' base64 encode"
+expect encode-wrap $'YWJj\r\nZGVm' 0 -- sh -c "printf abcdef | '$cli' base64 encode --wrap 6"
+expect decode 'hello' 0 -- sh -c "printf 'aGVs\nbG8=' | '$cli' base64 decode"
+expect decode-nothing 'kolvane: nothing to decode' 1 -- sh -c "printf '!!' | '$cli' base64 decode"
+expect url-params '{"b":"1#c"}' 0 -- "$cli" url-params 'a?b=1#c=2'
+printf '"a" = "A";\n"b" = "B"\n' > "$home/bad.strings"
+expect strings-bad "kolvane: $home/bad.strings: line 3: expected ';'" 1 -- "$cli" strings read "$home/bad.strings"
+expect strings "{\"greeting\":\"Hello\"}" 0 -- sh -c "printf '\"greeting\" = \"Hello\";' > '$home/ok.strings'; '$cli' strings read '$home/ok.strings'"
+expect lookup-show $'[Welcome to {%@}!]\n[missing.key]' 0 \
+  -- env LANGUAGE= LC_ALL=C "$cli" lookup --bundle "$bundle" --home "$home" --show welcome.title missing.key
+expect lookup-french '[Bienvenue dans {%@} !]' 0 \
+  -- env LANGUAGE=fr "$cli" lookup --bundle "$bundle" --home "$home" --show welcome.title
+expect unknown-command-status '' 2 -- sh -c "'$cli' frobnicate 2>/dev/null"
+expect missing-bundle-status '' 2 -- sh -c "'$cli' lookup key 2>/dev/null"
+
+if [ "$failures" -ne 0 ]; then
+  echo "$failures CLI checks failed"
+  exit 1
+fi
+echo "all CLI checks passed"
