@@ -82,8 +82,10 @@ TEST(StringsTextFormatTest, EveryCutOfAFileIsATableOrAnError) {
       EXPECT_EQ(error->message.rfind("line ", 0), 0u);
     }
   }
-  for (std::size_t length = 0; length <= 12; ++length) {
-    parseStringsText(std::string("\xFF\xFE\"\0k\0\"\0=\0", 12).substr(0, length));
+  constexpr char kUtf16[] = "\xFF\xFE\"\0k\0\"\0=\0";  // cut inside a UTF-16 unit too
+  const std::string utf16(kUtf16, sizeof kUtf16 - 1);
+  for (std::size_t length = 0; length <= utf16.size(); ++length) {
+    parseStringsText(utf16.substr(0, length));
   }
 }
 
