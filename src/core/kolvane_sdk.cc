@@ -4,7 +4,7 @@
 namespace kolvane {
 
 const double KolvaneSDKVersionNumber = 0.1;
-const unsigned char KolvaneSDKVersionString[] = "@(#)PROGRAM:Kolvane  PROJECT:Kolvane-0.1\n";
+const unsigned char KolvaneSDKVersionString[] = "Kolvane 0.1.0";
 
 void KolvaneSDK::startWithProjectId(const std::optional<std::string>& projectId,
                                     const nlohmann::json& options) {

@@ -1,10 +1,9 @@
 #include "core/locale_identifiers.h"
 
 #include <gtest/gtest.h>
+#include <unicode/uloc.h>
 
 #include <cstdlib>
-
-#include <unicode/uloc.h>
 
 #include "support/fake_platform.h"
 

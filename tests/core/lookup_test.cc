@@ -14,8 +14,9 @@ namespace {
 
 using ::testing::ElementsAre;
 
-std::shared_ptr<KVStringGroup> groupOf(const std::string& key,
-                                       std::vector<std::pair<std::optional<std::string>, std::u16string>> forms) {
+std::shared_ptr<KVStringGroup> groupOf(
+    const std::string& key,
+    std::vector<std::pair<std::optional<std::string>, std::u16string>> forms) {
   auto group = std::make_shared<KVStringGroup>();
   for (auto& [category, text] : forms) {
     auto form = std::make_shared<KVString>();
@@ -100,8 +101,8 @@ TEST_F(LookupTest, ReverseLookupAddsMissingCuesAndIgnoresCase) {
   base_->setLoadedStrings({{"base", groupOf("base", {{std::nullopt, u"Only in base"}})}});
   install();
   const std::u16string block = u"\u200B\u2063\u2064 FILES HERE\u2062";
-  for (const std::u16string& text :
-       {block, block.substr(1), block.substr(0, block.size() - 1), block.substr(1, block.size() - 2)}) {
+  for (const std::u16string& text : {block, block.substr(1), block.substr(0, block.size() - 1),
+                                     block.substr(1, block.size() - 2)}) {
     const auto found = controller().kolvaneStringForLocalizedString(text);
     ASSERT_NE(found, nullptr) << kv_stringShowingCues(text).size();
     EXPECT_EQ(found->key, "files");
@@ -120,9 +121,8 @@ TEST_F(LookupTest, ReverseLookupFindsEditsWhetherOrNotEditingIsEnabled) {
 }
 
 TEST_F(LookupTest, NestedStringCollectsLiteralAndNestedValues) {
-  shown_->setLoadedStrings(
-      {{"outer", groupOf("outer", {{std::nullopt, u"%@ sent %@ to %@"}})},
-       {"inner", groupOf("inner", {{std::nullopt, u"a file"}})}});
+  shown_->setLoadedStrings({{"outer", groupOf("outer", {{std::nullopt, u"%@ sent %@ to %@"}})},
+                            {"inner", groupOf("inner", {{std::nullopt, u"a file"}})}});
   install();
   const auto inner = controller().kolvaneStringForLocalizedString(u"a file");
   // "Ann sent [a file] to [a file]", nested blocks already emptied.
@@ -159,13 +159,17 @@ TEST_F(LookupTest, NestedStringWithTooFewValuesLogsEachMissingOne) {
 
 TEST_F(LookupTest, PluralLookupUsesEachStoresOwnLocaleRules) {
   shown_ = KVLocaleStrings::localeStringsForLocale(Locale("ru_RU"));
-  shown_->setLoadedStrings({{"files", groupOf("files", {{"one", u"%d файл"}, {"few", u"%d файла"},
-                                                         {"many", u"%d файлов"}})}});
-  base_->setLoadedStrings({{"files", groupOf("files", {{"one", u"%d file"}, {"other", u"%d files"}})},
-                           {"songs", groupOf("songs", {{"one", u"%d song"}, {"other", u"%d songs"}})}});
+  shown_->setLoadedStrings(
+      {{"files",
+        groupOf("files", {{"one", u"%d файл"}, {"few", u"%d файла"}, {"many", u"%d файлов"}})}});
+  base_->setLoadedStrings(
+      {{"files", groupOf("files", {{"one", u"%d file"}, {"other", u"%d files"}})},
+       {"songs", groupOf("songs", {{"one", u"%d song"}, {"other", u"%d songs"}})}});
   install();
-  EXPECT_EQ(kv_stringShowingCues(KolvaneSDK::pluralizedStringWithKey("files", 22)), u"[{%d} файла]");
-  EXPECT_EQ(kv_stringShowingCues(KolvaneSDK::pluralizedStringWithKey("files", 5)), u"[{%d} файлов]");
+  EXPECT_EQ(kv_stringShowingCues(KolvaneSDK::pluralizedStringWithKey("files", 22)),
+            u"[{%d} файла]");
+  EXPECT_EQ(kv_stringShowingCues(KolvaneSDK::pluralizedStringWithKey("files", 5)),
+            u"[{%d} файлов]");
   EXPECT_EQ(kv_stringShowingCues(KolvaneSDK::pluralizedStringWithKey("songs", 1)), u"[{%d} song]");
   EXPECT_EQ(kv_stringShowingCues(KolvaneSDK::pluralizedStringWithKey("greeting", 1)),
             u"[Hello (app)]");

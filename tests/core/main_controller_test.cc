@@ -47,7 +47,8 @@ TEST_F(MainControllerTest, MissingProjectIdStartsNothing) {
   // Its line shows only when an earlier start switched logging on.
   controller().setLog(true);
   KolvaneSDK::startWithProjectId(std::nullopt);
-  EXPECT_THAT(platform().log.lines(), ElementsAre("[KV] Failed to start Kolvane: invalid Project ID"));
+  EXPECT_THAT(platform().log.lines(),
+              ElementsAre("[KV] Failed to start Kolvane: invalid Project ID"));
 }
 
 TEST_F(MainControllerTest, StartLineIsTestedBeforeTheOptionsAreRead) {

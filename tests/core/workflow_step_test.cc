@@ -15,9 +15,11 @@ nlohmann::json stepJson(const std::string& name, nlohmann::json pairs = nlohmann
 TEST(WorkflowStepTest, StepsOfAllWorkflowsInAnswerOrder) {
   const nlohmann::json data = {
       {"items",
-       {{{"workflowName", "First"}, {"workflowUid", "w1"},
+       {{{"workflowName", "First"},
+         {"workflowUid", "w1"},
          {"workflowSteps", {stepJson("a"), stepJson("b")}}},
-        {{"workflowName", "Second"}, {"workflowUid", "w2"},
+        {{"workflowName", "Second"},
+         {"workflowUid", "w2"},
          {"workflowSteps", {stepJson("c"), stepJson("d"), stepJson("e")}}}}}};
   const auto steps = KVWorkflowStep::workflowsFromDictionary(data);
   ASSERT_EQ(steps.size(), 5u);
@@ -31,8 +33,8 @@ TEST(WorkflowStepTest, StepsOfAllWorkflowsInAnswerOrder) {
 TEST(WorkflowStepTest, MalformedAnswersGiveNoSteps) {
   EXPECT_TRUE(KVWorkflowStep::workflowsFromDictionary(nullptr).empty());
   EXPECT_TRUE(KVWorkflowStep::workflowsFromDictionary({{"items", "x"}}).empty());
-  EXPECT_TRUE(KVWorkflowStep::workflowsFromDictionary({{"items", {1, {{"workflowSteps", 2}}}}})
-                  .empty());
+  EXPECT_TRUE(
+      KVWorkflowStep::workflowsFromDictionary({{"items", {1, {{"workflowSteps", 2}}}}}).empty());
 }
 
 TEST(WorkflowStepTest, UnusableLocalePairsAreDropped) {

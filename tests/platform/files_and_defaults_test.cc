@@ -1,5 +1,5 @@
-#include <gtest/gtest.h>
 #include <glib.h>
+#include <gtest/gtest.h>
 
 #include <filesystem>
 #include <thread>

@@ -74,8 +74,7 @@ TEST(StringsTextFormatTest, EmptyAndCommentOnlyFilesAreEmptyTables) {
 }
 
 TEST(StringsTextFormatTest, EveryCutOfAFileIsATableOrAnError) {
-  const std::string text =
-      "/* c */ \"k\\U00e9\" = \"v\\n 😀\"; key = value; // end\n\"x\" = \"y\";";
+  const std::string text = "/* c */ \"k\\U00e9\" = \"v\\n 😀\"; key = value; // end\n\"x\" = \"y\";";
   for (std::size_t length = 0; length <= text.size(); ++length) {
     StringsFileResult result = parseStringsText(text.substr(0, length));
     if (auto* error = std::get_if<StringsFileError>(&result)) {

@@ -4,7 +4,6 @@
 
 #include <cmath>
 #include <cstdint>
-
 #include <string>
 #include <utility>
 #include <vector>
@@ -44,23 +43,23 @@ TEST(PluralFormTest, NoLocaleEmptyLanguageOrUnlistedLanguageIsAlwaysOther) {
 }
 
 TEST(PluralFormTest, IntegerAndFloatReadings) {
-  expectCases({{"en_US", 1, "one"}, {"en", 1.5, "one"}, {"en", 0, "other"}, {"en", 2, "other"},
-               {"fr", 0, "one"},    {"fr", 1.5, "one"}, {"fr", 1.99, "one"}, {"fr", 2, "other"},
-               {"fr", -0.5, "other"}, {"hi", 0, "one"}, {"hi", 1, "one"}, {"hi", 2, "other"},
-               {"lag", 0.5, "zero"}, {"lag", 1.5, "one"}, {"lag", 2, "other"},
-               {"shi", 0.5, "one"}, {"shi", 1, "one"}, {"shi", 2, "few"}, {"shi", 10, "few"},
-               {"shi", 11, "other"}});
+  expectCases(
+      {{"en_US", 1, "one"},   {"en", 1.5, "one"},  {"en", 0, "other"},  {"en", 2, "other"},
+       {"fr", 0, "one"},      {"fr", 1.5, "one"},  {"fr", 1.99, "one"}, {"fr", 2, "other"},
+       {"fr", -0.5, "other"}, {"hi", 0, "one"},    {"hi", 1, "one"},    {"hi", 2, "other"},
+       {"lag", 0.5, "zero"},  {"lag", 1.5, "one"}, {"lag", 2, "other"}, {"shi", 0.5, "one"},
+       {"shi", 1, "one"},     {"shi", 2, "few"},   {"shi", 10, "few"},  {"shi", 11, "other"}});
 }
 
 TEST(PluralFormTest, SlavicAndBalticRules) {
-  expectCases({{"ru", 1, "one"},   {"ru", 21, "one"},   {"ru", 101, "one"}, {"ru", 11, "many"},
-               {"ru", 2, "few"},   {"ru", 22, "few"},   {"ru", 12, "many"}, {"ru", 0, "many"},
-               {"ru", 5, "many"},  {"ru", 20, "many"},  {"uk", 3, "few"},   {"pl", 1, "one"},
-               {"pl", 0, "many"},  {"pl", 11, "many"},  {"pl", 21, "many"}, {"pl", 22, "few"},
-               {"pl", 12, "many"}, {"cs", 1, "one"},    {"cs", 4, "few"},   {"cs", 5, "other"},
-               {"lt", 1, "one"},   {"lt", 11, "other"}, {"lt", 9, "few"},   {"lt", 10, "other"},
-               {"lv", 0, "zero"},  {"lv", 21, "one"},   {"lv", 11, "other"},
-               {"sl", 101, "one"}, {"sl", 102, "two"},  {"sl", 104, "few"}, {"sl", 5, "other"}});
+  expectCases({{"ru", 1, "one"},   {"ru", 21, "one"},   {"ru", 101, "one"},  {"ru", 11, "many"},
+               {"ru", 2, "few"},   {"ru", 22, "few"},   {"ru", 12, "many"},  {"ru", 0, "many"},
+               {"ru", 5, "many"},  {"ru", 20, "many"},  {"uk", 3, "few"},    {"pl", 1, "one"},
+               {"pl", 0, "many"},  {"pl", 11, "many"},  {"pl", 21, "many"},  {"pl", 22, "few"},
+               {"pl", 12, "many"}, {"cs", 1, "one"},    {"cs", 4, "few"},    {"cs", 5, "other"},
+               {"lt", 1, "one"},   {"lt", 11, "other"}, {"lt", 9, "few"},    {"lt", 10, "other"},
+               {"lv", 0, "zero"},  {"lv", 21, "one"},   {"lv", 11, "other"}, {"sl", 101, "one"},
+               {"sl", 102, "two"}, {"sl", 104, "few"},  {"sl", 5, "other"}});
 }
 
 TEST(PluralFormTest, KeptQuirksOfTheTable) {
@@ -71,18 +70,16 @@ TEST(PluralFormTest, KeptQuirksOfTheTable) {
 }
 
 TEST(PluralFormTest, CelticSemiticAndOtherOwnRules) {
-  expectCases({{"br", 1000000, "many"}, {"br", 71, "other"}, {"br", 9, "few"},
-               {"br", 79, "other"},     {"br", 1, "one"},     {"br", 22, "two"},
-               {"ar", 0, "zero"},       {"ar", 2, "two"},     {"ar", 103, "few"},
-               {"ar", 111, "many"},     {"ar", 100, "other"}, {"cy", 3, "few"},
-               {"cy", 6, "many"},       {"cy", 0, "zero"},    {"ga", 5, "few"},
-               {"ga", 9, "many"},       {"gd", 12, "two"},    {"gd", 11, "one"},
-               {"gd", 15, "few"},       {"gd", 20, "other"},  {"gv", 12, "one"},
-               {"gv", 40, "one"},       {"gv", 3, "other"},   {"he", 20, "many"},
-               {"he", 0, "other"},      {"ksh", 0, "zero"},   {"mt", 0, "few"},
-               {"mt", 15, "many"},      {"mt", 102, "few"},   {"ro", 0, "few"},
-               {"ro", 119, "few"},      {"ro", 20, "other"},  {"se", 2, "two"},
-               {"tzm", 50, "one"},      {"tzm", 5, "other"}});
+  expectCases(
+      {{"br", 1000000, "many"}, {"br", 71, "other"}, {"br", 9, "few"},     {"br", 79, "other"},
+       {"br", 1, "one"},        {"br", 22, "two"},   {"ar", 0, "zero"},    {"ar", 2, "two"},
+       {"ar", 103, "few"},      {"ar", 111, "many"}, {"ar", 100, "other"}, {"cy", 3, "few"},
+       {"cy", 6, "many"},       {"cy", 0, "zero"},   {"ga", 5, "few"},     {"ga", 9, "many"},
+       {"gd", 12, "two"},       {"gd", 11, "one"},   {"gd", 15, "few"},    {"gd", 20, "other"},
+       {"gv", 12, "one"},       {"gv", 40, "one"},   {"gv", 3, "other"},   {"he", 20, "many"},
+       {"he", 0, "other"},      {"ksh", 0, "zero"},  {"mt", 0, "few"},     {"mt", 15, "many"},
+       {"mt", 102, "few"},      {"ro", 0, "few"},    {"ro", 119, "few"},   {"ro", 20, "other"},
+       {"se", 2, "two"},        {"tzm", 50, "one"},  {"tzm", 5, "other"}});
 }
 
 TEST(PluralFormTest, ExtremeValuesNeverFail) {

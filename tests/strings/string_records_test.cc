@@ -90,7 +90,8 @@ TEST_F(StringRecordsTest, GroupIdIsTheUidBeforeTheCategory) {
 
 TEST_F(StringRecordsTest, SortedNamesFollowTheCategoryOrder) {
   auto group = std::make_shared<KVStringGroup>();
-  for (const char* name : {"other", "few", "zero", "one"}) group->addStringForm(form("k", name, u"x"));
+  for (const char* name : {"other", "few", "zero", "one"})
+    group->addStringForm(form("k", name, u"x"));
   EXPECT_THAT(group->sortedPluralFormNames(), ElementsAre("zero", "one", "few", "other"));
 }
 

@@ -23,8 +23,7 @@ TEST(UrlParametersTest, KeptQuirksOfTheSplitting) {
 }
 
 TEST(UrlParametersTest, PairsWithoutEqualsSignAreSkipped) {
-  EXPECT_EQ(kv_getParameters("s://h?flag&code=1&&=v"),
-            (KVParameters{{"code", "1"}, {"", "v"}}));
+  EXPECT_EQ(kv_getParameters("s://h?flag&code=1&&=v"), (KVParameters{{"code", "1"}, {"", "v"}}));
   EXPECT_TRUE(kv_getParameters("s://h?").empty());
 }
 

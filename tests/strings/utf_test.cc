@@ -14,9 +14,9 @@ TEST(UtfTest, RoundTripsAcrossPlanes) {
 
 TEST(UtfTest, IllFormedInputBecomesReplacementCharacters) {
   EXPECT_EQ(toUtf16("a\xff"), u"a\uFFFD");
-  EXPECT_EQ(toUtf16("\xC0\xAFz"), u"\uFFFDz");     // overlong
+  EXPECT_EQ(toUtf16("\xC0\xAFz"), u"\uFFFDz");      // overlong
   EXPECT_EQ(toUtf16("\xED\xA0\x80z"), u"\uFFFDz");  // an encoded surrogate
-  EXPECT_EQ(toUtf8(u"\xD83D"), "\uFFFD");              // lone high surrogate
+  EXPECT_EQ(toUtf8(u"\xD83D"), "\uFFFD");           // lone high surrogate
   EXPECT_FALSE(isValidUtf8("\xE2\x82"));
 }
 

@@ -87,8 +87,7 @@ void RecordingLogSink::clear() {
 }
 
 void PlatformTest::SetUp() {
-  std::string pattern =
-      (std::filesystem::temp_directory_path() / "kolvane-test-XXXXXX").string();
+  std::string pattern = (std::filesystem::temp_directory_path() / "kolvane-test-XXXXXX").string();
   ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
   folder_ = pattern;
   platform_ = std::make_shared<FakePlatform>(folder_ + "/Documents");
