@@ -20,6 +20,14 @@ struct LinuxPlatformOptions {
   std::string dataHome;
 };
 
+// Where the platform made from `options` keeps the user defaults file and the documents folder.
+struct LinuxPlatformPaths {
+  std::string bundlePath;
+  std::string userDefaultsFile;
+  std::string documentsFolder;
+};
+LinuxPlatformPaths linuxPlatformPaths(const LinuxPlatformOptions& options);
+
 // Example:
 //   LinuxPlatformOptions options;
 //   options.bundlePath = "/opt/myapp/MyApp.app";

@@ -1,37 +1,165 @@
 #include "core/locale_strings.h"
 
+#include <algorithm>
+
 #include "core/main_controller.h"
+#include "kolvane/bundle.h"
+#include "kolvane/platform.h"
+#include "platform/log.h"
+#include "strings/cues.h"
+#include "strings/utf.h"
+#include "strings/xliff_parser.h"
+#include "strings/xliff_writer.h"
 
 namespace kolvane {
 namespace {
 
-std::shared_ptr<KVStringGroup> groupIn(const std::shared_ptr<const KVStringGroups>& groups,
-                                       std::string_view key) {
-  if (!groups) return nullptr;
-  const auto found = groups->find(key);
-  return found != groups->end() ? found->second : nullptr;
+constexpr std::string_view kStatusesDefaultsKey = "KVStatuses";
+
+void debugLog(const std::string& message) {
+  if (debugEnabled()) kvLog(message);
+}
+
+std::u16string withoutLineBreaks(std::u16string_view text) {
+  std::u16string out(text);
+  std::erase(out, u'\n');
+  return out;
 }
 
 }  // namespace
+
+KVLocaleStrings::Snapshot::Snapshot(KVStringGroups strings) : groups(std::move(strings)) {
+  for (const auto& [key, group] : groups) {
+    if (!group) continue;
+    for (const auto& [name, form] : group->pluralForms)
+      byHash.try_emplace(form->localizedHash, form);
+  }
+}
+
+KVLocaleStrings::KVLocaleStrings(Locale locale)
+    : locale_(std::move(locale)), dirty_(std::make_shared<const Snapshot>(KVStringGroups())) {}
 
 std::shared_ptr<KVLocaleStrings> KVLocaleStrings::localeStringsForLocale(const Locale& locale) {
   return std::make_shared<KVLocaleStrings>(locale);
 }
 
-void KVLocaleStrings::setLoadedStrings(KVStringGroups groups) {
-  loadedStrings_.store(std::make_shared<const KVStringGroups>(std::move(groups)));
+bool KVLocaleStrings::loadStringsFromPath(const std::string& path, KVStringGroups* into,
+                                          KVStringGroups* source, unsigned status) {
+  FileSystem& files = Platform::current().fileSystem();
+  if (!files.fileExists(path)) return false;
+  debugLog("Loading strings from " + path);
+  const auto bytes = files.readFile(path);
+  if (!bytes) {
+    debugLog("Error loading strings from " + path + ": the file could not be read");
+    return false;
+  }
+  KVStringGroups sources;
+  std::optional<KVError> error;
+  KVStringGroups groups =
+      KVXliffParser::parseXliffData(*bytes, source ? &sources : nullptr, status, &error);
+  if (error) {
+    debugLog("Error loading strings from " + path + ": " + error->localizedDescription);
+    return false;
+  }
+  if (into) {
+    for (auto& [key, group] : groups) (*into)[key] = std::move(group);
+  }
+  if (source) {
+    for (auto& [key, group] : sources) (*source)[key] = std::move(group);
+  }
+  return true;
 }
 
+bool KVLocaleStrings::loadStringsFromLocalizableStringsAtPath(const std::string& path,
+                                                              KVStringGroups& into) {
+  FileSystem& files = Platform::current().fileSystem();
+  if (!files.fileExists(path)) {
+    debugLog("No packaged strings file at " + path);
+    return false;
+  }
+  debugLog("Loading strings from " + path);
+  StringsFileResult read = files.readStringsFile(path);
+  if (const auto* error = std::get_if<StringsFileError>(&read)) {
+    debugLog("Error loading strings from " + path + ": " + error->message);
+    return false;
+  }
+  for (const auto& [key, text] : std::get<StringsTable>(read)) {
+    auto string = std::make_shared<KVString>();
+    string->key = key;
+    string->extractFormatFromString(kv_stringWithCues(text));
+    auto group = std::make_shared<KVStringGroup>();
+    group->status = KVStringStatusUntranslated;
+    group->addStringForm(string);
+    into[key] = std::move(group);
+  }
+  return true;
+}
+
+std::string KVLocaleStrings::fileNamed(std::string_view suffix) const {
+  return KVMainController::kolvaneFilesFolder() + "/" + locale_.localeIdentifier() +
+         std::string(suffix);
+}
+
+std::string KVLocaleStrings::publishedFilePath() const { return fileNamed("_published.xlf"); }
+std::string KVLocaleStrings::pendingFilePath() const { return fileNamed("_pending.xlf"); }
+std::string KVLocaleStrings::dirtyFilePath() const { return fileNamed("_edited.xlf"); }
+
+std::optional<std::string> KVLocaleStrings::packagedFilePath() const {
+  return Platform::current().mainBundle().pathForResource(locale_.localeIdentifier(), "xlf");
+}
+
+std::shared_ptr<const KVStringGroups> KVLocaleStrings::loadedStrings() const {
+  const auto& snapshot = loaded_.owner();
+  if (!snapshot) return nullptr;
+  return std::shared_ptr<const KVStringGroups>(snapshot, &snapshot->groups);
+}
+
+void KVLocaleStrings::setLoadedStrings(KVStringGroups groups) {
+  loaded_.set(std::make_shared<const Snapshot>(std::move(groups)));
+}
+
+const KVStringGroups& KVLocaleStrings::dirtyStrings() const { return dirty_.owner()->groups; }
+
 void KVLocaleStrings::setDirtyStrings(KVStringGroups groups) {
-  dirtyStrings_.store(std::make_shared<const KVStringGroups>(std::move(groups)));
+  dirty_.set(std::make_shared<const Snapshot>(std::move(groups)));
+}
+
+void KVLocaleStrings::setDirtyGroup(const std::string& key, std::shared_ptr<KVStringGroup> group) {
+  KVStringGroups groups = dirtyStrings();
+  if (group) {
+    groups[key] = std::move(group);
+  } else {
+    groups.erase(key);
+  }
+  setDirtyStrings(std::move(groups));
+}
+
+const std::shared_ptr<KVStringGroup>* KVLocaleStrings::groupForKey(std::string_view key) const {
+  const auto find = [key](const Snapshot* snapshot) -> const std::shared_ptr<KVStringGroup>* {
+    if (snapshot == nullptr) return nullptr;
+    const auto found = snapshot->groups.find(key);
+    return found != snapshot->groups.end() && found->second ? &found->second : nullptr;
+  };
+  // Unsent edits show only while the reviewer may edit: after logout the last downloaded
+  // text is shown again.
+  if (KVMainController::sharedInstance().editionEnabled()) {
+    if (const auto* edited = find(dirty_.get())) return edited;
+  }
+  return find(loaded_.get());
+}
+
+const KVString* KVLocaleStrings::formForKey(std::string_view key, std::string_view plural,
+                                            bool named) const {
+  const auto* group = groupForKey(key);
+  if (group == nullptr) return nullptr;
+  return named ? (*group)->formForPluralForm(plural, false) : (*group)->defaultForm();
 }
 
 std::shared_ptr<KVStringGroup> KVLocaleStrings::kolvaneStringGroupForKey(
     std::string_view key) const {
-  if (KVMainController::sharedInstance().editionEnabled()) {
-    if (auto edited = groupIn(dirtyStrings(), key)) return edited;
-  }
-  return groupIn(loadedStrings(), key);
+  LookupGuard guard;
+  const auto* group = groupForKey(key);
+  return group ? *group : nullptr;
 }
 
 std::shared_ptr<KVString> KVLocaleStrings::kolvaneStringForKey(
@@ -41,19 +169,24 @@ std::shared_ptr<KVString> KVLocaleStrings::kolvaneStringForKey(
 }
 
 std::optional<std::u16string> KVLocaleStrings::localizedStringForKey(std::string_view key) const {
-  return localizedStringForKey(key, std::nullopt);
+  LookupGuard guard;
+  const KVString* form = formForKey(key, {}, false);
+  if (form == nullptr) return std::nullopt;
+  return form->localizedFormat;
 }
 
 std::optional<std::u16string> KVLocaleStrings::localizedStringForKey(
     std::string_view key, const std::optional<std::string>& plural) const {
-  const auto string = kolvaneStringForKey(key, plural);
-  if (!string) return std::nullopt;
-  return string->localizedFormat;
+  LookupGuard guard;
+  const KVString* form = formForKey(key, plural.value_or(""), plural.has_value());
+  if (form == nullptr) return std::nullopt;
+  return form->localizedFormat;
 }
 
 std::shared_ptr<KVString> KVLocaleStrings::findLocalizedString(std::u16string_view hash,
                                                                const KVStringGroups& groups) {
   for (const auto& [key, group] : groups) {
+    if (!group) continue;
     for (const auto& [name, form] : group->pluralForms) {
       if (form->localizedHash == hash) return form;
     }
@@ -63,11 +196,99 @@ std::shared_ptr<KVString> KVLocaleStrings::findLocalizedString(std::u16string_vi
 
 std::shared_ptr<KVString> KVLocaleStrings::kolvaneStringForLocalizedString(
     std::u16string_view hash) const {
-  if (const auto dirty = dirtyStrings()) {
-    if (auto found = findLocalizedString(hash, *dirty)) return found;
+  LookupGuard guard;
+  for (const Snapshot* snapshot : {dirty_.get(), loaded_.get()}) {
+    if (snapshot == nullptr) continue;
+    if (const auto found = snapshot->byHash.find(hash); found != snapshot->byHash.end()) {
+      return found->second;
+    }
   }
+  return nullptr;
+}
+
+void KVLocaleStrings::extractUIStrings() {
   const auto loaded = loadedStrings();
-  return loaded ? findLocalizedString(hash, *loaded) : nullptr;
+  if (!loaded) return;
+  std::map<std::u16string, std::string> index;
+  for (const auto& [key, group] : *loaded) {
+    if (!group || group->hasPlurals) continue;
+    if (key.find('.') == std::string::npos || key.find('-') == std::string::npos) continue;
+    if (const KVString* form = group->defaultForm()) {
+      index[withoutLineBreaks(form->localizedFormat)] = key;
+    }
+  }
+  nibStrings_ = std::move(index);
+}
+
+std::optional<std::string> KVLocaleStrings::keyForIBString(std::u16string_view text) const {
+  for (const std::u16string& candidate : {withoutLineBreaks(text), std::u16string(text)}) {
+    if (const auto found = nibStrings_.find(candidate); found != nibStrings_.end()) {
+      return found->second;
+    }
+  }
+  return std::nullopt;
+}
+
+void KVLocaleStrings::saveDirty() {
+  KVWriteFailures failures;
+  const auto error =
+      KVXliffWriter::writeXliffFromStrings(dirtyStrings(), dirtyFilePath(), &failures);
+  if (logEnabled() && error) kvLog("Error saving dirty strings: " + error->localizedDescription);
+  if (logEnabled() && !failures.empty()) {
+    std::string keys;
+    for (const auto& [key, failed] : failures) keys += (keys.empty() ? "" : ", ") + key;
+    kvLog("Failed to save some strings: " + keys);
+  }
+  nlohmann::json statuses = nlohmann::json::object();
+  for (const KVStringGroups* decided : {&acceptedStrings_, &rejectedStrings_}) {
+    for (const auto& [key, group] : *decided) {
+      if (group) statuses[key] = group->status;
+    }
+  }
+  UserDefaults& defaults = Platform::current().userDefaults();
+  defaults.setObject(kStatusesDefaultsKey, std::move(statuses));
+  defaults.synchronize();
+}
+
+void KVLocaleStrings::clearDirtyStrings() {
+  setDirtyStrings({});
+  FileSystem& files = Platform::current().fileSystem();
+  const std::string path = dirtyFilePath();
+  if (files.fileExists(path) && !files.removeFile(path)) {
+    debugLog("Error deleting " + path + ": the file could not be removed");
+  }
+}
+
+void KVLocaleStrings::clearDirtyStatuses() {
+  UserDefaults& defaults = Platform::current().userDefaults();
+  defaults.removeObjectForKey(kStatusesDefaultsKey);
+  defaults.synchronize();
+  acceptedStrings_.clear();
+  rejectedStrings_.clear();
+}
+
+void KVLocaleStrings::loadDirtyStatuses() {
+  const auto saved = Platform::current().userDefaults().objectForKey(kStatusesDefaultsKey);
+  if (debugEnabled()) kvLog("Loading saved statuses: " + (saved ? saved->dump() : "(null)"));
+  if (!saved || !saved->is_object()) return;
+  const auto loaded = loadedStrings();
+  const KVStringGroups& dirty = dirtyStrings();
+  for (const auto& [key, value] : saved->items()) {
+    if (!value.is_number_unsigned() && !value.is_number_integer()) continue;
+    const auto status = value.get<unsigned>();
+    std::shared_ptr<KVStringGroup> group;
+    if (loaded) {
+      if (const auto found = loaded->find(key); found != loaded->end()) group = found->second;
+    }
+    if (group) group->status = status;
+    if (const auto edited = dirty.find(key); edited != dirty.end() && edited->second) {
+      edited->second->status = status;
+      group = edited->second;
+    }
+    if (!group) continue;
+    if (status == KVStringStatusAccepted) acceptedStrings_[group->key] = group;
+    if (status == KVStringStatusRejected) rejectedStrings_[group->key] = group;
+  }
 }
 
 }  // namespace kolvane

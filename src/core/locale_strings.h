@@ -1,66 +1,111 @@
-// KVLocaleStrings: every translated string known for one locale, by key. Lookups may come from
-// any thread while the main thread replaces the dictionaries: each dictionary is an immutable
-// snapshot published atomically, so a lookup sees the old or the new one, never a torn one.
+// KVLocaleStrings: every translated string known for one locale, by key: the strings read
+// from files, the reviewer's unsent edits and review decisions, and the files behind them.
+//
+// Lookups (by key and by displayed text) may come from any thread while the main thread
+// reloads or edits: the loaded and the edited strings are immutable snapshots, each with an
+// index by matching key, published atomically. Everything else is for the main thread.
 #pragma once
 
-#include <atomic>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 
+#include "core/published.h"
 #include "kolvane/locale.h"
 #include "strings/string_group.h"
 
 namespace kolvane {
 
-struct KVStringHash {
-  using is_transparent = void;
-  std::size_t operator()(std::string_view text) const noexcept {
-    return std::hash<std::string_view>{}(text);
-  }
-};
-
-// Key to the forms of that key.
-using KVStringGroups =
-    std::unordered_map<std::string, std::shared_ptr<KVStringGroup>, KVStringHash, std::equal_to<>>;
-
 class KVLocaleStrings {
  public:
-  explicit KVLocaleStrings(Locale locale) : locale_(std::move(locale)) {}
+  explicit KVLocaleStrings(Locale locale);
+  virtual ~KVLocaleStrings() = default;
   static std::shared_ptr<KVLocaleStrings> localeStringsForLocale(const Locale& locale);
 
   const Locale& locale() const { return locale_; }
 
-  // Strings read from the published, pending or packaged file (for the base locale, from the
-  // app's own table); none until loaded.
-  std::shared_ptr<const KVStringGroups> loadedStrings() const { return loadedStrings_.load(); }
-  void setLoadedStrings(KVStringGroups groups);
-  // Strings edited on this device and not yet sent. Main thread writes.
-  std::shared_ptr<const KVStringGroups> dirtyStrings() const { return dirtyStrings_.load(); }
-  void setDirtyStrings(KVStringGroups groups);
+  // Reads an XLIFF file: its groups into `into`, its source texts into `source` (either may be
+  // absent), every group read stamped as the reader does with `status`. False when there is
+  // no file or it could not be read (the debug log says why).
+  static bool loadStringsFromPath(const std::string& path, KVStringGroups* into,
+                                  KVStringGroups* source, unsigned status);
+  // Reads an app's ".strings" table: each text marked with cues, status 4 (untranslated).
+  static bool loadStringsFromLocalizableStringsAtPath(const std::string& path,
+                                                      KVStringGroups& into);
 
-  // The edited group while editing is enabled and the key was edited, else the loaded group.
+  // The store's files in the files folder, named after the locale's platform identifier.
+  virtual std::string publishedFilePath() const;
+  virtual std::string pendingFilePath() const;
+  virtual std::string dirtyFilePath() const;
+  // The XLIFF file of this locale shipped in the app's bundle, if any.
+  std::optional<std::string> packagedFilePath() const;
+
+  // Main thread. The strings read from files; null until a load found some.
+  std::shared_ptr<const KVStringGroups> loadedStrings() const;
+  void setLoadedStrings(KVStringGroups groups);
+  // Main thread. The strings edited on this device and not yet sent.
+  const KVStringGroups& dirtyStrings() const;
+  void setDirtyStrings(KVStringGroups groups);
+  // Adds or replaces one edited group (null removes it), keeping the index in step.
+  void setDirtyGroup(const std::string& key, std::shared_ptr<KVStringGroup> group);
+
+  // Main thread. Review decisions taken on this device.
+  KVStringGroups& acceptedStrings() { return acceptedStrings_; }
+  KVStringGroups& rejectedStrings() { return rejectedStrings_; }
+  // Main thread. Plain text (line breaks removed) to key, for texts set in interface files.
+  const std::map<std::u16string, std::string>& nibStrings() const { return nibStrings_; }
+
+  // Any thread. The edited group while editing is enabled and the key was edited, else the
+  // loaded group.
   std::shared_ptr<KVStringGroup> kolvaneStringGroupForKey(std::string_view key) const;
-  // The form of a category, falling back as the group's non-strict choice does.
   std::shared_ptr<KVString> kolvaneStringForKey(std::string_view key,
                                                 const std::optional<std::string>& plural) const;
   std::optional<std::u16string> localizedStringForKey(std::string_view key) const;
   std::optional<std::u16string> localizedStringForKey(
       std::string_view key, const std::optional<std::string>& plural) const;
 
-  // The first form in `groups` whose matching key equals `hash` exactly.
+  // The first form in `groups` whose matching key is `hash`, by scanning every form.
   static std::shared_ptr<KVString> findLocalizedString(std::u16string_view hash,
                                                        const KVStringGroups& groups);
-  // By matching key: the edited strings first, then the loaded ones.
+  // Any thread. By matching key, through the index: the edited strings first, then the loaded.
   std::shared_ptr<KVString> kolvaneStringForLocalizedString(std::u16string_view hash) const;
 
+  // Main thread. Indexes the loaded plain texts of keys shaped like interface-file keys
+  // (holding "." and "-"). Nothing in the runtime calls it; hosts may.
+  void extractUIStrings();
+  std::optional<std::string> keyForIBString(std::u16string_view text) const;
+
+  // Main thread. Writes the edited strings to the edited file and the review decisions to the
+  // user defaults ("KVStatuses").
+  void saveDirty();
+  void clearDirtyStrings();
+  void clearDirtyStatuses();
+  void loadDirtyStatuses();
+
  private:
+  struct Snapshot {
+    explicit Snapshot(KVStringGroups strings);
+    KVStringGroups groups;
+    std::unordered_map<std::u16string, std::shared_ptr<KVString>, KVTextHash, std::equal_to<>>
+        byHash;
+  };
+
+  // Lookups without taking references; the caller holds a LookupGuard.
+  const std::shared_ptr<KVStringGroup>* groupForKey(std::string_view key) const;
+  const KVString* formForKey(std::string_view key, std::string_view plural, bool named) const;
+  std::string fileNamed(std::string_view suffix) const;
+
   Locale locale_;
-  std::atomic<std::shared_ptr<const KVStringGroups>> loadedStrings_;
-  std::atomic<std::shared_ptr<const KVStringGroups>> dirtyStrings_{
-      std::make_shared<const KVStringGroups>()};
+  PublishedPtr<const Snapshot> loaded_;
+  PublishedPtr<const Snapshot> dirty_;
+  KVStringGroups acceptedStrings_;
+  KVStringGroups rejectedStrings_;
+  std::map<std::u16string, std::string> nibStrings_;
+
+  friend class KVMainController;
 };
 
 }  // namespace kolvane

@@ -26,8 +26,8 @@ std::u16string withOuterCues(std::u16string_view text) {
   return whole;
 }
 
-std::optional<std::u16string> pluralFrom(const std::shared_ptr<KVLocaleStrings>& store,
-                                         std::string_view key, const std::optional<Number>& value) {
+std::optional<std::u16string> pluralFrom(const KVLocaleStrings* store, std::string_view key,
+                                         const std::optional<Number>& value) {
   if (!store) return std::nullopt;
   const std::string category = KVPluralForm::pluralFormForValue(value, store->locale());
   return store->localizedStringForKey(key, category);
@@ -39,13 +39,14 @@ std::u16string KolvaneLocalizedStringForKey(const Bundle& self, std::string_view
                                             std::string_view key, std::u16string_view value,
                                             std::string_view table) {
   const KVMainController& controller = KVMainController::sharedInstance();
-  if (const auto store = controller.localeStrings()) {
+  LookupGuard guard;
+  if (const KVLocaleStrings* store = controller.publishedLocaleStrings()) {
     if (auto found = store->localizedStringForKey(key)) {
       logFound(key, *found, "from current locale strings");
       return *found;
     }
   }
-  if (const auto base = controller.baseLocaleStrings()) {
+  if (const KVLocaleStrings* base = controller.publishedBaseLocaleStrings()) {
     if (auto found = base->localizedStringForKey(key)) {
       logFound(key, *found, "from base");
       return *found;
@@ -63,10 +64,11 @@ std::u16string KolvaneLocalizedStringForKey(const Bundle& self, std::string_view
 std::shared_ptr<KVString> KVMainController::kolvaneStringForLocalizedString(
     std::u16string_view text) const {
   const std::u16string hash = Platform::current().textServices().lowercase(withOuterCues(text));
-  if (const auto store = localeStrings()) {
+  LookupGuard guard;
+  if (const KVLocaleStrings* store = publishedLocaleStrings()) {
     if (auto found = store->kolvaneStringForLocalizedString(hash)) return found;
   }
-  const auto base = baseLocaleStrings();
+  const KVLocaleStrings* base = publishedBaseLocaleStrings();
   return base ? base->kolvaneStringForLocalizedString(hash) : nullptr;
 }
 
@@ -98,8 +100,11 @@ std::shared_ptr<KVString> KVMainController::kolvaneStringWithNonNestedString(
 
 std::u16string KVMainController::pluralizedStringWithKey(std::string_view key,
                                                          const std::optional<Number>& value) const {
-  if (auto found = pluralFrom(localeStrings(), key, value)) return *found;
-  if (auto found = pluralFrom(baseLocaleStrings(), key, value)) return *found;
+  {
+    LookupGuard guard;
+    if (auto found = pluralFrom(publishedLocaleStrings(), key, value)) return *found;
+    if (auto found = pluralFrom(publishedBaseLocaleStrings(), key, value)) return *found;
+  }
   return Platform::current().mainBundle().localizedStringForKey(key, u"", "");
 }
 

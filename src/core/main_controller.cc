@@ -6,6 +6,7 @@
 #include "kolvane/platform.h"
 #include "platform/log.h"
 #include "server/workflow_step.h"
+#include "strings/string_group.h"
 
 namespace kolvane {
 namespace {
@@ -50,6 +51,7 @@ void KVMainController::startWithProjectId(const std::optional<std::string>& proj
   parseLaunchOptions(options);
   setupActions();
   loadSavedParameters();
+  loadStrings();
   appLaunched_ = true;
 }
 
@@ -89,20 +91,70 @@ void KVMainController::loadSavedParameters() {
   }
 }
 
+void KVMainController::loadStrings() {
+  KVStringGroups shownGroups;
+  KVStringGroups baseGroups;
+  const auto base = baseLocaleStrings();
+  if (base) {
+    const auto table = Platform::current().mainBundle().pathForResource(
+        "Localizable", "strings", base->locale().localeIdentifier());
+    if (table) KVLocaleStrings::loadStringsFromLocalizableStringsAtPath(*table, baseGroups);
+  }
+  if (const auto shown = localeStrings()) {
+    const bool published = KVLocaleStrings::loadStringsFromPath(
+        shown->publishedFilePath(), &shownGroups, nullptr, KVStringStatusPublished);
+    const bool pending =
+        KVLocaleStrings::loadStringsFromPath(shown->pendingFilePath(), &shownGroups, nullptr, 0);
+    if (!published && !pending) {
+      if (const auto packaged = shown->packagedFilePath()) {
+        KVLocaleStrings::loadStringsFromPath(*packaged, &shownGroups, nullptr,
+                                             KVStringStatusPublished);
+      }
+    }
+    if (!shownGroups.empty()) shown->setLoadedStrings(std::move(shownGroups));
+    KVStringGroups dirty = shown->dirtyStrings();
+    KVLocaleStrings::loadStringsFromPath(shown->dirtyFilePath(), &dirty, nullptr, 0);
+    shown->setDirtyStrings(std::move(dirty));
+    shown->loadDirtyStatuses();
+  }
+  if (base) base->setLoadedStrings(std::move(baseGroups));
+  logLoadedStrings();
+  reclaimRetired();
+}
+
+void KVMainController::logLoadedStrings() const {
+  if (!debug()) return;
+  const auto describe = [](const KVStringGroups* groups) {
+    if (groups == nullptr) return std::string("(null)");
+    std::string text = "{";
+    for (const auto& [key, group] : *groups) {
+      if (group) text += "\n    " + key + " = " + group->description() + ";";
+    }
+    return text + "\n}";
+  };
+  const auto shown = localeStrings();
+  const auto base = baseLocaleStrings();
+  kvLog("Loaded strings " + describe(shown ? shown->loadedStrings().get() : nullptr));
+  kvLog("Dirty strings " + describe(shown ? &shown->dirtyStrings() : nullptr));
+  kvLog("Base locale strings " + describe(base ? base->loadedStrings().get() : nullptr));
+}
+
 void KVMainController::reset() {
   setWorkflowStep(nullptr);
   setLocaleStrings(nullptr);
 }
 
 std::optional<Locale> KVMainController::locale() const {
-  const auto store = localeStrings();
-  if (!store) return std::nullopt;
+  LookupGuard guard;
+  const KVLocaleStrings* store = publishedLocaleStrings();
+  if (store == nullptr) return std::nullopt;
   return store->locale();
 }
 
 bool KVMainController::editionEnabled() const {
-  const auto step = workflowStep();
-  return step && step->canTranslate;
+  LookupGuard guard;
+  const KVWorkflowStep* step = workflowStep_.get();
+  return step != nullptr && step->canTranslate;
 }
 
 std::string KVMainController::kolvaneFilesFolder() {
@@ -115,15 +167,15 @@ bool KVMainController::debug() const { return debugEnabled(); }
 void KVMainController::setDebug(bool on) { logSwitches().debug = on; }
 
 void KVMainController::setWorkflowStep(std::shared_ptr<const KVWorkflowStep> step) {
-  workflowStep_.store(std::move(step));
+  workflowStep_.set(std::move(step));
 }
 
 void KVMainController::setLocaleStrings(std::shared_ptr<KVLocaleStrings> store) {
-  localeStrings_.store(std::move(store));
+  localeStrings_.set(std::move(store));
 }
 
 void KVMainController::setBaseLocaleStrings(std::shared_ptr<KVLocaleStrings> store) {
-  baseLocaleStrings_.store(std::move(store));
+  baseLocaleStrings_.set(std::move(store));
 }
 
 void KVMainController::resetForTesting() {

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/published.h"
 #include "kolvane/locale.h"
 #include "kolvane/number.h"
 #include "strings/string_record.h"
@@ -33,12 +34,16 @@ class KVMainController {
   void setupActions();
   // The saved workflow step, the base locale's store and the saved shown locale's store.
   void loadSavedParameters();
+  // Fills the stores from their files: the base store from the app's own table; the shown
+  // store from its published and pending files (else the packaged one), then its edits and
+  // saved review decisions. Run at start-up and whenever the shown strings must be rebuilt.
+  void loadStrings();
   // Forgets the workflow step and the shown locale; the base store and switches stay.
   void reset();
 
-  // The shown locale, or none when the app shows its own strings.
+  // The shown locale, or none when the app shows its own strings. Any thread.
   std::optional<Locale> locale() const;
-  // A workflow step is chosen and it lets the reviewer translate.
+  // A workflow step is chosen and it lets the reviewer translate. Any thread.
   bool editionEnabled() const;
   // Where downloaded and edited files are kept: the documents folder + "/Kolvane".
   static std::string kolvaneFilesFolder();
@@ -55,30 +60,41 @@ class KVMainController {
   std::u16string pluralizedStringWithKey(std::string_view key,
                                          const std::optional<Number>& value) const;
 
+  // State. The getters below return owning pointers and are for the main thread; lookups on
+  // other threads read the same state through the published pointers.
   const std::optional<std::string>& appId() const { return appId_; }
   bool appLaunched() const { return appLaunched_.load(); }
   bool log() const;
   void setLog(bool on);
   bool debug() const;
   void setDebug(bool on);
-  std::shared_ptr<const KVWorkflowStep> workflowStep() const { return workflowStep_.load(); }
+  const std::shared_ptr<const KVWorkflowStep>& workflowStep() const {
+    return workflowStep_.owner();
+  }
   void setWorkflowStep(std::shared_ptr<const KVWorkflowStep> step);
-  std::shared_ptr<KVLocaleStrings> localeStrings() const { return localeStrings_.load(); }
+  const std::shared_ptr<KVLocaleStrings>& localeStrings() const { return localeStrings_.owner(); }
   void setLocaleStrings(std::shared_ptr<KVLocaleStrings> store);
-  std::shared_ptr<KVLocaleStrings> baseLocaleStrings() const { return baseLocaleStrings_.load(); }
+  const std::shared_ptr<KVLocaleStrings>& baseLocaleStrings() const {
+    return baseLocaleStrings_.owner();
+  }
   void setBaseLocaleStrings(std::shared_ptr<KVLocaleStrings> store);
+
+  // Any thread, while a LookupGuard is held.
+  KVLocaleStrings* publishedLocaleStrings() const { return localeStrings_.get(); }
+  KVLocaleStrings* publishedBaseLocaleStrings() const { return baseLocaleStrings_.get(); }
 
   // Back to the state before start-up. For tests; main thread, no lookups running.
   void resetForTesting();
 
  private:
   KVMainController() = default;
+  void logLoadedStrings() const;
 
   std::optional<std::string> appId_;
   std::atomic<bool> appLaunched_{false};
-  std::atomic<std::shared_ptr<const KVWorkflowStep>> workflowStep_;
-  std::atomic<std::shared_ptr<KVLocaleStrings>> localeStrings_;
-  std::atomic<std::shared_ptr<KVLocaleStrings>> baseLocaleStrings_;
+  PublishedPtr<const KVWorkflowStep> workflowStep_;
+  PublishedPtr<KVLocaleStrings> localeStrings_;
+  PublishedPtr<KVLocaleStrings> baseLocaleStrings_;
 };
 
 }  // namespace kolvane

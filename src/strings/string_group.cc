@@ -35,14 +35,31 @@ void KVStringGroup::addStringForm(const std::shared_ptr<KVString>& form) {
   form->group = weak_from_this();
 }
 
+const std::shared_ptr<KVString>* KVStringGroup::findForm(std::string_view name, bool strict) const {
+  if (auto found = pluralForms.find(name); found != pluralForms.end()) return &found->second;
+  if (strict) return nullptr;
+  if (auto other = pluralForms.find("other"); other != pluralForms.end()) return &other->second;
+  if (!pluralForms.empty()) return &pluralForms.begin()->second;
+  return nullptr;
+}
+
+std::string_view KVStringGroup::defaultFormName() const {
+  return hasPlurals ? std::string_view("other") : kNoPluralFormName;
+}
+
 std::shared_ptr<KVString> KVStringGroup::stringForPluralForm(const std::optional<std::string>& name,
                                                              bool strict) const {
-  const std::string wanted = name ? *name : std::string(hasPlurals ? "other" : kNoPluralFormName);
-  if (auto found = pluralForms.find(wanted); found != pluralForms.end()) return found->second;
-  if (strict) return nullptr;
-  if (auto other = pluralForms.find("other"); other != pluralForms.end()) return other->second;
-  if (!pluralForms.empty()) return pluralForms.begin()->second;
-  return nullptr;
+  const auto* form = findForm(name ? std::string_view(*name) : defaultFormName(), strict);
+  return form ? *form : nullptr;
+}
+
+const KVString* KVStringGroup::formForPluralForm(std::string_view name, bool strict) const {
+  const auto* form = findForm(name, strict);
+  return form ? form->get() : nullptr;
+}
+
+const KVString* KVStringGroup::defaultForm() const {
+  return formForPluralForm(defaultFormName(), false);
 }
 
 std::optional<std::string> KVStringGroup::uid() const {

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "strings/string_record.h"
@@ -30,7 +31,7 @@ inline constexpr std::string_view kNoPluralFormName = "none";
 class KVStringGroup : public std::enable_shared_from_this<KVStringGroup> {
  public:
   std::string key;
-  std::map<std::string, std::shared_ptr<KVString>> pluralForms;  // category name to form
+  std::map<std::string, std::shared_ptr<KVString>, std::less<>> pluralForms;  // category to form
   bool hasPlurals = false;
   std::u16string rejectReason;
   std::u16string rejectDescription;
@@ -45,6 +46,9 @@ class KVStringGroup : public std::enable_shared_from_this<KVStringGroup> {
   // Not strict, a missing category falls back to "other", then to any form.
   std::shared_ptr<KVString> stringForPluralForm(const std::optional<std::string>& name,
                                                 bool strict) const;
+  // The same choice without taking a reference: the group keeps the form alive.
+  const KVString* formForPluralForm(std::string_view name, bool strict) const;
+  const KVString* defaultForm() const;
 
   // The unit id shared by the forms: the default form's uid up to its first "[".
   std::optional<std::string> uid() const;
@@ -56,6 +60,28 @@ class KVStringGroup : public std::enable_shared_from_this<KVStringGroup> {
   std::shared_ptr<KVStringGroup> copy() const;
 
   std::string description() const;
+
+ private:
+  const std::shared_ptr<KVString>* findForm(std::string_view name, bool strict) const;
+  std::string_view defaultFormName() const;
 };
+
+struct KVStringHash {
+  using is_transparent = void;
+  std::size_t operator()(std::string_view text) const noexcept {
+    return std::hash<std::string_view>{}(text);
+  }
+};
+
+struct KVTextHash {
+  using is_transparent = void;
+  std::size_t operator()(std::u16string_view text) const noexcept {
+    return std::hash<std::u16string_view>{}(text);
+  }
+};
+
+// Key to the forms of that key: the dictionaries of stores, readers and writers.
+using KVStringGroups =
+    std::unordered_map<std::string, std::shared_ptr<KVStringGroup>, KVStringHash, std::equal_to<>>;
 
 }  // namespace kolvane

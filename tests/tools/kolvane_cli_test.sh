@@ -47,8 +47,18 @@ expect strings-bad "kolvane: $home/bad.strings: line 3: expected ';'" 1 -- "$cli
 expect strings "{\"greeting\":\"Hello\"}" 0 -- sh -c "printf '\"greeting\" = \"Hello\";' > '$home/ok.strings'; '$cli' strings read '$home/ok.strings'"
 expect lookup-show $'[Welcome to {%@}!]\n[missing.key]' 0 \
   -- env LANGUAGE= LC_ALL=C "$cli" lookup --bundle "$bundle" --home "$home" --show welcome.title missing.key
-expect lookup-french '[Bienvenue dans {%@} !]' 0 \
+expect lookup-base-before-bundle '[Welcome to {%@}!]' 0 \
   -- env LANGUAGE=fr "$cli" lookup --bundle "$bundle" --home "$home" --show welcome.title
+expect lookup-shown-locale $'[Bienvenue sur {%@} !]\n[Save 20%% today]' 0 \
+  -- "$cli" lookup --bundle "$bundle" --home "$home" --locale fr_FR --show welcome.title discount.label
+expect lookup-plural '[Vous avez {%ld} nouveau message]' 0 \
+  -- "$cli" lookup --bundle "$bundle" --home "$home" --locale fr_FR --plural 1.5 --show inbox.count
+expect paths "{\"filesFolder\":\"$home/data/com.kolvane.demo/Kolvane\",\"userDefaults\":\"$home/config/com.kolvane.demo/defaults.json\"}" 0 \
+  -- "$cli" paths --bundle "$bundle" --home "$home"
+expect xliff-read '{"strings":{"k":{"forms":{"few":{"argumentFormatSpecifiers":["%d"],"dynamic":true,"localizedFormat":"[{%d} x]","note":"n\n","pluralForm":"few","uid":"k[few]"}},"hasPlurals":true,"status":0}}}' 0 \
+  -- sh -c "printf '<x><trans-unit id=\"k[few]\" resname=\"k\"><target><ph>%%d</ph> x</target><note>n</note>\n</trans-unit></x>' > '$home/a.xlf'; '$cli' xliff read '$home/a.xlf' --status 1"
+expect xliff-error '{"error":"line 1: Premature end of data in tag x line 1","strings":{}}' 1 \
+  -- sh -c "printf '<x>' > '$home/b.xlf'; '$cli' xliff read '$home/b.xlf'"
 expect unknown-command-status '' 2 -- sh -c "'$cli' frobnicate 2>/dev/null"
 expect missing-bundle-status '' 2 -- sh -c "'$cli' lookup key 2>/dev/null"
 

@@ -18,6 +18,7 @@
 #include "strings/string_record.h"
 #include "strings/url_parameters.h"
 #include "strings/utf.h"
+#include "strings/xliff_parser.h"
 
 namespace kolvane::cli {
 namespace {
@@ -75,6 +76,36 @@ ParsedOptions parseOptions(const Arguments& args, const std::vector<std::string>
     }
   }
   return parsed;
+}
+
+LinuxPlatformOptions platformOptionsFrom(const ParsedOptions& options) {
+  if (!options.has("--bundle")) throw UsageError("needs --bundle DIR");
+  LinuxPlatformOptions platformOptions;
+  platformOptions.bundlePath = options.values.at("--bundle");
+  if (options.has("--home")) {
+    platformOptions.configHome = options.values.at("--home") + "/config";
+    platformOptions.dataHome = options.values.at("--home") + "/data";
+  }
+  return platformOptions;
+}
+
+nlohmann::json formJson(const KVString& form) {
+  return {{"uid", form.uid},
+          {"pluralForm", form.pluralForm ? nlohmann::json(*form.pluralForm) : nlohmann::json()},
+          {"localizedFormat", shown(form.localizedFormat)},
+          {"note", toUtf8(form.note)},
+          {"dynamic", form.dynamic},
+          {"argumentFormatSpecifiers", specifiersJson(form.argumentFormatSpecifiers)}};
+}
+
+nlohmann::json groupsJson(const KVStringGroups& groups) {
+  nlohmann::json result = nlohmann::json::object();
+  for (const auto& [key, group] : groups) {
+    nlohmann::json forms = nlohmann::json::object();
+    for (const auto& [name, form] : group->pluralForms) forms[name] = formJson(*form);
+    result[key] = {{"status", group->status}, {"hasPlurals", group->hasPlurals}, {"forms", forms}};
+  }
+  return result;
 }
 
 }  // namespace
@@ -186,25 +217,65 @@ int runStrings(const Arguments& args) {
 }
 
 int runLookup(const Arguments& args) {
-  const ParsedOptions options = parseOptions(args, {"--bundle", "--project", "--home"}, {"--show"});
-  if (!options.has("--bundle")) throw UsageError("lookup needs --bundle DIR");
+  const ParsedOptions options =
+      parseOptions(args, {"--bundle", "--project", "--home", "--locale", "--plural"}, {"--show"});
   if (options.words.empty()) throw UsageError("lookup needs at least one KEY");
-  LinuxPlatformOptions platformOptions;
-  platformOptions.bundlePath = options.values.at("--bundle");
-  if (options.has("--home")) {
-    platformOptions.configHome = options.values.at("--home") + "/config";
-    platformOptions.dataHome = options.values.at("--home") + "/data";
+  std::optional<Number> count;
+  if (options.has("--plural")) {
+    count = parseNumber(options.values.at("--plural"));
+    if (!count) throw UsageError("--plural takes an integer or a decimal number");
   }
-  Platform::install(makeLinuxPlatform(platformOptions));
+  Platform::install(makeLinuxPlatform(platformOptionsFrom(options)));
+  if (options.has("--locale")) {
+    UserDefaults& defaults = Platform::current().userDefaults();
+    defaults.setObject("KVLocale", options.values.at("--locale"));
+    if (!defaults.synchronize()) throw Failure("cannot save the locale in the user defaults");
+  }
   const std::string project = options.has("--project") ? options.values.at("--project") : "cli";
   KolvaneSDK::startWithProjectId(project);
 
   const Bundle& bundle = Platform::current().mainBundle();
   for (const std::string& key : options.words) {
-    const std::u16string text = bundle.localizedStringForKey(key, u"", "");
+    const std::u16string text = count ? KolvaneSDK::pluralizedStringWithKey(key, count)
+                                      : bundle.localizedStringForKey(key, u"", "");
     printLine(options.has("--show") ? shown(text) : toUtf8(text));
   }
   return 0;
+}
+
+int runPaths(const Arguments& args) {
+  const ParsedOptions options = parseOptions(args, {"--bundle", "--home"}, {});
+  if (!options.words.empty()) throw UsageError("paths takes no KEY");
+  const LinuxPlatformPaths paths = linuxPlatformPaths(platformOptionsFrom(options));
+  printJson({{"filesFolder", paths.documentsFolder + "/Kolvane"},
+             {"userDefaults", paths.userDefaultsFile}});
+  return 0;
+}
+
+int runXliff(const Arguments& args) {
+  if (args.size() < 2 || args[0] != "read") throw UsageError("expected read FILE");
+  const ParsedOptions options =
+      parseOptions({args.begin() + 2, args.end()}, {"--status"}, {"--source"});
+  if (!options.words.empty()) throw UsageError("xliff read takes one FILE");
+  unsigned status = 0;
+  if (options.has("--status")) {
+    const std::string& text = options.values.at("--status");
+    auto [ptr, error] = std::from_chars(text.data(), text.data() + text.size(), status);
+    if (error != std::errc() || ptr != text.data() + text.size()) {
+      throw UsageError("--status takes a whole number");
+    }
+  }
+  const auto bytes = Platform::current().fileSystem().readFile(args[1]);
+  if (!bytes) throw Failure("cannot read " + args[1]);
+  KVStringGroups sources;
+  std::optional<KVError> error;
+  const KVStringGroups strings = KVXliffParser::parseXliffData(
+      *bytes, options.has("--source") ? &sources : nullptr, status, &error);
+  nlohmann::json result = {{"strings", groupsJson(strings)}};
+  if (options.has("--source")) result["sourceStrings"] = groupsJson(sources);
+  if (error) result["error"] = error->localizedDescription;
+  printJson(result);
+  return error ? 1 : 0;
 }
 
 }  // namespace kolvane::cli

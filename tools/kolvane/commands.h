@@ -27,5 +27,7 @@ int runBase64(const Arguments& args);
 int runUrlParams(const Arguments& args);
 int runStrings(const Arguments& args);
 int runLookup(const Arguments& args);
+int runPaths(const Arguments& args);
+int runXliff(const Arguments& args);
 
 }  // namespace kolvane::cli

@@ -18,7 +18,10 @@ constexpr const char* kUsage = R"(usage:
   kolvane base64 decode < TEXT
   kolvane url-params URL
   kolvane strings read FILE
-  kolvane lookup --bundle DIR [--project ID] [--home DIR] [--show] KEY...
+  kolvane xliff read FILE [--status N] [--source]
+  kolvane lookup --bundle DIR [--project ID] [--home DIR] [--locale ID] [--plural VALUE]
+                 [--show] KEY...
+  kolvane paths --bundle DIR [--home DIR]
 )";
 
 using Command = int (*)(const kolvane::cli::Arguments&);
@@ -29,6 +32,7 @@ const std::map<std::string, Command>& commands() {
       {"plural", kolvane::cli::runPlural},   {"locale", kolvane::cli::runLocale},
       {"base64", kolvane::cli::runBase64},   {"url-params", kolvane::cli::runUrlParams},
       {"strings", kolvane::cli::runStrings}, {"lookup", kolvane::cli::runLookup},
+      {"paths", kolvane::cli::runPaths},     {"xliff", kolvane::cli::runXliff},
   };
   return table;
 }

@@ -37,18 +37,28 @@ std::string executableFolder() {
   return error ? std::string(".") : executable.parent_path().string();
 }
 
+std::string bundlePathFor(const LinuxPlatformOptions& options) {
+  return options.bundlePath.empty() ? environmentOr("KOLVANE_BUNDLE", executableFolder())
+                                    : options.bundlePath;
+}
+
+LinuxPlatformPaths pathsFor(const LinuxPlatformOptions& options, const Bundle& bundle) {
+  const std::string configHome = options.configHome.empty()
+                                     ? environmentOr("XDG_CONFIG_HOME", homeFolder() + "/.config")
+                                     : options.configHome;
+  const std::string dataHome = options.dataHome.empty()
+                                   ? environmentOr("XDG_DATA_HOME", homeFolder() + "/.local/share")
+                                   : options.dataHome;
+  return {bundle.bundlePath(), configHome + "/" + bundle.bundleIdentifier() + "/defaults.json",
+          dataHome + "/" + bundle.bundleIdentifier()};
+}
+
 class LinuxPlatform : public Platform {
  public:
   explicit LinuxPlatform(const LinuxPlatformOptions& options)
-      : bundle_(options.bundlePath.empty() ? environmentOr("KOLVANE_BUNDLE", executableFolder())
-                                           : options.bundlePath),
-        configHome_(options.configHome.empty()
-                        ? environmentOr("XDG_CONFIG_HOME", homeFolder() + "/.config")
-                        : options.configHome),
-        dataHome_(options.dataHome.empty()
-                      ? environmentOr("XDG_DATA_HOME", homeFolder() + "/.local/share")
-                      : options.dataHome),
-        defaults_(configHome_ + "/" + bundle_.bundleIdentifier() + "/defaults.json") {}
+      : bundle_(bundlePathFor(options)),
+        paths_(pathsFor(options, bundle_)),
+        defaults_(paths_.userDefaultsFile) {}
 
   MainQueue& mainQueue() override { return mainQueue_; }
   UserDefaults& userDefaults() override { return defaults_; }
@@ -56,9 +66,7 @@ class LinuxPlatform : public Platform {
   const TextServices& textServices() const override { return text_; }
   LogSink& logSink() override { return log_; }
   const Bundle& mainBundle() const override { return bundle_; }
-  std::string documentsFolder() const override {
-    return dataHome_ + "/" + bundle_.bundleIdentifier();
-  }
+  std::string documentsFolder() const override { return paths_.documentsFolder; }
   double now() const override {
     const auto since = std::chrono::system_clock::now().time_since_epoch();
     return std::chrono::duration<double>(since).count();
@@ -70,8 +78,7 @@ class LinuxPlatform : public Platform {
 
  private:
   DirectoryBundle bundle_;
-  std::string configHome_;
-  std::string dataHome_;
+  LinuxPlatformPaths paths_;
   GlibMainQueue mainQueue_;
   JsonUserDefaults defaults_;
   PosixFileSystem files_;
@@ -83,6 +90,10 @@ class LinuxPlatform : public Platform {
 
 std::shared_ptr<Platform> makeLinuxPlatform(const LinuxPlatformOptions& options) {
   return std::make_shared<LinuxPlatform>(options);
+}
+
+LinuxPlatformPaths linuxPlatformPaths(const LinuxPlatformOptions& options) {
+  return pathsFor(options, DirectoryBundle(bundlePathFor(options)));
 }
 
 std::shared_ptr<Bundle> makeDirectoryBundle(const std::string& path) {

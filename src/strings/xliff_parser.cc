@@ -1,0 +1,200 @@
+#include "strings/xliff_parser.h"
+
+#include <libxml/parser.h>
+#include <libxml/parserInternals.h>
+#include <libxml/xmlerror.h>
+
+#include <climits>
+#include <cstring>
+
+#include "strings/cues.h"
+#include "strings/utf.h"
+
+namespace kolvane {
+namespace {
+
+const std::u16string kEmptyText{kv_beginCue, kv_endCue};
+
+std::string_view view(const xmlChar* text) {
+  return text ? std::string_view(reinterpret_cast<const char*>(text)) : std::string_view();
+}
+
+// Names compare as written in the document, prefix included.
+std::string qualifiedName(const xmlChar* localname, const xmlChar* prefix) {
+  std::string name;
+  if (prefix != nullptr) name = std::string(view(prefix)) + ":";
+  return name + std::string(view(localname));
+}
+
+struct ParseContext {
+  KVXliffParser* reader;
+  std::optional<KVError> error;
+};
+
+ParseContext& contextOf(void* userData) { return *static_cast<ParseContext*>(userData); }
+
+void onStartElement(void* userData, const xmlChar* localname, const xmlChar* prefix,
+                    const xmlChar* /*uri*/, int /*namespaceCount*/, const xmlChar** /*namespaces*/,
+                    int attributeCount, int /*defaulted*/, const xmlChar** attributes) {
+  std::string_view id, resname;
+  // Each attribute is five pointers: localname, prefix, uri, value start, value end.
+  for (int i = 0; i < attributeCount; ++i) {
+    const xmlChar** attribute = attributes + i * 5;
+    if (attribute[1] != nullptr) continue;
+    const std::string_view value(reinterpret_cast<const char*>(attribute[3]),
+                                 static_cast<std::size_t>(attribute[4] - attribute[3]));
+    if (view(attribute[0]) == "id") id = value;
+    if (view(attribute[0]) == "resname") resname = value;
+  }
+  contextOf(userData).reader->didStartElement(qualifiedName(localname, prefix), id, resname);
+}
+
+void onEndElement(void* userData, const xmlChar* localname, const xmlChar* prefix,
+                  const xmlChar* /*uri*/) {
+  contextOf(userData).reader->didEndElement(qualifiedName(localname, prefix));
+}
+
+void onCharacters(void* userData, const xmlChar* text, int length) {
+  if (length <= 0) return;
+  contextOf(userData).reader->foundCharacters(
+      std::string_view(reinterpret_cast<const char*>(text), static_cast<std::size_t>(length)));
+}
+
+void onError(void* userData, const xmlError* error) {
+  ParseContext& context = contextOf(userData);
+  if (context.error || error == nullptr || error->level < XML_ERR_ERROR) return;
+  std::string message = error->message ? error->message : "malformed XML";
+  while (!message.empty() && message.back() == '\n') message.pop_back();
+  context.error =
+      KVError{"xml", error->code, "line " + std::to_string(error->line) + ": " + message};
+}
+
+xmlSAXHandler makeHandler() {
+  xmlSAXHandler handler;
+  std::memset(&handler, 0, sizeof handler);
+  handler.initialized = XML_SAX2_MAGIC;
+  handler.startElementNs = onStartElement;
+  handler.endElementNs = onEndElement;
+  handler.characters = onCharacters;
+  handler.ignorableWhitespace = onCharacters;
+  handler.cdataBlock = onCharacters;
+  // No entity handlers: entities the document declares are never stored nor expanded.
+  return handler;
+}
+
+std::optional<KVError> runParse(std::string_view data, KVXliffParser& reader) {
+  if (data.size() > static_cast<std::size_t>(INT_MAX)) {
+    return KVError{"xml", XML_ERR_NO_MEMORY, "document too large"};
+  }
+  xmlParserCtxtPtr context = xmlCreateMemoryParserCtxt(data.data(), static_cast<int>(data.size()));
+  if (context == nullptr) return KVError{"xml", XML_ERR_DOCUMENT_EMPTY, "empty document"};
+  xmlCtxtUseOptions(context, XML_PARSE_NONET);
+  *context->sax = makeHandler();
+  // Errors go to this handler with the parse's own user data, never to stderr.
+  context->sax->serror = [](void* userData, xmlErrorPtr error) { onError(userData, error); };
+  ParseContext parse{&reader, std::nullopt};
+  context->userData = &parse;
+  const int result = xmlParseDocument(context);
+  const bool wellFormed = context->wellFormed != 0;
+  xmlFreeParserCtxt(context);
+  if (parse.error) return parse.error;
+  if (result != 0 || !wellFormed) return KVError{"xml", XML_ERR_INTERNAL_ERROR, "malformed XML"};
+  return std::nullopt;
+}
+
+}  // namespace
+
+KVStringGroups KVXliffParser::parseXliffData(std::string_view data, KVStringGroups* sourceStrings,
+                                             unsigned stringStatus, std::optional<KVError>* error) {
+  KVXliffParser reader;
+  reader.needCues = true;
+  reader.stringStatus = stringStatus;
+  if (sourceStrings != nullptr) reader.sourceStrings.emplace();
+  auto failure = runParse(data, reader);
+  if (error != nullptr) *error = std::move(failure);
+  if (sourceStrings != nullptr) *sourceStrings = *reader.sourceStrings;
+  return std::move(reader.strings);
+}
+
+void KVXliffParser::didStartElement(std::string_view name, std::string_view id,
+                                    std::string_view resname) {
+  if (name == "trans-unit") {
+    state = kNowhere;
+    pluralForm.reset();
+    uid = id;
+    key = resname;
+    const std::size_t bracket = uid.find('[');
+    if (!uid.empty() && uid.back() == ']' && bracket != std::string::npos) {
+      // The second "[" piece without its last character.
+      const std::size_t next = uid.find('[', bracket + 1);
+      const std::string piece =
+          uid.substr(bracket + 1, next == std::string::npos ? next : next - bracket - 1);
+      pluralForm = piece.empty() ? std::string() : piece.substr(0, piece.size() - 1);
+    }
+    source.clear();
+    target.clear();
+    note.clear();
+  } else if (name == "source") {
+    state = kSource;
+    if (needCues) source += kv_beginCue;
+  } else if (name == "target") {
+    state = kTarget;
+    if (needCues) target += kv_beginCue;
+  } else if (name == "note") {
+    state = kNote;
+  } else if (name == "ph" && needCues) {
+    if (state == kSource) source += kv_placeholderBeginCue;
+    if (state == kTarget) target += kv_placeholderBeginCue;
+  }
+}
+
+void KVXliffParser::didEndElement(std::string_view name) {
+  if (name == "source" || name == "target") {
+    if (needCues) (name == "source" ? source : target) += kv_endCue;
+    state = kNowhere;
+  } else if (name == "ph" && needCues) {
+    if (state == kSource) source += kv_placeholderEndCue;
+    if (state == kTarget) target += kv_placeholderEndCue;
+  } else if (name == "trans-unit") {
+    // A closed note leaves the state on the note, so the text up to here joins the note.
+    state = kNowhere;
+    if (target != kEmptyText) addString(strings, target, stringStatus);
+    if (sourceStrings && source != kEmptyText) {
+      addString(*sourceStrings, source, KVStringStatusUntranslated);
+    }
+  }
+}
+
+void KVXliffParser::foundCharacters(std::string_view utf8) {
+  switch (state) {
+    case kSource:
+      source += toUtf16(utf8);
+      break;
+    case kTarget:
+      target += toUtf16(utf8);
+      break;
+    case kNote:
+      note += toUtf16(utf8);
+      break;
+    default:
+      break;
+  }
+}
+
+void KVXliffParser::addString(KVStringGroups& groups, const std::u16string& text, unsigned status) {
+  auto string = std::make_shared<KVString>();
+  string->key = key;
+  string->note = note;
+  string->uid = uid;
+  string->pluralForm = pluralForm;
+  string->extractFormatFromString(text);
+  auto& group = groups[key];
+  if (group) {
+    group->status = status;
+  } else {
+    group = std::make_shared<KVStringGroup>();
+  }
+  group->addStringForm(string);
+}
+
+}  // namespace kolvane
