@@ -40,6 +40,8 @@ class KVLocaleStrings {
   virtual std::string publishedFilePath() const;
   virtual std::string pendingFilePath() const;
   virtual std::string dirtyFilePath() const;
+  // A file of this store's locale in the files folder: identifier + suffix.
+  std::string fileNamed(std::string_view suffix) const;
   // The XLIFF file of this locale shipped in the app's bundle, if any.
   std::optional<std::string> packagedFilePath() const;
 
@@ -96,7 +98,6 @@ class KVLocaleStrings {
   // Lookups without taking references; the caller holds a LookupGuard.
   const std::shared_ptr<KVStringGroup>* groupForKey(std::string_view key) const;
   const KVString* formForKey(std::string_view key, std::string_view plural, bool named) const;
-  std::string fileNamed(std::string_view suffix) const;
 
   Locale locale_;
   PublishedPtr<const Snapshot> loaded_;

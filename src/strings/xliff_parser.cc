@@ -28,25 +28,43 @@ std::string qualifiedName(const xmlChar* localname, const xmlChar* prefix) {
 
 struct ParseContext {
   KVXliffParser* reader;
+  xmlParserCtxtPtr parser;
   std::optional<KVError> error;
 };
 
 ParseContext& contextOf(void* userData) { return *static_cast<ParseContext*>(userData); }
 
+// Without entity substitution the parser hands attribute values over with their character
+// references still escaped ("&#38;" for "&"); decode those the way libxml2's own handler does.
+// Only predefined entities and character references can be decoded: none is declared here.
+std::string attributeValue(ParseContext& context, const xmlChar* begin, const xmlChar* end) {
+  const auto length = static_cast<int>(end - begin);
+  const std::string_view raw(reinterpret_cast<const char*>(begin),
+                             static_cast<std::size_t>(length));
+  if (raw.find('&') == std::string_view::npos) return std::string(raw);
+  xmlChar* decoded =
+      xmlStringLenDecodeEntities(context.parser, begin, length, XML_SUBSTITUTE_REF, 0, 0, 0);
+  if (decoded == nullptr) return std::string(raw);
+  std::string value(view(decoded));
+  xmlFree(decoded);
+  return value;
+}
+
 void onStartElement(void* userData, const xmlChar* localname, const xmlChar* prefix,
                     const xmlChar* /*uri*/, int /*namespaceCount*/, const xmlChar** /*namespaces*/,
                     int attributeCount, int /*defaulted*/, const xmlChar** attributes) {
-  std::string_view id, resname;
+  ParseContext& context = contextOf(userData);
+  std::string id, resname;
   // Each attribute is five pointers: localname, prefix, uri, value start, value end.
   for (int i = 0; i < attributeCount; ++i) {
     const xmlChar** attribute = attributes + i * 5;
     if (attribute[1] != nullptr) continue;
-    const std::string_view value(reinterpret_cast<const char*>(attribute[3]),
-                                 static_cast<std::size_t>(attribute[4] - attribute[3]));
-    if (view(attribute[0]) == "id") id = value;
-    if (view(attribute[0]) == "resname") resname = value;
+    if (view(attribute[0]) == "id") id = attributeValue(context, attribute[3], attribute[4]);
+    if (view(attribute[0]) == "resname") {
+      resname = attributeValue(context, attribute[3], attribute[4]);
+    }
   }
-  contextOf(userData).reader->didStartElement(qualifiedName(localname, prefix), id, resname);
+  context.reader->didStartElement(qualifiedName(localname, prefix), id, resname);
 }
 
 void onEndElement(void* userData, const xmlChar* localname, const xmlChar* prefix,
@@ -92,7 +110,7 @@ std::optional<KVError> runParse(std::string_view data, KVXliffParser& reader) {
   *context->sax = makeHandler();
   // Errors go to this handler with the parse's own user data, never to stderr.
   context->sax->serror = [](void* userData, xmlErrorPtr error) { onError(userData, error); };
-  ParseContext parse{&reader, std::nullopt};
+  ParseContext parse{&reader, context, std::nullopt};
   context->userData = &parse;
   const int result = xmlParseDocument(context);
   const bool wellFormed = context->wellFormed != 0;

@@ -66,9 +66,13 @@ std::optional<std::string> MapBundle::infoString(std::string_view key) const {
   return found->second;
 }
 
-std::optional<std::string> MapBundle::pathForResource(std::string_view, std::string_view,
-                                                      std::string_view) const {
-  return std::nullopt;
+std::optional<std::string> MapBundle::pathForResource(std::string_view name, std::string_view type,
+                                                      std::string_view localization) const {
+  std::string resource = std::string(name) + "." + std::string(type);
+  if (!localization.empty()) resource += "@" + std::string(localization);
+  const auto found = resources.find(resource);
+  if (found == resources.end()) return std::nullopt;
+  return found->second;
 }
 
 void RecordingLogSink::writeLine(std::string_view line) {

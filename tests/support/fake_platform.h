@@ -55,6 +55,8 @@ class MapBundle : public Bundle {
 
   std::map<std::string, std::u16string> strings;  // "table/key" or "key" for Localizable
   std::map<std::string, std::string> info;
+  // "name.type" or "name.type@localization" to the path of that resource.
+  std::map<std::string, std::string> resources;
 };
 
 class RecordingLogSink : public LogSink {

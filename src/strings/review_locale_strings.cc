@@ -1,0 +1,37 @@
+#include "strings/review_locale_strings.h"
+
+#include "kolvane/platform.h"
+
+namespace kolvane {
+
+std::shared_ptr<KVReviewLocaleStrings> KVReviewLocaleStrings::reviewLocaleStringsFromLocaleStrings(
+    const KVLocaleStrings& store) {
+  return std::make_shared<KVReviewLocaleStrings>(store.locale());
+}
+
+std::string KVReviewLocaleStrings::publishedFilePath() const {
+  return fileNamed("_published_review.xlf");
+}
+
+std::string KVReviewLocaleStrings::pendingFilePath() const {
+  return fileNamed("_pending_review.xlf");
+}
+
+std::string KVReviewLocaleStrings::dirtyFilePath() const { return fileNamed("_edited_review.xlf"); }
+
+void KVReviewLocaleStrings::loadStrings() {
+  KVStringGroups groups;
+  loadStringsFromPath(publishedFilePath(), &groups, nullptr, KVStringStatusPublished);
+  loadStringsFromPath(pendingFilePath(), &groups, nullptr, KVStringStatusNone);
+  setLoadedStrings(std::move(groups));
+  clearAllFiles();
+}
+
+void KVReviewLocaleStrings::clearAllFiles() {
+  FileSystem& files = Platform::current().fileSystem();
+  for (const std::string& path : {dirtyFilePath(), pendingFilePath(), publishedFilePath()}) {
+    if (files.fileExists(path)) files.removeFile(path);
+  }
+}
+
+}  // namespace kolvane

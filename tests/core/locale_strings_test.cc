@@ -1,0 +1,195 @@
+#include "core/locale_strings.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "core/main_controller.h"
+#include "platform/linux/posix_file_system.h"
+#include "server/workflow_step.h"
+#include "strings/cues.h"
+#include "strings/review_locale_strings.h"
+#include "strings/xliff_parser.h"
+#include "support/fake_platform.h"
+
+namespace kolvane {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
+
+std::string xliff(const std::vector<std::pair<std::string, std::string>>& units) {
+  std::string body;
+  for (const auto& [id, target] : units) {
+    const std::string key = id.substr(0, id.find('['));
+    body += "<trans-unit id=\"" + id + "\" resname=\"" + key + "\"><target>" + target +
+            "</target></trans-unit>";
+  }
+  return "<xliff><file><body>" + body + "</body></file></xliff>";
+}
+
+class LocaleStringsTest : public testing::PlatformTest {
+ protected:
+  void SetUp() override {
+    testing::PlatformTest::SetUp();
+    platform().defaults.setObject("KVLocale", "fr_FR");
+  }
+  KVMainController& controller() { return KVMainController::sharedInstance(); }
+  std::string filesFolder() { return KVMainController::kolvaneFilesFolder(); }
+  void writeFile(const std::string& name, const std::string& bytes) {
+    ASSERT_TRUE(writeFileAtomically(filesFolder() + "/" + name, bytes));
+  }
+  void start() { controller().startWithProjectId("demo", nullptr); }
+  std::shared_ptr<KVLocaleStrings> shown() { return controller().localeStrings(); }
+  std::u16string text(std::string_view key) {
+    return kv_stringShowingCues(shown()->localizedStringForKey(key).value_or(u"(none)"));
+  }
+  void enableEditing() {
+    auto step = std::make_shared<KVWorkflowStep>();
+    step->canTranslate = true;
+    controller().setWorkflowStep(step);
+  }
+};
+
+TEST_F(LocaleStringsTest, PendingReplacesPublishedAndThePackagedFileIsNotRead) {
+  writeFile("fr_FR_published.xlf", xliff({{"a", "published A"}, {"b", "published B"}}));
+  writeFile("fr_FR_pending.xlf", xliff({{"a", "pending A"}}));
+  start();
+  EXPECT_EQ(text("a"), u"[pending A]");
+  EXPECT_EQ(text("b"), u"[published B]");
+}
+
+TEST_F(LocaleStringsTest, EditedFileAloneStillLetsThePackagedFileBeRead) {
+  platform().bundle.resources["fr_FR.xlf"] = folder() + "/fr_FR.xlf";
+  ASSERT_TRUE(writeFileAtomically(folder() + "/fr_FR.xlf", xliff({{"a", "packaged"}})));
+  writeFile("fr_FR_edited.xlf", xliff({{"a", "edited"}}));
+  start();
+  EXPECT_EQ(text("a"), u"[packaged]");
+  EXPECT_EQ(shown()->dirtyStrings().size(), 1u);
+  enableEditing();
+  EXPECT_EQ(text("a"), u"[edited]");
+  // A pending file alone is enough to keep the packaged file out.
+  writeFile("fr_FR_pending.xlf", xliff({{"b", "pending"}}));
+  controller().setLocaleStrings(KVLocaleStrings::localeStringsForLocale(Locale("fr_FR")));
+  controller().loadStrings();
+  EXPECT_EQ(shown()->loadedStrings()->count("a"), 0u);
+}
+
+TEST_F(LocaleStringsTest, ACorruptPublishedFileCountsAsNotRead) {
+  platform().bundle.resources["fr_FR.xlf"] = folder() + "/fr_FR.xlf";
+  ASSERT_TRUE(writeFileAtomically(folder() + "/fr_FR.xlf", xliff({{"a", "packaged"}})));
+  writeFile("fr_FR_published.xlf", "<xliff><file>");
+  controller().setDebug(true);
+  start();
+  EXPECT_EQ(text("a"), u"[packaged]");
+  EXPECT_THAT(platform().log.lines(), ::testing::Contains(::testing::StartsWith(
+                                          "[KV] Error loading strings from " + filesFolder())));
+}
+
+TEST_F(LocaleStringsTest, BaseStoreReadsTheAppsTableOfTheDevelopmentRegion) {
+  platform().bundle.info["CFBundleDevelopmentRegion"] = "en";
+  platform().bundle.resources["Localizable.strings@en"] = folder() + "/Localizable.strings";
+  ASSERT_TRUE(writeFileAtomically(folder() + "/Localizable.strings",
+                                  "\"hi\" = \"Hi %@\";\n\"aB1-cd-EF2.text\" = \"Hello\\nWorld\";"));
+  start();
+  const auto base = controller().baseLocaleStrings();
+  const auto group = base->kolvaneStringGroupForKey("hi");
+  ASSERT_NE(group, nullptr);
+  EXPECT_EQ(group->status, KVStringStatusUntranslated);
+  EXPECT_EQ(kv_stringShowingCues(*base->localizedStringForKey("hi")), u"[Hi {%@}]");
+}
+
+TEST_F(LocaleStringsTest, InterfaceFileTextsAreIndexedWithoutLineBreaks) {
+  start();
+  shown()->setLoadedStrings(KVXliffParser::parseXliffData(
+      xliff({{"aB1-cd-EF2.text", "Hello\nWorld"}, {"plain.key", "Other"}, {"p-1.x[one]", "P"}}), 0,
+      nullptr));
+  EXPECT_EQ(shown()->keyForIBString(u"\u200BHello\nWorld\u2062"), std::nullopt);  // not yet run
+  shown()->extractUIStrings();
+  EXPECT_EQ(shown()->keyForIBString(u"\u200BHello\nWorld\u2062"), "aB1-cd-EF2.text");
+  EXPECT_EQ(shown()->keyForIBString(u"\u200BHelloWorld\u2062"), "aB1-cd-EF2.text");
+  EXPECT_EQ(shown()->nibStrings().size(), 1u);
+}
+
+TEST_F(LocaleStringsTest, SavedDecisionsComeBackOnTheRightGroups) {
+  writeFile("fr_FR_published.xlf", xliff({{"a", "A"}, {"b", "B"}, {"c", "C"}}));
+  writeFile("fr_FR_edited.xlf", xliff({{"b", "B edited"}}));
+  platform().defaults.setObject("KVStatuses", {{"a", 2}, {"b", 3}, {"c", 1}, {"ghost", 2}});
+  start();
+  EXPECT_THAT(shown()->acceptedStrings(), ::testing::SizeIs(1));
+  EXPECT_EQ(shown()->acceptedStrings().at("a")->status, 2u);
+  // The edited group takes the decision in place of the loaded one.
+  EXPECT_EQ(shown()->rejectedStrings().at("b"), shown()->dirtyStrings().at("b"));
+  EXPECT_EQ(shown()->loadedStrings()->at("c")->status, 1u);
+}
+
+TEST_F(LocaleStringsTest, SaveDirtyWritesTheEditedFileAndTheDecisions) {
+  start();
+  auto edited = KVXliffParser::parseXliffData(xliff({{"a", "A2"}, {"b", "B2"}}), 0, nullptr);
+  edited.at("a")->status = KVStringStatusAccepted;
+  edited.at("b")->status = KVStringStatusRejected;
+  shown()->acceptedStrings()["a"] = edited.at("a");
+  shown()->rejectedStrings()["b"] = edited.at("b");
+  shown()->acceptedStrings()["b"] = edited.at("a");  // a key in both takes the rejected status
+  shown()->setDirtyStrings(edited);
+  shown()->saveDirty();
+  EXPECT_EQ(*platform().defaults.objectForKey("KVStatuses"), nlohmann::json({{"a", 2}, {"b", 3}}));
+  EXPECT_GE(platform().defaults.synchronizeCount, 1);
+  const auto reread = KVXliffParser::parseXliffData(
+      *platform().files.readFile(filesFolder() + "/fr_FR_edited.xlf"), 0, nullptr);
+  EXPECT_EQ(reread.size(), 2u);
+
+  shown()->clearDirtyStrings();
+  shown()->clearDirtyStatuses();
+  EXPECT_THAT(shown()->dirtyStrings(), IsEmpty());
+  EXPECT_FALSE(platform().files.fileExists(filesFolder() + "/fr_FR_edited.xlf"));
+  EXPECT_EQ(platform().defaults.objectForKey("KVStatuses"), std::nullopt);
+  EXPECT_THAT(shown()->acceptedStrings(), IsEmpty());
+}
+
+TEST_F(LocaleStringsTest, FailedSaveIsLoggedOnlyWithLogOn) {
+  start();
+  shown()->setDirtyStrings(KVXliffParser::parseXliffData(xliff({{"a", "A"}}), 0, nullptr));
+  ASSERT_TRUE(writeFileAtomically(filesFolder() + "/fr_FR_edited.xlf/blocker", "x"));
+  shown()->saveDirty();
+  EXPECT_THAT(platform().log.lines(), IsEmpty());
+  controller().setLog(true);
+  shown()->saveDirty();
+  EXPECT_THAT(platform().log.lines(),
+              ElementsAre(::testing::StartsWith("[KV] Error saving dirty strings: "),
+                          "[KV] Failed to save some strings: a"));
+}
+
+TEST_F(LocaleStringsTest, ReverseLookupFollowsEditsThroughTheIndex) {
+  writeFile("fr_FR_published.xlf", xliff({{"a", "Loaded <ph>%d</ph> Items"}}));
+  start();
+  const std::u16string hash = u"\u200Bloaded \u2063\u2064 items\u2062";
+  EXPECT_EQ(shown()->kolvaneStringForLocalizedString(hash)->key, "a");
+  auto edits = KVXliffParser::parseXliffData(xliff({{"a", "Changed"}}), 0, nullptr);
+  shown()->setDirtyGroup("a", edits.at("a"));
+  EXPECT_EQ(shown()->kolvaneStringForLocalizedString(u"\u200Bchanged\u2062"),
+            edits.at("a")->pluralForms.at("none"));
+  shown()->setDirtyGroup("a", nullptr);
+  EXPECT_EQ(shown()->kolvaneStringForLocalizedString(u"\u200Bchanged\u2062"), nullptr);
+  EXPECT_EQ(KVLocaleStrings::findLocalizedString(hash, *shown()->loadedStrings())->key, "a");
+}
+
+TEST_F(LocaleStringsTest, ReviewSnapshotIsConsumedOnce) {
+  start();
+  auto review = KVReviewLocaleStrings::reviewLocaleStringsFromLocaleStrings(*shown());
+  EXPECT_EQ(review->pendingFilePath(), filesFolder() + "/fr_FR_pending_review.xlf");
+  writeFile("fr_FR_published_review.xlf", xliff({{"a", "pub"}, {"b", "pub"}}));
+  writeFile("fr_FR_pending_review.xlf", xliff({{"a", "pending"}}));
+  writeFile("fr_FR_edited_review.xlf", xliff({{"c", "edited"}}));
+  review->clearDirty();
+  EXPECT_TRUE(platform().files.fileExists(review->dirtyFilePath()));
+  review->loadStrings();
+  EXPECT_EQ(review->loadedStrings()->size(), 2u);
+  EXPECT_EQ(kv_stringShowingCues(*review->localizedStringForKey("a")), u"[pending]");
+  EXPECT_FALSE(platform().files.fileExists(review->dirtyFilePath()));
+  review->loadStrings();
+  EXPECT_THAT(*review->loadedStrings(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace kolvane
