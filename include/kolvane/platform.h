@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 #include <variant>
+#include <vector>
 
 namespace kolvane {
 
@@ -52,6 +53,8 @@ class FileSystem {
   // Replaces the file whole: after a crash at any point the path holds either the old
   // contents or the new ones. Creates missing parent folders.
   virtual bool writeFileAtomically(const std::string& path, std::string_view bytes) = 0;
+  // Writes the file in place (creating missing parent folders); a crash may leave it partial.
+  virtual bool writeFile(const std::string& path, std::string_view bytes) = 0;
   virtual bool removeFile(const std::string& path) = 0;
   // Reads a ".strings" table (text, XML or binary property list) into key to text.
   virtual StringsFileResult readStringsFile(const std::string& path) const = 0;
@@ -65,6 +68,8 @@ class TextServices {
   virtual std::u16string lowercase(std::u16string_view text) const = 0;
   // The identifier of the locale the process runs in (such as en_US).
   virtual std::string currentLocaleIdentifier() const = 0;
+  // The user's languages, most preferred first (such as "fr_FR", "en").
+  virtual std::vector<std::string> preferredLanguages() const = 0;
   virtual std::string languageCode(std::string_view localeIdentifier) const = 0;
   virtual std::string countryCode(std::string_view localeIdentifier) const = 0;
   // Display names in the current locale; none when the code is not known.
@@ -96,6 +101,8 @@ class Platform {
   virtual double now() const = 0;
   // The hardware model of the machine (the `machine` field of uname).
   virtual std::string deviceName() const = 0;
+  // The operating system's version text (the `release` field of uname).
+  virtual std::string systemVersion() const = 0;
 
   // The installed platform, or the built-in one for this system made on first use.
   static Platform& current();

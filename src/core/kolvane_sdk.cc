@@ -1,10 +1,14 @@
+#include <string_view>
+
 #include "core/main_controller.h"
+#include "core/version.h"
 #include "kolvane/kolvane.h"
 
 namespace kolvane {
 
-const double KolvaneSDKVersionNumber = 0.1;
+const double KolvaneSDKVersionNumber = kKolvaneVersionNumber;
 const unsigned char KolvaneSDKVersionString[] = "Kolvane 0.1.0";
+static_assert(std::string_view(kKolvaneVersion) == "0.1.0", "keep the version string in step");
 
 void KolvaneSDK::startWithProjectId(const std::optional<std::string>& projectId,
                                     const nlohmann::json& options) {

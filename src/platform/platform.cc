@@ -15,8 +15,9 @@ std::atomic<Platform*> gCurrent{nullptr};
 std::mutex gInstallMutex;
 
 std::vector<std::shared_ptr<Platform>>& keptPlatforms() {
-  static std::vector<std::shared_ptr<Platform>> platforms;
-  return platforms;
+  // Never destroyed: threads of the runtime may still use a platform while the process exits.
+  static auto* platforms = new std::vector<std::shared_ptr<Platform>>;
+  return *platforms;
 }
 
 }  // namespace

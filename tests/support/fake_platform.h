@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <deque>
 #include <map>
 #include <memory>
@@ -80,8 +81,9 @@ class FakePlatform : public Platform {
   LogSink& logSink() override { return log; }
   const Bundle& mainBundle() const override { return bundle; }
   std::string documentsFolder() const override { return documents_; }
-  double now() const override { return clock; }
+  double now() const override { return clock.load(); }
   std::string deviceName() const override { return "test-device"; }
+  std::string systemVersion() const override { return "6.1-test"; }
 
   ManualMainQueue queue;
   MemoryUserDefaults defaults;
@@ -89,7 +91,7 @@ class FakePlatform : public Platform {
   IcuTextServices text;
   RecordingLogSink log;
   MapBundle bundle;
-  double clock = 1'700'000'000;
+  std::atomic<double> clock{1'700'000'000};  // read on the analytics queue too
 
  private:
   std::string documents_;

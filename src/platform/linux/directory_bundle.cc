@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "platform/linux/posix_file_system.h"
+#include "platform/linux/process_languages.h"
 #include "platform/linux/property_list.h"
 #include "strings/utf.h"
 
@@ -25,12 +26,6 @@ std::vector<std::string> localizationsIn(const std::string& path) {
   return names;
 }
 
-// "fr_FR.UTF-8@euro" → "fr_FR".
-std::string withoutCodesetAndModifier(std::string language) {
-  language = language.substr(0, language.find('@'));
-  return language.substr(0, language.find('.'));
-}
-
 bool contains(const std::vector<std::string>& names, const std::string& name) {
   return std::find(names.begin(), names.end(), name) != names.end();
 }
@@ -42,32 +37,11 @@ std::string regularFile(const std::string& path) {
 
 }  // namespace
 
-std::vector<std::string> processLanguages() {
-  std::vector<std::string> languages;
-  if (const char* list = std::getenv("LANGUAGE"); list != nullptr) {
-    std::string_view rest(list);
-    while (!rest.empty()) {
-      const std::size_t colon = rest.find(':');
-      if (colon != 0) languages.emplace_back(rest.substr(0, colon));
-      if (colon == std::string_view::npos) break;
-      rest.remove_prefix(colon + 1);
-    }
-  }
-  for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-    const char* value = std::getenv(variable);
-    if (value != nullptr && *value != '\0') {
-      languages.emplace_back(value);
-      break;
-    }
-  }
-  return languages;
-}
-
 std::string bestLocalization(const std::vector<std::string>& available,
                              const std::vector<std::string>& wanted, const std::string& fallback) {
   for (const std::string& entry : wanted) {
-    const std::string language = withoutCodesetAndModifier(entry);
-    if (language.empty() || language == "C" || language == "POSIX") continue;
+    const std::string language = languageOfEnvironmentEntry(entry);
+    if (language.empty()) continue;
     std::string hyphenated = language;
     std::replace(hyphenated.begin(), hyphenated.end(), '_', '-');
     const std::string bare = language.substr(0, language.find('_'));

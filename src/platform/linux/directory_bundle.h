@@ -46,8 +46,4 @@ class DirectoryBundle : public Bundle {
 std::string bestLocalization(const std::vector<std::string>& available,
                              const std::vector<std::string>& wanted, const std::string& fallback);
 
-// The process's language preferences: LANGUAGE's list, then the first of LC_ALL, LC_MESSAGES,
-// LANG that is set.
-std::vector<std::string> processLanguages();
-
 }  // namespace kolvane

@@ -5,6 +5,7 @@
 
 #include <limits>
 
+#include "platform/linux/process_languages.h"
 #include "strings/utf.h"
 
 namespace kolvane {
@@ -67,6 +68,15 @@ std::u16string IcuTextServices::lowercase(std::u16string_view text) const {
 }
 
 std::string IcuTextServices::currentLocaleIdentifier() const { return uloc_getDefault(); }
+
+std::vector<std::string> IcuTextServices::preferredLanguages() const {
+  std::vector<std::string> languages;
+  for (const std::string& entry : processLanguages()) {
+    const std::string language = languageOfEnvironmentEntry(entry);
+    if (!language.empty()) languages.push_back(language);
+  }
+  return languages;
+}
 
 std::string IcuTextServices::languageCode(std::string_view localeIdentifier) const {
   return localePart(localeIdentifier, uloc_getLanguage);

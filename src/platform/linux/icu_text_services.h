@@ -9,6 +9,7 @@ class IcuTextServices : public TextServices {
  public:
   std::u16string lowercase(std::u16string_view text) const override;
   std::string currentLocaleIdentifier() const override;
+  std::vector<std::string> preferredLanguages() const override;
   std::string languageCode(std::string_view localeIdentifier) const override;
   std::string countryCode(std::string_view localeIdentifier) const override;
   std::optional<std::string> languageDisplayName(std::string_view languageCode) const override;

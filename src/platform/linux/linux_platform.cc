@@ -75,6 +75,10 @@ class LinuxPlatform : public Platform {
     struct utsname name {};
     return ::uname(&name) == 0 ? std::string(name.machine) : std::string();
   }
+  std::string systemVersion() const override {
+    struct utsname name {};
+    return ::uname(&name) == 0 ? std::string(name.release) : std::string();
+  }
 
  private:
   DirectoryBundle bundle_;

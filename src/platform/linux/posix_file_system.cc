@@ -82,6 +82,16 @@ bool PosixFileSystem::writeFileAtomically(const std::string& path, std::string_v
   return kolvane::writeFileAtomically(path, bytes);
 }
 
+bool PosixFileSystem::writeFile(const std::string& path, std::string_view bytes) {
+  const std::string folder = std::filesystem::path(path).parent_path().string();
+  std::error_code ignored;
+  if (!folder.empty()) std::filesystem::create_directories(folder, ignored);
+  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+  if (fd < 0) return false;
+  const bool written = writeAll(fd, bytes);
+  return ::close(fd) == 0 && written;
+}
+
 bool PosixFileSystem::removeFile(const std::string& path) { return ::unlink(path.c_str()) == 0; }
 
 StringsFileResult PosixFileSystem::readStringsFile(const std::string& path) const {

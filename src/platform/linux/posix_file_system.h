@@ -19,6 +19,7 @@ class PosixFileSystem : public FileSystem {
   bool fileExists(const std::string& path) const override;
   std::optional<std::string> readFile(const std::string& path) const override;
   bool writeFileAtomically(const std::string& path, std::string_view bytes) override;
+  bool writeFile(const std::string& path, std::string_view bytes) override;
   bool removeFile(const std::string& path) override;
   StringsFileResult readStringsFile(const std::string& path) const override;
 };

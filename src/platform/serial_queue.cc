@@ -1,0 +1,49 @@
+#include "platform/serial_queue.h"
+
+namespace kolvane {
+
+SerialQueue::~SerialQueue() {
+  {
+    std::lock_guard lock(mutex_);
+    stopping_ = true;
+  }
+  changed_.notify_all();
+  if (worker_.joinable()) worker_.join();
+}
+
+void SerialQueue::post(std::function<void()> task) {
+  if (!task) return;
+  {
+    std::lock_guard lock(mutex_);
+    tasks_.push_back(std::move(task));
+    if (!worker_.joinable()) worker_ = std::thread([this] { run(); });
+  }
+  changed_.notify_all();
+}
+
+void SerialQueue::waitUntilIdle() {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [this] { return tasks_.empty() && !running_; });
+}
+
+void SerialQueue::run() {
+  std::unique_lock lock(mutex_);
+  while (true) {
+    changed_.wait(lock, [this] { return stopping_ || !tasks_.empty(); });
+    if (tasks_.empty()) return;  // stopping, and nothing left to run
+    std::function<void()> task = std::move(tasks_.front());
+    tasks_.pop_front();
+    running_ = true;
+    lock.unlock();
+    // A failing task must not take the queue, or the host, down with it.
+    try {
+      task();
+    } catch (...) {
+    }
+    lock.lock();
+    running_ = false;
+    changed_.notify_all();
+  }
+}
+
+}  // namespace kolvane
