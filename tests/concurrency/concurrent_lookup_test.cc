@@ -1,0 +1,98 @@
+// Lookups from several threads while the main thread reloads the stores, edits and saves. Run
+// under ThreadSanitizer by the test script; in the other builds it checks the answers.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <set>
+#include <thread>
+
+#include "core/locale_strings.h"
+#include "core/main_controller.h"
+#include "kolvane/kolvane.h"
+#include "platform/linux/posix_file_system.h"
+#include "server/workflow_step.h"
+#include "strings/cues.h"
+#include "strings/xliff_parser.h"
+#include "support/fake_platform.h"
+
+namespace kolvane {
+namespace {
+
+std::string catalogue(const std::string& word, int count) {
+  std::string body;
+  for (int i = 0; i < count; ++i) {
+    const std::string key = "k" + std::to_string(i);
+    body += "<trans-unit id=\"" + key + "\" resname=\"" + key + "\"><target>" + word + " " + key +
+            "</target></trans-unit>";
+  }
+  body += "<trans-unit id=\"p[one]\" resname=\"p\"><target>one " + word + "</target></trans-unit>";
+  body +=
+      "<trans-unit id=\"p[other]\" resname=\"p\"><target>many " + word + "</target></trans-unit>";
+  return "<xliff><file><body>" + body + "</body></file></xliff>";
+}
+
+class ConcurrentLookupTest : public testing::PlatformTest {};
+
+TEST_F(ConcurrentLookupTest, LookupsSeeWholeStoresWhileTheMainThreadReloadsAndSaves) {
+  constexpr int kKeys = 50;
+  const std::string files = folder() + "/Documents/Kolvane";
+  ASSERT_TRUE(writeFileAtomically(files + "/fr_FR_published.xlf", catalogue("old", kKeys)));
+  platform().defaults.setObject("KVLocale", "fr_FR");
+  platform().bundle.strings["k0"] = u"app";
+  KVMainController& controller = KVMainController::sharedInstance();
+  controller.startWithProjectId("demo", nullptr);
+
+  const std::set<std::u16string> expected = {u"\u200Bold k0\u2062", u"\u200Bnew k0\u2062",
+                                             u"\u200Bedited\u2062", u"\u200Bapp\u2062"};
+  const std::set<std::u16string> plurals = {u"\u200Bone old\u2062", u"\u200Bone new\u2062",
+                                            u"\u200Bmany old\u2062", u"\u200Bmany new\u2062",
+                                            u"\u200Bp\u2062"};
+  std::atomic<bool> stop{false};
+  std::atomic<int> unexpected{0};
+  std::atomic<long> lookups{0};
+  std::vector<std::thread> readers;
+  for (int t = 0; t < 3; ++t) {
+    readers.emplace_back([&] {
+      while (!stop.load()) {
+        const std::u16string text = platform().bundle.localizedStringForKey("k0", u"", "");
+        if (!expected.count(text)) ++unexpected;
+        // While a store is replaced the plural lookup may fall through to the bundle, whose
+        // hook then finds the new store's default form, or nothing yet (the app's own "p").
+        const std::u16string plural = KolvaneSDK::pluralizedStringWithKey("p", 1);
+        if (!plurals.count(plural)) ++unexpected;
+        const auto found = controller.kolvaneStringForLocalizedString(u"OLD K1");
+        if (found && found->key != "k1") ++unexpected;
+        const auto locale = KolvaneSDK::locale();
+        if (locale && locale->localeIdentifier() != "fr_FR") ++unexpected;
+        ++lookups;
+      }
+    });
+  }
+
+  auto editing = std::make_shared<KVWorkflowStep>();
+  editing->canTranslate = true;
+  for (int round = 0; round < 30; ++round) {
+    const bool odd = round % 2 != 0;
+    ASSERT_TRUE(
+        writeFileAtomically(files + "/fr_FR_published.xlf", catalogue(odd ? "new" : "old", kKeys)));
+    if (round % 5 == 0) {
+      controller.setLocaleStrings(KVLocaleStrings::localeStringsForLocale(Locale("fr_FR")));
+    }
+    controller.loadStrings();
+    const auto shown = controller.localeStrings();
+    auto edited = KVXliffParser::parseXliffData(catalogue("edited", 1), 0, nullptr);
+    edited.at("k0")->pluralForms.at("none")->extractFormatFromString(u"\u200Bedited\u2062");
+    shown->setDirtyGroup("k0", edited.at("k0"));
+    controller.setWorkflowStep(odd ? editing : nullptr);
+    shown->saveDirty();
+    if (round % 7 == 0) controller.reset();
+    if (round % 7 == 0) controller.loadSavedParameters();
+  }
+  stop = true;
+  for (auto& reader : readers) reader.join();
+  EXPECT_EQ(unexpected.load(), 0);
+  EXPECT_GT(lookups.load(), 0);
+}
+
+}  // namespace
+}  // namespace kolvane
