@@ -70,7 +70,10 @@ std::optional<std::string> DirectoryBundle::pathForResource(std::string_view nam
                                                             std::string_view type,
                                                             std::string_view localization) const {
   std::string file(name);
-  if (!type.empty()) file += "." + std::string(type);
+  if (!type.empty()) {
+    file += '.';
+    file += type;
+  }
   if (file.empty() || file.find('/') != std::string::npos) return std::nullopt;
   const auto inLocalization = [&](std::string_view lproj) {
     return lproj.empty() ? std::string()
