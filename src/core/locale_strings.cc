@@ -29,11 +29,23 @@ std::u16string withoutLineBreaks(std::u16string_view text) {
 }  // namespace
 
 KVLocaleStrings::Snapshot::Snapshot(KVStringGroups strings) : groups(std::move(strings)) {
+  byKey.reserve(groups.size());
   for (const auto& [key, group] : groups) {
-    if (!group) continue;
-    for (const auto& [name, form] : group->pluralForms)
-      byHash.try_emplace(form->localizedHash, form);
+    if (group) byKey.emplace(key, Entry{group.get(), group->defaultForm()});
   }
+}
+
+const KVLocaleStrings::Snapshot::HashIndex& KVLocaleStrings::Snapshot::byHash() const {
+  std::call_once(hashIndexBuilt_, [this] {
+    byHash_.reserve(groups.size());
+    for (const auto& [key, group] : groups) {
+      if (!group) continue;
+      for (const auto& [name, form] : group->pluralForms) {
+        byHash_.try_emplace(form->localizedHash, form);
+      }
+    }
+  });
+  return byHash_;
 }
 
 KVLocaleStrings::KVLocaleStrings(Locale locale)
@@ -61,7 +73,9 @@ bool KVLocaleStrings::loadStringsFromPath(const std::string& path, KVStringGroup
     debugLog("Error loading strings from " + path + ": " + error->localizedDescription);
     return false;
   }
-  if (into) {
+  if (into && into->empty()) {
+    *into = std::move(groups);
+  } else if (into) {
     for (auto& [key, group] : groups) (*into)[key] = std::move(group);
   }
   if (source) {
@@ -134,11 +148,11 @@ void KVLocaleStrings::setDirtyGroup(const std::string& key, std::shared_ptr<KVSt
   setDirtyStrings(std::move(groups));
 }
 
-const std::shared_ptr<KVStringGroup>* KVLocaleStrings::groupForKey(std::string_view key) const {
-  const auto find = [key](const Snapshot* snapshot) -> const std::shared_ptr<KVStringGroup>* {
-    if (snapshot == nullptr) return nullptr;
-    const auto found = snapshot->groups.find(key);
-    return found != snapshot->groups.end() && found->second ? &found->second : nullptr;
+const KVLocaleStrings::Snapshot::Entry* KVLocaleStrings::entryForKey(std::string_view key) const {
+  const auto find = [key](const Snapshot* snapshot) -> const Snapshot::Entry* {
+    if (snapshot == nullptr || snapshot->byKey.empty()) return nullptr;
+    const auto found = snapshot->byKey.find(key);
+    return found != snapshot->byKey.end() ? &found->second : nullptr;
   };
   // Unsent edits show only while the reviewer may edit: after logout the last downloaded
   // text is shown again.
@@ -150,16 +164,16 @@ const std::shared_ptr<KVStringGroup>* KVLocaleStrings::groupForKey(std::string_v
 
 const KVString* KVLocaleStrings::formForKey(std::string_view key, std::string_view plural,
                                             bool named) const {
-  const auto* group = groupForKey(key);
-  if (group == nullptr) return nullptr;
-  return named ? (*group)->formForPluralForm(plural, false) : (*group)->defaultForm();
+  const auto* entry = entryForKey(key);
+  if (entry == nullptr) return nullptr;
+  return named ? entry->group->formForPluralForm(plural, false) : entry->defaultForm;
 }
 
 std::shared_ptr<KVStringGroup> KVLocaleStrings::kolvaneStringGroupForKey(
     std::string_view key) const {
   LookupGuard guard;
-  const auto* group = groupForKey(key);
-  return group ? *group : nullptr;
+  const auto* entry = entryForKey(key);
+  return entry ? std::const_pointer_cast<KVStringGroup>(entry->group->shared_from_this()) : nullptr;
 }
 
 std::shared_ptr<KVString> KVLocaleStrings::kolvaneStringForKey(
@@ -199,7 +213,8 @@ std::shared_ptr<KVString> KVLocaleStrings::kolvaneStringForLocalizedString(
   LookupGuard guard;
   for (const Snapshot* snapshot : {dirty_.get(), loaded_.get()}) {
     if (snapshot == nullptr) continue;
-    if (const auto found = snapshot->byHash.find(hash); found != snapshot->byHash.end()) {
+    const Snapshot::HashIndex& index = snapshot->byHash();
+    if (const auto found = index.find(hash); found != index.end()) {
       return found->second;
     }
   }

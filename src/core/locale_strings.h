@@ -8,6 +8,7 @@
 
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -88,15 +89,30 @@ class KVLocaleStrings {
   void loadDirtyStatuses();
 
  private:
+  // The groups of a snapshot are not changed once it is published (their status and reject
+  // fields aside); edits publish a new snapshot. The indexes below rely on it.
   struct Snapshot {
     explicit Snapshot(KVStringGroups strings);
+    struct Entry {
+      const KVStringGroup* group;
+      const KVString* defaultForm;  // what a lookup without category answers
+    };
     KVStringGroups groups;
-    std::unordered_map<std::u16string, std::shared_ptr<KVString>, KVTextHash, std::equal_to<>>
-        byHash;
+    // By key, straight to the form a lookup answers: the path of every string the app shows.
+    std::unordered_map<std::string_view, Entry, KVStringHash, std::equal_to<>> byKey;
+    // By matching key, for the reviewer's touches. Keys view the forms' own texts. Built on
+    // the first reverse lookup, so an app whose users never review pays nothing for it.
+    using HashIndex = std::unordered_map<std::u16string_view, std::shared_ptr<KVString>, KVTextHash,
+                                         std::equal_to<>>;
+    const HashIndex& byHash() const;
+
+   private:
+    mutable std::once_flag hashIndexBuilt_;
+    mutable HashIndex byHash_;
   };
 
   // Lookups without taking references; the caller holds a LookupGuard.
-  const std::shared_ptr<KVStringGroup>* groupForKey(std::string_view key) const;
+  const Snapshot::Entry* entryForKey(std::string_view key) const;
   const KVString* formForKey(std::string_view key, std::string_view plural, bool named) const;
 
   Locale locale_;

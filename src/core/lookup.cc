@@ -29,8 +29,8 @@ std::u16string withOuterCues(std::u16string_view text) {
 std::optional<std::u16string> pluralFrom(const KVLocaleStrings* store, std::string_view key,
                                          const std::optional<Number>& value) {
   if (!store) return std::nullopt;
-  const std::string category = KVPluralForm::pluralFormForValue(value, store->locale());
-  return store->localizedStringForKey(key, category);
+  return store->localizedStringForKey(key,
+                                      KVPluralForm::pluralFormForValue(value, store->locale()));
 }
 
 }  // namespace
@@ -43,13 +43,13 @@ std::u16string KolvaneLocalizedStringForKey(const Bundle& self, std::string_view
   if (const KVLocaleStrings* store = controller.publishedLocaleStrings()) {
     if (auto found = store->localizedStringForKey(key)) {
       logFound(key, *found, "from current locale strings");
-      return *found;
+      return std::move(*found);
     }
   }
   if (const KVLocaleStrings* base = controller.publishedBaseLocaleStrings()) {
     if (auto found = base->localizedStringForKey(key)) {
       logFound(key, *found, "from base");
-      return *found;
+      return std::move(*found);
     }
   }
   // Called directly, without the hook installed, there is no stored implementation: the

@@ -120,26 +120,48 @@ std::u16string kv_stringWithCues(std::u16string_view text) {
   return body;
 }
 
+namespace {
+
+// Walks the text as runs of plain text and placeholder contents.
+template <typename OnText, typename OnPlaceholder>
+bool walkPlaceholders(std::u16string_view text, OnText onText, OnPlaceholder onPlaceholder) {
+  bool allClosed = true;
+  std::size_t pos = 0;
+  while (pos < text.size()) {
+    const std::size_t open = std::min(text.find(kv_placeholderBeginCue, pos), text.size());
+    onText(text.substr(pos, open - pos));
+    if (open >= text.size()) break;
+    const std::size_t contentStart = open + 1;
+    const std::size_t close = std::min(text.find(kv_placeholderEndCue, contentStart), text.size());
+    onPlaceholder(text.substr(contentStart, close - contentStart));
+    allClosed = close < text.size();
+    pos = allClosed ? close + 1 : close;
+  }
+  return allClosed;
+}
+
+}  // namespace
+
+bool kv_forEachPlaceholder(std::u16string_view text,
+                           const std::function<void(std::u16string_view)>& visit) {
+  return walkPlaceholders(
+      text, [](std::u16string_view) {}, visit);
+}
+
 std::u16string kv_enumerateCuesUsingBlock(std::u16string_view text,
                                           const KVPlaceholderBlock& block) {
   if (text.find(kv_placeholderBeginCue) == std::u16string_view::npos) return std::u16string(text);
   std::u16string output;
   output.reserve(text.size());
-  std::size_t pos = 0;
-  while (pos < text.size()) {
-    const std::size_t open = std::min(text.find(kv_placeholderBeginCue, pos), text.size());
-    output += text.substr(pos, open - pos);
-    if (open >= text.size()) break;
-    output += kv_placeholderBeginCue;
-    const std::size_t contentStart = open + 1;
-    const std::size_t close = std::min(text.find(kv_placeholderEndCue, contentStart), text.size());
-    const std::u16string_view content = text.substr(contentStart, close - contentStart);
-    if (!content.empty() && block) {
-      if (auto replacement = block(content)) output += *replacement;
-    }
-    output += kv_placeholderEndCue;
-    pos = close < text.size() ? close + 1 : close;
-  }
+  walkPlaceholders(
+      text, [&](std::u16string_view plain) { output += plain; },
+      [&](std::u16string_view content) {
+        output += kv_placeholderBeginCue;
+        if (!content.empty() && block) {
+          if (auto replacement = block(content)) output += *replacement;
+        }
+        output += kv_placeholderEndCue;
+      });
   return output;
 }
 

@@ -43,6 +43,12 @@ std::u16string kv_stringWithCues(std::u16string_view text);
 // Returns the replacement for one placeholder's content, or none to leave it empty.
 using KVPlaceholderBlock = std::function<std::optional<std::u16string>(std::u16string_view)>;
 
+// Calls `visit` with the content of each placeholder (between a placeholder begin cue and the
+// next end cue, or the end of the text), in text order, empty contents included. Returns
+// whether every placeholder was closed.
+bool kv_forEachPlaceholder(std::u16string_view text,
+                           const std::function<void(std::u16string_view)>& visit);
+
 // The text with the content of every placeholder replaced by what `block` returns for it,
 // the placeholder cues kept. The block is called in text order, never for an empty content.
 std::u16string kv_enumerateCuesUsingBlock(std::u16string_view text,

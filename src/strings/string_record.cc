@@ -6,12 +6,17 @@
 
 namespace kolvane {
 
-void KVString::extractFormatFromString(std::u16string_view markedText) {
+void KVString::extractFormatFromString(std::u16string markedText) {
   std::vector<std::u16string> specifiers;
-  localizedFormat = kv_enumerateCuesUsingBlock(markedText, [&](std::u16string_view specifier) {
-    specifiers.emplace_back(specifier);
-    return std::optional<std::u16string>(specifier);
+  const bool allClosed = kv_forEachPlaceholder(markedText, [&](std::u16string_view specifier) {
+    if (!specifier.empty()) specifiers.emplace_back(specifier);
   });
+  // The format is the text passed through the placeholder enumeration unchanged, which is the
+  // text itself unless a placeholder is left open at the end (the enumeration closes it).
+  localizedFormat = allClosed ? std::move(markedText)
+                              : kv_enumerateCuesUsingBlock(markedText, [](std::u16string_view s) {
+                                  return std::optional<std::u16string>(s);
+                                });
   if (!specifiers.empty() && !dynamic) {
     dynamic = true;
     argumentFormatSpecifiers = std::move(specifiers);
@@ -25,9 +30,8 @@ void KVString::recalculateHash() {
     localizedHash = text.lowercase(localizedFormat);
     return;
   }
-  const std::u16string emptied = kv_enumerateCuesUsingBlock(
-      localizedFormat, [](std::u16string_view) { return std::optional<std::u16string>(); });
-  localizedHash = text.lowercase(emptied);
+  localizedHash = text.lowercase(kv_enumerateCuesUsingBlock(
+      localizedFormat, [](std::u16string_view) { return std::optional<std::u16string>(); }));
 }
 
 std::shared_ptr<KVString> KVString::copy() const {

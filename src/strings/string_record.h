@@ -30,7 +30,7 @@ class KVString {
   // Takes the format of a text whose placeholders are already marked: `localizedFormat`,
   // `dynamic`, the specifiers (kept from before when the record is already dynamic) and the
   // matching key.
-  void extractFormatFromString(std::u16string_view markedText);
+  void extractFormatFromString(std::u16string markedText);
   // The matching key: the format lowercased, with every placeholder emptied when dynamic.
   void recalculateHash();
   // A copy without the back reference to the group.

@@ -76,7 +76,12 @@ bool isLowSurrogate(char16_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
 std::u16string toUtf16(std::string_view utf8) {
   std::u16string out;
-  out.reserve(utf8.size());
+  appendUtf16(out, utf8);
+  return out;
+}
+
+void appendUtf16(std::u16string& out, std::string_view utf8) {
+  out.reserve(out.size() + utf8.size());
   size_t pos = 0;
   bool wellFormed = true;
   while (pos < utf8.size()) {
@@ -88,7 +93,6 @@ std::u16string toUtf16(std::string_view utf8) {
       out += static_cast<char16_t>(0xDC00 + ((cp - 0x10000) & 0x3FF));
     }
   }
-  return out;
 }
 
 bool isValidUtf8(std::string_view bytes) {

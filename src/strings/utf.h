@@ -12,5 +12,7 @@ namespace kolvane {
 std::u16string toUtf16(std::string_view utf8);
 std::string toUtf8(std::u16string_view utf16);
 bool isValidUtf8(std::string_view bytes);
+// Appends the UTF-16 form of `utf8` to `out`, as toUtf16 would give it.
+void appendUtf16(std::u16string& out, std::string_view utf8);
 
 }  // namespace kolvane

@@ -176,9 +176,9 @@ void KVXliffParser::didEndElement(std::string_view name) {
   } else if (name == "trans-unit") {
     // A closed note leaves the state on the note, so the text up to here joins the note.
     state = kNowhere;
-    if (target != kEmptyText) addString(strings, target, stringStatus);
+    if (target != kEmptyText) addString(strings, std::move(target), stringStatus);
     if (sourceStrings && source != kEmptyText) {
-      addString(*sourceStrings, source, KVStringStatusUntranslated);
+      addString(*sourceStrings, std::move(source), KVStringStatusUntranslated);
     }
   }
 }
@@ -186,26 +186,27 @@ void KVXliffParser::didEndElement(std::string_view name) {
 void KVXliffParser::foundCharacters(std::string_view utf8) {
   switch (state) {
     case kSource:
-      source += toUtf16(utf8);
+      // Source texts are only kept when asked for: most loads never look at them.
+      if (sourceStrings) appendUtf16(source, utf8);
       break;
     case kTarget:
-      target += toUtf16(utf8);
+      appendUtf16(target, utf8);
       break;
     case kNote:
-      note += toUtf16(utf8);
+      appendUtf16(note, utf8);
       break;
     default:
       break;
   }
 }
 
-void KVXliffParser::addString(KVStringGroups& groups, const std::u16string& text, unsigned status) {
+void KVXliffParser::addString(KVStringGroups& groups, std::u16string&& text, unsigned status) {
   auto string = std::make_shared<KVString>();
   string->key = key;
   string->note = note;
   string->uid = uid;
   string->pluralForm = pluralForm;
-  string->extractFormatFromString(text);
+  string->extractFormatFromString(std::move(text));
   auto& group = groups[key];
   if (group) {
     group->status = status;

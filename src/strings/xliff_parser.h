@@ -34,7 +34,7 @@ class KVXliffParser {
  private:
   enum State : unsigned { kSource = 0, kTarget = 1, kNote = 2, kNowhere = 3 };
 
-  void addString(KVStringGroups& groups, const std::u16string& text, unsigned status);
+  void addString(KVStringGroups& groups, std::u16string&& text, unsigned status);
 
   bool needCues = true;
   unsigned stringStatus = 0;

@@ -3,6 +3,7 @@
 #include <unicode/uloc.h>
 #include <unicode/ustring.h>
 
+#include <algorithm>
 #include <limits>
 
 #include "platform/linux/process_languages.h"
@@ -47,7 +48,16 @@ std::optional<std::string> displayName(const std::string& localeId, std::string_
 
 }  // namespace
 
-std::u16string IcuTextServices::lowercase(std::u16string_view text) const {
+std::u16string IcuTextServices::lowercase(std::u16string text) const {
+  // Most texts are ASCII and cue characters (General Punctuation, which has no cased letters),
+  // where lower-casing is A-Z alone; ICU is for the rest.
+  const auto caseless = [](char16_t c) { return c < 0x80 || (c >= 0x2000 && c <= 0x206F); };
+  if (std::all_of(text.begin(), text.end(), caseless)) {
+    for (char16_t& c : text) {
+      if (c >= u'A' && c <= u'Z') c = static_cast<char16_t>(c + (u'a' - u'A'));
+    }
+    return text;
+  }
   if (text.empty() ||
       text.size() > static_cast<std::size_t>(std::numeric_limits<int32_t>::max() / 2)) {
     return std::u16string(text);
