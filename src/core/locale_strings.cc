@@ -31,7 +31,7 @@ std::u16string withoutLineBreaks(std::u16string_view text) {
 KVLocaleStrings::Snapshot::Snapshot(KVStringGroups strings) : groups(std::move(strings)) {
   byKey.reserve(groups.size());
   for (const auto& [key, group] : groups) {
-    if (group) byKey.emplace(key, Entry{group.get(), group->defaultForm()});
+    if (group) byKey.emplace(key, Entry{&group, group->defaultForm()});
   }
 }
 
@@ -166,14 +166,14 @@ const KVString* KVLocaleStrings::formForKey(std::string_view key, std::string_vi
                                             bool named) const {
   const auto* entry = entryForKey(key);
   if (entry == nullptr) return nullptr;
-  return named ? entry->group->formForPluralForm(plural, false) : entry->defaultForm;
+  return named ? (*entry->group)->formForPluralForm(plural, false) : entry->defaultForm;
 }
 
 std::shared_ptr<KVStringGroup> KVLocaleStrings::kolvaneStringGroupForKey(
     std::string_view key) const {
   LookupGuard guard;
   const auto* entry = entryForKey(key);
-  return entry ? std::const_pointer_cast<KVStringGroup>(entry->group->shared_from_this()) : nullptr;
+  return entry ? *entry->group : nullptr;
 }
 
 std::shared_ptr<KVString> KVLocaleStrings::kolvaneStringForKey(
@@ -284,7 +284,11 @@ void KVLocaleStrings::clearDirtyStatuses() {
 
 void KVLocaleStrings::loadDirtyStatuses() {
   const auto saved = Platform::current().userDefaults().objectForKey(kStatusesDefaultsKey);
-  if (debugEnabled()) kvLog("Loading saved statuses: " + (saved ? saved->dump() : "(null)"));
+  if (debugEnabled()) {
+    kvLog(
+        "Loading saved statuses: " +
+        (saved ? saved->dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) : "(null)"));
+  }
   if (!saved || !saved->is_object()) return;
   const auto loaded = loadedStrings();
   const KVStringGroups& dirty = dirtyStrings();

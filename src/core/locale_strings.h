@@ -94,8 +94,8 @@ class KVLocaleStrings {
   struct Snapshot {
     explicit Snapshot(KVStringGroups strings);
     struct Entry {
-      const KVStringGroup* group;
-      const KVString* defaultForm;  // what a lookup without category answers
+      const std::shared_ptr<KVStringGroup>* group;  // the value in `groups`
+      const KVString* defaultForm;                  // what a lookup without category answers
     };
     KVStringGroups groups;
     // By key, straight to the form a lookup answers: the path of every string the app shows.

@@ -14,7 +14,10 @@ void KeyedArchiver::encode(std::string_view key, nlohmann::json value) {
   root_[std::string(key)] = std::move(value);
 }
 
-std::string KeyedArchiver::archivedData() const { return root_.dump(); }
+std::string KeyedArchiver::archivedData() const {
+  // Texts from the server may hold invalid UTF-8: replace it rather than throw.
+  return root_.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
 
 std::optional<KeyedUnarchiver> KeyedUnarchiver::forData(std::string_view data,
                                                         std::string_view className) {

@@ -1,5 +1,7 @@
 #include "platform/serial_queue.h"
 
+#include <system_error>
+
 namespace kolvane {
 
 SerialQueue::~SerialQueue() {
@@ -15,8 +17,16 @@ void SerialQueue::post(std::function<void()> task) {
   if (!task) return;
   {
     std::lock_guard lock(mutex_);
+    if (!worker_.joinable()) {
+      // Without a thread (the system refused one) the task is dropped, never thrown at the
+      // caller.
+      try {
+        worker_ = std::thread([this] { run(); });
+      } catch (const std::system_error&) {
+        return;
+      }
+    }
     tasks_.push_back(std::move(task));
-    if (!worker_.joinable()) worker_ = std::thread([this] { run(); });
   }
   changed_.notify_all();
 }

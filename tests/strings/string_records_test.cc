@@ -39,6 +39,14 @@ TEST_F(StringRecordsTest, SpecifiersAreCollectedAndEmptiedInTheHash) {
   EXPECT_EQ(form("b", std::nullopt, u"%d files in %@")->localizedHash, files->localizedHash);
 }
 
+TEST_F(StringRecordsTest, APlaceholderLeftOpenAtTheEndIsClosedInTheFormat) {
+  KVString string;
+  string.extractFormatFromString(u"\u200Bsave \u2063%d");
+  EXPECT_EQ(string.localizedFormat, u"\u200Bsave \u2063%d\u2064");
+  EXPECT_THAT(string.argumentFormatSpecifiers, ElementsAre(u"%d"));
+  EXPECT_EQ(string.localizedHash, u"\u200Bsave \u2063\u2064");
+}
+
 TEST_F(StringRecordsTest, ADynamicRecordKeepsItsFirstSpecifiers) {
   auto string = form("a", std::nullopt, u"%@ and %d");
   string->extractFormatFromString(kv_stringWithCues(u"only %f"));
