@@ -19,7 +19,7 @@ template <typename Imp>
 bool kv_class_swizzleMethodAndStore(std::atomic<Imp>& method, Imp newImp, std::atomic<Imp>* store) {
   const Imp found = method.load();
   if (found == nullptr) {
-    if (debugEnabled()) kvLog("Swizzle: Method not found");
+    kvDebug("Swizzle: Method not found");
     return false;
   }
   const Imp replaced = method.exchange(newImp);

@@ -16,10 +16,6 @@ namespace {
 
 constexpr std::string_view kStatusesDefaultsKey = "KVStatuses";
 
-void debugLog(const std::string& message) {
-  if (debugEnabled()) kvLog(message);
-}
-
 std::u16string withoutLineBreaks(std::u16string_view text) {
   std::u16string out(text);
   std::erase(out, u'\n');
@@ -59,10 +55,10 @@ bool KVLocaleStrings::loadStringsFromPath(const std::string& path, KVStringGroup
                                           KVStringGroups* source, unsigned status) {
   FileSystem& files = Platform::current().fileSystem();
   if (!files.fileExists(path)) return false;
-  debugLog("Loading strings from " + path);
+  kvDebug("Loading strings from " + path);
   const auto bytes = files.readFile(path);
   if (!bytes) {
-    debugLog("Error loading strings from " + path + ": the file could not be read");
+    kvDebug("Error loading strings from " + path + ": the file could not be read");
     return false;
   }
   KVStringGroups sources;
@@ -70,7 +66,7 @@ bool KVLocaleStrings::loadStringsFromPath(const std::string& path, KVStringGroup
   KVStringGroups groups =
       KVXliffParser::parseXliffData(*bytes, source ? &sources : nullptr, status, &error);
   if (error) {
-    debugLog("Error loading strings from " + path + ": " + error->localizedDescription);
+    kvDebug("Error loading strings from " + path + ": " + error->localizedDescription);
     return false;
   }
   if (into && into->empty()) {
@@ -88,13 +84,13 @@ bool KVLocaleStrings::loadStringsFromLocalizableStringsAtPath(const std::string&
                                                               KVStringGroups& into) {
   FileSystem& files = Platform::current().fileSystem();
   if (!files.fileExists(path)) {
-    debugLog("No packaged strings file at " + path);
+    kvDebug("No packaged strings file at " + path);
     return false;
   }
-  debugLog("Loading strings from " + path);
+  kvDebug("Loading strings from " + path);
   StringsFileResult read = files.readStringsFile(path);
   if (const auto* error = std::get_if<StringsFileError>(&read)) {
-    debugLog("Error loading strings from " + path + ": " + error->message);
+    kvDebug("Error loading strings from " + path + ": " + error->message);
     return false;
   }
   for (const auto& [key, text] : std::get<StringsTable>(read)) {
@@ -270,7 +266,7 @@ void KVLocaleStrings::clearDirtyStrings() {
   FileSystem& files = Platform::current().fileSystem();
   const std::string path = dirtyFilePath();
   if (files.fileExists(path) && !files.removeFile(path)) {
-    debugLog("Error deleting " + path + ": the file could not be removed");
+    kvDebug("Error deleting " + path + ": the file could not be removed");
   }
 }
 

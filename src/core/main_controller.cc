@@ -15,10 +15,6 @@ constexpr std::string_view kWorkflowStepDefaultsKey = "KVWorkflowStep";
 constexpr std::string_view kLocaleDefaultsKey = "KVLocale";
 constexpr std::string_view kDevelopmentRegionKey = "CFBundleDevelopmentRegion";
 
-void logIf(bool enabled, const std::string& message) {
-  if (enabled) kvLog(message);
-}
-
 std::optional<long long> integerValue(const nlohmann::json& value) {
   if (value.is_number_integer()) return value.get<long long>();
   if (value.is_number_float()) return static_cast<long long>(value.get<double>());
@@ -43,10 +39,10 @@ void KVMainController::startWithProjectId(const std::optional<std::string>& proj
   // Both lines test `log` before the options are read, so they show only when an earlier
   // start switched logging on. That order is deliberate.
   if (!projectId) {
-    logIf(log(), "Failed to start Kolvane: invalid Project ID");
+    kvLogIfEnabled("Failed to start Kolvane: invalid Project ID");
     return;
   }
-  logIf(log(), "Starting up Kolvane");
+  kvLogIfEnabled("Starting up Kolvane");
   appId_ = projectId;
   parseLaunchOptions(options);
   setupActions();
@@ -78,15 +74,15 @@ void KVMainController::loadSavedParameters() {
   Platform& platform = Platform::current();
   if (const auto archived = savedString(kWorkflowStepDefaultsKey)) {
     if (auto step = KVWorkflowStep::unarchive(*archived)) {
-      logIf(debug(), "Using saved workflow step " + step->name);
+      kvDebug("Using saved workflow step " + step->name);
       setWorkflowStep(std::move(step));
     }
   }
   const Locale base(platform.mainBundle().infoString(kDevelopmentRegionKey).value_or("en"));
   setBaseLocaleStrings(KVLocaleStrings::localeStringsForLocale(base));
-  logIf(debug(), "Project base locale " + base.localeIdentifier());
+  kvDebug("Project base locale " + base.localeIdentifier());
   if (const auto saved = savedString(kLocaleDefaultsKey)) {
-    logIf(debug(), "Using saved locale " + *saved);
+    kvDebug("Using saved locale " + *saved);
     setLocaleStrings(KVLocaleStrings::localeStringsForLocale(Locale(*saved)));
   }
 }

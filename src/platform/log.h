@@ -21,4 +21,12 @@ inline bool debugEnabled() { return logSwitches().debug.load(std::memory_order_r
 // differs.
 void kvLog(std::string_view message);
 
+// The two usual rules: lines shown with `log` on, and detailed lines shown with `debug` on.
+inline void kvLogIfEnabled(std::string_view message) {
+  if (logEnabled()) kvLog(message);
+}
+inline void kvDebug(std::string_view message) {
+  if (debugEnabled()) kvLog(message);
+}
+
 }  // namespace kolvane
