@@ -120,11 +120,24 @@ std::optional<KVError> runParse(std::string_view data, KVXliffParser& reader) {
   return std::nullopt;
 }
 
+// Roughly how many units the document holds, so the dictionary is sized once rather than
+// rehashed as it grows; a quick scan costs far less than the rehashing.
+std::size_t unitCountHint(std::string_view data) {
+  constexpr std::string_view kUnit = "<trans-unit";
+  std::size_t count = 0;
+  for (std::size_t at = data.find(kUnit); at != std::string_view::npos;
+       at = data.find(kUnit, at + kUnit.size())) {
+    ++count;
+  }
+  return count;
+}
+
 }  // namespace
 
 KVStringGroups KVXliffParser::parseXliffData(std::string_view data, KVStringGroups* sourceStrings,
                                              unsigned stringStatus, std::optional<KVError>* error) {
   KVXliffParser reader;
+  reader.strings.reserve(unitCountHint(data));
   reader.needCues = true;
   reader.stringStatus = stringStatus;
   if (sourceStrings != nullptr) reader.sourceStrings.emplace();

@@ -53,18 +53,24 @@ bool writeFileAtomically(const std::string& path, std::string_view bytes) {
 std::optional<std::string> readWholeFile(const std::string& path) {
   const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) return std::nullopt;
-  std::string contents;
-  char buffer[65536];
+  struct stat info {};
+  const std::size_t expected =
+      ::fstat(fd, &info) == 0 && info.st_size > 0 ? static_cast<std::size_t>(info.st_size) : 0;
+  // Read straight into the string, sized from the file; grow if the file grew meanwhile.
+  std::string contents(expected + 1, '\0');
+  std::size_t length = 0;
   while (true) {
-    const ssize_t got = ::read(fd, buffer, sizeof buffer);
+    if (length == contents.size()) contents.resize(contents.size() * 2 + 4096);
+    const ssize_t got = ::read(fd, contents.data() + length, contents.size() - length);
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) {
       ::close(fd);
       return std::nullopt;
     }
     if (got == 0) break;
-    contents.append(buffer, static_cast<std::size_t>(got));
+    length += static_cast<std::size_t>(got);
   }
+  contents.resize(length);
   ::close(fd);
   return contents;
 }
