@@ -25,11 +25,6 @@ void ManualMainQueue::runAll() {
   }
 }
 
-std::size_t ManualMainQueue::pending() const {
-  std::lock_guard lock(mutex_);
-  return tasks_.size();
-}
-
 std::optional<nlohmann::json> MemoryUserDefaults::objectForKey(std::string_view key) const {
   const auto found = values_.find(key);
   if (found == values_.end()) return std::nullopt;
@@ -85,10 +80,6 @@ std::vector<std::string> RecordingLogSink::lines() const {
   return lines_;
 }
 
-void RecordingLogSink::clear() {
-  std::lock_guard lock(mutex_);
-  lines_.clear();
-}
 
 void PlatformTest::SetUp() {
   std::string pattern = (std::filesystem::temp_directory_path() / "kolvane-test-XXXXXX").string();

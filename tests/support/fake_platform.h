@@ -25,7 +25,6 @@ class ManualMainQueue : public MainQueue {
   void post(std::function<void()> task) override;
   // Runs queued tasks, including those they queue, until none is left.
   void runAll();
-  std::size_t pending() const;
 
  private:
   mutable std::mutex mutex_;
@@ -64,7 +63,6 @@ class RecordingLogSink : public LogSink {
  public:
   void writeLine(std::string_view line) override;
   std::vector<std::string> lines() const;
-  void clear();
 
  private:
   mutable std::mutex mutex_;
