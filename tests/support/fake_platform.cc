@@ -80,7 +80,6 @@ std::vector<std::string> RecordingLogSink::lines() const {
   return lines_;
 }
 
-
 void PlatformTest::SetUp() {
   std::string pattern = (std::filesystem::temp_directory_path() / "kolvane-test-XXXXXX").string();
   ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
