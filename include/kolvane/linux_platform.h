@@ -22,7 +22,6 @@ struct LinuxPlatformOptions {
 
 // Where the platform made from `options` keeps the user defaults file and the documents folder.
 struct LinuxPlatformPaths {
-  std::string bundlePath;
   std::string userDefaultsFile;
   std::string documentsFolder;
 };

@@ -108,9 +108,11 @@ void KVMainController::loadStrings() {
       }
     }
     if (!shownGroups.empty()) shown->setLoadedStrings(std::move(shownGroups));
+    // Edits read from the file join those already in memory; nothing to publish without one.
     KVStringGroups dirty = shown->dirtyStrings();
-    KVLocaleStrings::loadStringsFromPath(shown->dirtyFilePath(), &dirty, nullptr, 0);
-    shown->setDirtyStrings(std::move(dirty));
+    if (KVLocaleStrings::loadStringsFromPath(shown->dirtyFilePath(), &dirty, nullptr, 0)) {
+      shown->setDirtyStrings(std::move(dirty));
+    }
     shown->loadDirtyStatuses();
   }
   if (base) base->setLoadedStrings(std::move(baseGroups));

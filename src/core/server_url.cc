@@ -15,21 +15,13 @@ std::optional<std::string> KVServerUrl::baseUrlForServer(int server) {
   if (environment != KVEnvironmentStaging && environment != KVEnvironmentProduction) {
     return std::nullopt;
   }
+  if (server == KVServerNone) return std::string();
+  if (server != KVServerApi && server != KVServerSso) return std::nullopt;
+  const KVDeployment deployment = KVDeployment::current();
   const bool staging = environment == KVEnvironmentStaging;
-  switch (server) {
-    case KVServerApi: {
-      const KVDeployment deployment = KVDeployment::current();
-      return staging ? deployment.stagingApiUrl : deployment.productionApiUrl;
-    }
-    case KVServerSso: {
-      const KVDeployment deployment = KVDeployment::current();
-      return staging ? deployment.stagingSignOnUrl : deployment.productionSignOnUrl;
-    }
-    case KVServerNone:
-      return std::string();
-    default:
-      return std::nullopt;
-  }
+  if (server == KVServerApi)
+    return staging ? deployment.stagingApiUrl : deployment.productionApiUrl;
+  return staging ? deployment.stagingSignOnUrl : deployment.productionSignOnUrl;
 }
 
 }  // namespace kolvane

@@ -138,7 +138,6 @@ KVStringGroups KVXliffParser::parseXliffData(std::string_view data, KVStringGrou
                                              unsigned stringStatus, std::optional<KVError>* error) {
   KVXliffParser reader;
   reader.strings.reserve(unitCountHint(data));
-  reader.needCues = true;
   reader.stringStatus = stringStatus;
   if (sourceStrings != nullptr) reader.sourceStrings.emplace();
   auto failure = runParse(data, reader);

@@ -49,7 +49,7 @@ LinuxPlatformPaths pathsFor(const LinuxPlatformOptions& options, const Bundle& b
   const std::string dataHome = options.dataHome.empty()
                                    ? environmentOr("XDG_DATA_HOME", homeFolder() + "/.local/share")
                                    : options.dataHome;
-  return {bundle.bundlePath(), configHome + "/" + bundle.bundleIdentifier() + "/defaults.json",
+  return {configHome + "/" + bundle.bundleIdentifier() + "/defaults.json",
           dataHome + "/" + bundle.bundleIdentifier()};
 }
 
