@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -56,6 +57,9 @@ class FileSystem {
   // Writes the file in place (creating missing parent folders); a crash may leave it partial.
   virtual bool writeFile(const std::string& path, std::string_view bytes) = 0;
   virtual bool removeFile(const std::string& path) = 0;
+  // When the file was made (its modification time where the file system keeps no birth
+  // time), in seconds since 1970; none when it does not exist.
+  virtual std::optional<double> creationDate(const std::string& path) const = 0;
   // Reads a ".strings" table (text, XML or binary property list) into key to text.
   virtual StringsFileResult readStringsFile(const std::string& path) const = 0;
 };
@@ -84,6 +88,57 @@ class LogSink {
   virtual void writeLine(std::string_view line) = 0;
 };
 
+// One HTTP exchange as the server sees it: everything is framed before it reaches the transport.
+struct HttpRequest {
+  std::string method;
+  std::string url;
+  std::vector<std::pair<std::string, std::string>> headers;  // sent in this order
+  std::string body;
+  double timeout = 0;  // seconds for the whole exchange; 0 for the transport's default (60)
+
+  // Replaces a header of the same name (compared without case) or adds it at the end.
+  void setHeader(std::string name, std::string value);
+};
+
+// What came back: a status and body, or why nothing came back.
+struct HttpResponse {
+  long status = 0;  // 0 when the exchange failed
+  std::string body;
+  // Set when no answer arrived (no connection, time-out, TLS failure): a code of the
+  // transport and a message for people.
+  std::optional<std::pair<long, std::string>> failure;
+};
+
+// Sends requests. Any thread may call; `completion` always runs on the main queue. The
+// transport adds only what HTTP needs to carry the request (Host, Content-Length); it never
+// adds "Accept" or "Expect" on its own, and it verifies TLS peers.
+class HttpTransport {
+ public:
+  virtual ~HttpTransport() = default;
+  virtual void send(HttpRequest request, std::function<void(HttpResponse)> completion) = 0;
+};
+
+// The secure per-user store of small values. Items are found by service, account and access
+// group (no group: any group). Main thread only.
+struct KeychainQuery {
+  std::string service;
+  std::string account;
+  std::optional<std::string> accessGroup;
+};
+enum class KeychainStatus { success, itemNotFound, failure };
+struct KeychainItem {
+  std::string data;
+  std::string accessGroup;  // the store gives one when the item was added without
+};
+class Keychain {
+ public:
+  virtual ~Keychain() = default;
+  // Adds an item; an item matching the query already there is a failure.
+  virtual KeychainStatus add(const KeychainQuery& query, std::string_view data) = 0;
+  virtual KeychainStatus copyMatching(const KeychainQuery& query, KeychainItem* item) = 0;
+  virtual KeychainStatus remove(const KeychainQuery& query) = 0;
+};
+
 class Platform {
  public:
   virtual ~Platform() = default;
@@ -93,6 +148,8 @@ class Platform {
   virtual FileSystem& fileSystem() = 0;
   virtual const TextServices& textServices() const = 0;
   virtual LogSink& logSink() = 0;
+  virtual HttpTransport& httpTransport() = 0;
+  virtual Keychain& keychain() = 0;
   // The application's own bundle.
   virtual const Bundle& mainBundle() const = 0;
   // The user's documents folder for this app (not created here).

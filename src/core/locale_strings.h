@@ -6,6 +6,7 @@
 // index by matching key, published atomically. Everything else is for the main thread.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -14,6 +15,7 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "core/error.h"
 #include "core/published.h"
 #include "kolvane/locale.h"
 #include "strings/string_group.h"
@@ -87,6 +89,13 @@ class KVLocaleStrings {
   void clearDirtyStrings();
   void clearDirtyStatuses();
   void loadDirtyStatuses();
+
+  // Throws away unsent edits and decisions, then downloads the published text and, when a
+  // workflow step is chosen, the text pending in it, into this store's files. The completion
+  // (main queue) gets the first download's error, else the second's. The store is not reloaded.
+  void pullWithCompletion(std::function<void(std::optional<KVError>)> completion);
+  // When the pending file was made (seconds since 1970); none without one.
+  std::optional<double> lastDownloadDate() const;
 
  private:
   // The groups of a snapshot are not changed once it is published (their status and reject

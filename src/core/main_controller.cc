@@ -2,6 +2,7 @@
 
 #include "core/locale_strings.h"
 #include "core/server_url.h"
+#include "core/session.h"
 #include "kolvane/bundle.h"
 #include "kolvane/platform.h"
 #include "platform/log.h"
@@ -66,8 +67,9 @@ void KVMainController::parseLaunchOptions(const nlohmann::json& options) {
 }
 
 void KVMainController::setupActions() {
-  // Restoring the reviewer's login and installing the window gestures belong here; this
-  // build has neither a session nor a view toolkit yet.
+  // A reviewer who logged in during an earlier run is logged in again. The window gestures
+  // come with the view toolkit.
+  KVSession::sharedInstance().loadSavedCredentials();
 }
 
 void KVMainController::loadSavedParameters() {
@@ -152,7 +154,7 @@ std::optional<Locale> KVMainController::locale() const {
 bool KVMainController::editionEnabled() const {
   LookupGuard guard;
   const KVWorkflowStep* step = workflowStep_.get();
-  return step != nullptr && step->canTranslate;
+  return step != nullptr && KVSession::sharedInstance().isLoggedIn() && step->canTranslate;
 }
 
 std::string KVMainController::kolvaneFilesFolder() {

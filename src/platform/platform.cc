@@ -1,6 +1,8 @@
 #include "kolvane/platform.h"
 
+#include <algorithm>
 #include <atomic>
+#include <cctype>
 #include <mutex>
 
 #include "kolvane/linux_platform.h"
@@ -48,6 +50,21 @@ void kvLog(std::string_view message) {
   std::string line = "[KV] ";
   line += message;
   Platform::current().logSink().writeLine(line);
+}
+
+void HttpRequest::setHeader(std::string name, std::string value) {
+  const auto sameName = [&name](const auto& header) {
+    return header.first.size() == name.size() &&
+           std::equal(name.begin(), name.end(), header.first.begin(), [](char a, char b) {
+             return std::tolower(static_cast<unsigned char>(a)) ==
+                    std::tolower(static_cast<unsigned char>(b));
+           });
+  };
+  if (auto found = std::find_if(headers.begin(), headers.end(), sameName); found != headers.end()) {
+    found->second = std::move(value);
+    return;
+  }
+  headers.emplace_back(std::move(name), std::move(value));
 }
 
 }  // namespace kolvane

@@ -82,16 +82,6 @@ std::string upperCaseUuid() {
 
 }  // namespace
 
-void KVHttpRequest::setHeader(std::string name, std::string value) {
-  for (auto& header : headers) {
-    if (header.first == name) {
-      header.second = std::move(value);
-      return;
-    }
-  }
-  headers.emplace_back(std::move(name), std::move(value));
-}
-
 std::optional<std::string> KVNetwork::makeParamsStringsWithDict(
     const KVParametersJson& parameters) {
   if (!parameters.is_object() || parameters.empty()) return std::nullopt;

@@ -1,8 +1,11 @@
-// KVNetwork's framing half: how each kind of request is built byte for byte, and how an answer
-// becomes (error, JSON value). Sending belongs to the platform's HTTP transport. Stateless;
-// any thread.
+// KVNetwork: every HTTP exchange of the runtime. It frames each kind of request byte for byte,
+// lets the session stamp authenticated ones, sends them through the platform's transport and
+// hands (error, JSON value) to the caller on the main queue. Stateless.
+// The builders and answer handling run on any thread; the senders on the main thread.
 #pragma once
 
+#include <functional>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -11,24 +14,52 @@
 #include <vector>
 
 #include "core/error.h"
+#include "kolvane/platform.h"
 
 namespace kolvane {
 
-struct KVHttpRequest {
-  std::string method;
-  std::string url;
-  std::vector<std::pair<std::string, std::string>> headers;  // in the order they were set
-  std::string body;
-  double timeout = 0;  // seconds; 0 for the transport's default
-
-  void setHeader(std::string name, std::string value);
-};
+using KVHttpRequest = HttpRequest;
 
 // Parameters keep their insertion order: the query and form texts follow it.
 using KVParametersJson = nlohmann::ordered_json;
 
+// (error, decoded JSON) of an exchange; the value is null when the body was empty or not JSON
+// and is passed even when there is an error.
+using KVJsonCompletion = std::function<void(std::optional<KVError>, nlohmann::json)>;
+using KVErrorCompletion = std::function<void(std::optional<KVError>)>;
+
 class KVNetwork {
  public:
+  // Sending. Every completion runs on the main queue. An authenticated exchange goes through
+  // the session first, which drops it (completion never called) when nobody is logged in.
+  static void getPath(std::string_view path, bool authenticated, int server,
+                      const KVParametersJson& parameters, KVJsonCompletion completion);
+  // Server kind KVServerApi: JSON to the API host; any other: a form to the sign-on host.
+  static void postPath(std::string_view path, bool authenticated, int server,
+                       const KVParametersJson& parameters, KVJsonCompletion completion);
+  static void putPath(std::string_view path, bool authenticated, int server,
+                      const KVParametersJson& parameters, KVJsonCompletion completion);
+  // Uploads one file as the multipart field "file"; always authenticated.
+  static void postPath(std::string_view path, const std::string& fileAttachment,
+                       KVJsonCompletion completion);
+  // GET on the API host, authenticated, whose body is written to `file` whatever the status
+  // (the caller judges the file). The error is the connection's or the write's.
+  static void downloadPath(std::string_view path, const KVParametersJson& parameters,
+                           double timeout, const std::string& file, KVErrorCompletion completion);
+  // A plain GET of a full URL; what arrives is also written to `localPath` (best effort).
+  static void downloadFileAtURL(
+      const std::string& url, const std::string& localPath,
+      std::function<void(std::optional<KVError>, std::string)> completion);
+  // Creates the file's folder when missing, then writes atomically.
+  static std::optional<KVError> writeData(std::string_view data, const std::string& file);
+
+  // The debug form of an exchange, or with only `log` on the one line of a failed one.
+  static void debugRequest(const KVHttpRequest& request, long status,
+                           const std::optional<KVError>& error, const nlohmann::json& value);
+
+  // The error of a failed exchange (no answer at all), as completions receive it.
+  static KVError connectionError(const HttpResponse& response);
+
   // "key=value" pairs joined by "&", values percent-escaped (everything but letters, digits
   // and "-._~"), keys as they are. None when there are no pairs.
   static std::optional<std::string> makeParamsStringsWithDict(const KVParametersJson& parameters);

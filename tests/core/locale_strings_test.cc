@@ -44,11 +44,6 @@ class LocaleStringsTest : public testing::PlatformTest {
   std::u16string text(std::string_view key) {
     return kv_stringShowingCues(shown()->localizedStringForKey(key).value_or(u"(none)"));
   }
-  void enableEditing() {
-    auto step = std::make_shared<KVWorkflowStep>();
-    step->canTranslate = true;
-    controller().setWorkflowStep(step);
-  }
 };
 
 TEST_F(LocaleStringsTest, PendingReplacesPublishedAndThePackagedFileIsNotRead) {

@@ -45,11 +45,6 @@ class LookupTest : public testing::PlatformTest {
                         std::string_view table = "") {
     return kv_stringShowingCues(platform().bundle.localizedStringForKey(key, value, table));
   }
-  void enableEditing() {
-    auto step = std::make_shared<KVWorkflowStep>();
-    step->canTranslate = true;
-    controller().setWorkflowStep(step);
-  }
 
   std::shared_ptr<KVLocaleStrings> shown_;
   std::shared_ptr<KVLocaleStrings> base_;

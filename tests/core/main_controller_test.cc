@@ -5,6 +5,7 @@
 
 #include "core/locale_strings.h"
 #include "core/server_url.h"
+#include "core/session.h"
 #include "kolvane/kolvane.h"
 #include "server/workflow_step.h"
 #include "support/fake_platform.h"
@@ -112,14 +113,17 @@ TEST_F(MainControllerTest, DamagedSavedStepIsIgnored) {
   EXPECT_EQ(controller().workflowStep(), nullptr);
 }
 
-TEST_F(MainControllerTest, EditingNeedsAStepThatAllowsTranslating) {
+TEST_F(MainControllerTest, EditingNeedsAStepALoginAndTheRightToTranslate) {
   EXPECT_FALSE(controller().editionEnabled());
   saveStep(false);
   controller().loadSavedParameters();
+  KVSession::sharedInstance().setToken({{"access_token", "t"}});
   EXPECT_FALSE(controller().editionEnabled());
   saveStep(true);
   controller().loadSavedParameters();
   EXPECT_TRUE(controller().editionEnabled());
+  KVSession::sharedInstance().setToken(nullptr);
+  EXPECT_FALSE(controller().editionEnabled());
 }
 
 TEST_F(MainControllerTest, ResetKeepsBaseStoreAndSwitches) {

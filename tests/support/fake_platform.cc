@@ -1,9 +1,15 @@
 #include "support/fake_platform.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <thread>
 
+#include "core/keychain.h"
 #include "core/main_controller.h"
+#include "core/session.h"
+#include "server/login_form.h"
+#include "server/workflow_step.h"
 
 namespace kolvane::testing {
 
@@ -23,6 +29,27 @@ void ManualMainQueue::runAll() {
     }
     task();
   }
+}
+
+bool ManualMainQueue::runUntil(const std::function<bool()>& done, double seconds) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+  while (!done()) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    runAll();
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return true;
+}
+
+void ScriptedTransport::send(HttpRequest request, std::function<void(HttpResponse)> completion) {
+  HttpResponse response;
+  if (answer) {
+    response = answer(request);
+  } else {
+    response.failure.emplace(7, "Could not connect to server");
+  }
+  sent.push_back(std::move(request));
+  queue_.post([completion = std::move(completion), response] { completion(response); });
 }
 
 std::optional<nlohmann::json> MemoryUserDefaults::objectForKey(std::string_view key) const {
@@ -87,10 +114,22 @@ void PlatformTest::SetUp() {
   platform_ = std::make_shared<FakePlatform>(folder_ + "/Documents");
   Platform::install(platform_);
   KVMainController::sharedInstance().resetForTesting();
+  KVSession::sharedInstance().resetForTesting();
+  KVKeychain::resetForTesting();
+  KVLoginViewController::setLoginForm(nullptr);
+}
+
+void PlatformTest::enableEditing() {
+  KVSession::sharedInstance().setToken({{"access_token", "test-token"}});
+  auto step = std::make_shared<KVWorkflowStep>();
+  step->canTranslate = true;
+  KVMainController::sharedInstance().setWorkflowStep(step);
 }
 
 void PlatformTest::TearDown() {
   KVMainController::sharedInstance().resetForTesting();
+  KVSession::sharedInstance().resetForTesting();
+  platform_->network.reset();  // stops a real transport's thread
   std::error_code ignored;
   std::filesystem::remove_all(folder_, ignored);
 }

@@ -15,6 +15,7 @@
 
 #include "kolvane/bundle.h"
 #include "kolvane/platform.h"
+#include "platform/linux/file_keychain.h"
 #include "platform/linux/icu_text_services.h"
 #include "platform/linux/posix_file_system.h"
 
@@ -25,6 +26,9 @@ class ManualMainQueue : public MainQueue {
   void post(std::function<void()> task) override;
   // Runs queued tasks, including those they queue, until none is left.
   void runAll();
+  // Runs tasks as they arrive (from other threads too) until `done` holds or `seconds` pass;
+  // whether `done` held.
+  bool runUntil(const std::function<bool()>& done, double seconds = 10);
 
  private:
   mutable std::mutex mutex_;
@@ -69,14 +73,51 @@ class RecordingLogSink : public LogSink {
   std::vector<std::string> lines_;
 };
 
+// The file keychain in the test's folder, which a test can make unavailable: every call then
+// fails, as with a locked or missing store.
+class SwitchableKeychain : public Keychain {
+ public:
+  explicit SwitchableKeychain(std::string path)
+      : file_(std::move(path), "SEED42.com.example.tests") {}
+  KeychainStatus add(const KeychainQuery& query, std::string_view data) override {
+    return unavailable ? KeychainStatus::failure : file_.add(query, data);
+  }
+  KeychainStatus copyMatching(const KeychainQuery& query, KeychainItem* item) override {
+    return unavailable ? KeychainStatus::failure : file_.copyMatching(query, item);
+  }
+  KeychainStatus remove(const KeychainQuery& query) override {
+    return unavailable ? KeychainStatus::failure : file_.remove(query);
+  }
+  bool unavailable = false;
+
+ private:
+  FileKeychain file_;
+};
+
+// Answers requests from `answer` on the main queue and keeps what was sent. Without an
+// answer every exchange fails as with no network.
+class ScriptedTransport : public HttpTransport {
+ public:
+  explicit ScriptedTransport(MainQueue& queue) : queue_(queue) {}
+  void send(HttpRequest request, std::function<void(HttpResponse)> completion) override;
+  std::function<HttpResponse(const HttpRequest&)> answer;
+  std::vector<HttpRequest> sent;
+
+ private:
+  MainQueue& queue_;
+};
+
 class FakePlatform : public Platform {
  public:
-  explicit FakePlatform(std::string documents) : documents_(std::move(documents)) {}
+  explicit FakePlatform(std::string documents)
+      : keychainStore(documents + "/Kolvane/keychain.json"), documents_(std::move(documents)) {}
   MainQueue& mainQueue() override { return queue; }
   UserDefaults& userDefaults() override { return defaults; }
   FileSystem& fileSystem() override { return files; }
   const TextServices& textServices() const override { return text; }
   LogSink& logSink() override { return log; }
+  HttpTransport& httpTransport() override { return network ? *network : transport; }
+  Keychain& keychain() override { return keychainStore; }
   const Bundle& mainBundle() const override { return bundle; }
   std::string documentsFolder() const override { return documents_; }
   double now() const override { return clock.load(); }
@@ -89,6 +130,9 @@ class FakePlatform : public Platform {
   IcuTextServices text;
   RecordingLogSink log;
   MapBundle bundle;
+  ScriptedTransport transport{queue};
+  std::unique_ptr<HttpTransport> network;  // when set, used in place of `transport`
+  SwitchableKeychain keychainStore;
   std::atomic<double> clock{1'700'000'000};  // read on the analytics queue too
 
  private:
@@ -103,6 +147,8 @@ class PlatformTest : public ::testing::Test {
   void TearDown() override;
   FakePlatform& platform() { return *platform_; }
   const std::string& folder() const { return folder_; }
+  // A reviewer is logged in and has chosen a step that lets them translate.
+  void enableEditing();
 
  private:
   std::shared_ptr<FakePlatform> platform_;

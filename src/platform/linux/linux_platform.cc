@@ -7,12 +7,15 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <mutex>
 
+#include "platform/linux/curl_transport.h"
 #include "platform/linux/directory_bundle.h"
 #include "platform/linux/glib_main_queue.h"
 #include "platform/linux/icu_text_services.h"
 #include "platform/linux/json_user_defaults.h"
 #include "platform/linux/posix_file_system.h"
+#include "platform/linux/secret_keychain.h"
 
 namespace kolvane {
 namespace {
@@ -58,13 +61,24 @@ class LinuxPlatform : public Platform {
   explicit LinuxPlatform(const LinuxPlatformOptions& options)
       : bundle_(bundlePathFor(options)),
         paths_(pathsFor(options, bundle_)),
-        defaults_(paths_.userDefaultsFile) {}
+        defaults_(paths_.userDefaultsFile),
+        // The user id stands where an application-signing prefix would on other systems.
+        keychain_(
+            makeLinuxKeychain(paths_.documentsFolder + "/Kolvane/keychain.json",
+                              std::to_string(::getuid()) + "." + bundle_.bundleIdentifier())) {}
 
   MainQueue& mainQueue() override { return mainQueue_; }
   UserDefaults& userDefaults() override { return defaults_; }
   FileSystem& fileSystem() override { return files_; }
   const TextServices& textServices() const override { return text_; }
   LogSink& logSink() override { return log_; }
+  HttpTransport& httpTransport() override {
+    // The transport's worker thread starts with the first request, not with the app.
+    std::call_once(transportOnce_,
+                   [this] { transport_ = std::make_unique<CurlTransport>(mainQueue_); });
+    return *transport_;
+  }
+  Keychain& keychain() override { return *keychain_; }
   const Bundle& mainBundle() const override { return bundle_; }
   std::string documentsFolder() const override { return paths_.documentsFolder; }
   double now() const override {
@@ -88,6 +102,9 @@ class LinuxPlatform : public Platform {
   PosixFileSystem files_;
   IcuTextServices text_;
   StderrLogSink log_;
+  std::unique_ptr<Keychain> keychain_;
+  std::once_flag transportOnce_;
+  std::unique_ptr<CurlTransport> transport_;
 };
 
 }  // namespace

@@ -100,6 +100,15 @@ bool PosixFileSystem::writeFile(const std::string& path, std::string_view bytes)
 
 bool PosixFileSystem::removeFile(const std::string& path) { return ::unlink(path.c_str()) == 0; }
 
+std::optional<double> PosixFileSystem::creationDate(const std::string& path) const {
+  struct statx info {};
+  if (::statx(AT_FDCWD, path.c_str(), 0, STATX_BTIME | STATX_MTIME, &info) != 0) {
+    return std::nullopt;
+  }
+  const statx_timestamp& stamp = (info.stx_mask & STATX_BTIME) ? info.stx_btime : info.stx_mtime;
+  return static_cast<double>(stamp.tv_sec) + stamp.tv_nsec / 1e9;
+}
+
 StringsFileResult PosixFileSystem::readStringsFile(const std::string& path) const {
   const auto bytes = readWholeFile(path);
   if (!bytes) return StringsFileError{"cannot read " + path};

@@ -21,6 +21,7 @@ class PosixFileSystem : public FileSystem {
   bool writeFileAtomically(const std::string& path, std::string_view bytes) override;
   bool writeFile(const std::string& path, std::string_view bytes) override;
   bool removeFile(const std::string& path) override;
+  std::optional<double> creationDate(const std::string& path) const override;
   StringsFileResult readStringsFile(const std::string& path) const override;
 };
 

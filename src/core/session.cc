@@ -1,0 +1,184 @@
+#include "core/session.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+
+#include "core/keychain.h"
+#include "core/main_controller.h"
+#include "platform/log.h"
+#include "server/api.h"
+#include "server/login_form.h"
+#include "strings/base64.h"
+#include "strings/utf.h"
+
+namespace kolvane {
+namespace {
+
+constexpr std::string_view kUserIdKey = "userId";
+constexpr std::string_view kTokenKey = "token";
+
+// The number under `key`, or 0 when it is missing or not a number (as a nil number reads).
+double numberField(const nlohmann::json& record, const char* key) {
+  const auto found = record.find(key);
+  return found != record.end() && found->is_number() ? found->get<double>() : 0;
+}
+
+std::optional<std::string> textField(const nlohmann::json& record, const char* key) {
+  if (!record.is_object()) return std::nullopt;
+  const auto found = record.find(key);
+  if (found == record.end() || !found->is_string()) return std::nullopt;
+  return found->get<std::string>();
+}
+
+// The number read as an integer, as the expiry check does; out-of-range values saturate.
+double wholeSeconds(double value) {
+  constexpr double kLimit = 9.0e18;
+  return std::trunc(std::clamp(value, -kLimit, kLimit));
+}
+
+bool isBase64Text(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) || c == '+' || c == '/' || c == '=';
+  });
+}
+
+}  // namespace
+
+KVSession& KVSession::sharedInstance() {
+  static KVSession session;  // made once, thread-safely
+  return session;
+}
+
+void KVSession::setToken(nlohmann::json token) {
+  token_ = std::move(token);
+  loggedIn_ = !token_.is_null();
+}
+
+std::optional<std::string> KVSession::accessToken() const {
+  return textField(token_, "access_token");
+}
+
+bool KVSession::loadSavedCredentials() {
+  if (userId_ && isLoggedIn()) return true;
+  return loadCredentialsFromKeychain();
+}
+
+bool KVSession::loadCredentialsFromKeychain() {
+  if (const auto saved = KVKeychain::loadValueForKey(kTokenKey);
+      saved && saved->is_string() && !saved->get<std::string>().empty()) {
+    auto token = nlohmann::json::parse(saved->get<std::string>(), nullptr, false);
+    // A damaged record counts as no login: every later read expects an object.
+    if (token.is_object()) setToken(std::move(token));
+  }
+  if (isLoggedIn()) {
+    KVApi::pingWithCompletion([](const std::optional<KVError>&) {});
+    userInfo_ = userInfoFromToken(accessToken().value_or("")).value_or(nullptr);
+  }
+  if (const auto saved = KVKeychain::loadValueForKey(kUserIdKey);
+      saved && saved->is_string() && !saved->get<std::string>().empty()) {
+    userId_ = saved->get<std::string>();
+  }
+  if (isLoggedIn() && debugEnabled()) {
+    kvLog("Loaded credentials from keychain \n" + userId_.value_or("(null)") + "\n" +
+          token_.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+  }
+  return isLoggedIn();
+}
+
+void KVSession::saveCredentialsToKeychain() {
+  if (!isLoggedIn() || !userId_) return;
+  KVKeychain::saveValue(*userId_, kUserIdKey);
+  KVKeychain::saveValue(token_.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace),
+                        kTokenKey);
+  kvDebug("Saving credentials to keychain");
+}
+
+void KVSession::getTokenWithCode(const std::string& code, bool refresh,
+                                 std::function<void(std::optional<KVError>)> completion) {
+  KVApi::tokenWithCode(
+      code, refresh,
+      [this, completion = std::move(completion)](std::optional<KVError> error,
+                                                 nlohmann::json answer) {
+        if (!error) {
+          userInfo_ =
+              userInfoFromToken(textField(answer, "access_token").value_or("")).value_or(nullptr);
+          userId_ = textField(answer, "uid").value_or("noid");
+          setToken(std::move(answer));
+          saveCredentialsToKeychain();
+        }
+        if (completion) completion(std::move(error));
+      });
+}
+
+void KVSession::authorizeRequest(std::shared_ptr<HttpRequest> request,
+                                 std::function<void()> completion) {
+  const auto access = accessToken();
+  if (!access) return;  // nobody logged in: the request is dropped
+  const double now = Platform::current().now();
+  const double expires = wholeSeconds(numberField(token_, "expires"));
+  if (expires > now) {
+    request->setHeader("Authorization", "Bearer " + *access);
+    if (completion) completion();
+    return;
+  }
+  if (now > numberField(token_, "refresh_expires")) {
+    return openLoginThenRetry(std::move(request), std::move(completion));
+  }
+  getTokenWithCode(textField(token_, "refresh_token").value_or(""), true,
+                   [this, request, completion](std::optional<KVError> error) {
+                     if (!error) return authorizeRequest(request, completion);
+                     openLoginThenRetry(request, completion);
+                   });
+}
+
+void KVSession::openLoginThenRetry(std::shared_ptr<HttpRequest> request,
+                                   std::function<void()> completion) {
+  if (!KVMainController::sharedInstance().appLaunched()) return;
+  KVLoginViewController::openLoginFormWithCompletion(
+      [this, request = std::move(request), completion = std::move(completion)](bool cancelled) {
+        if (!cancelled) authorizeRequest(request, completion);
+      });
+}
+
+std::optional<nlohmann::json> KVSession::userInfoFromToken(std::string_view token) {
+  const auto firstDot = token.find('.');
+  if (firstDot == std::string_view::npos) return std::nullopt;
+  std::string payload(token.substr(firstDot + 1, token.find('.', firstDot + 1) - firstDot - 1));
+  payload.append((4 - payload.size() % 4) % 4, '=');
+  std::replace(payload.begin(), payload.end(), '-', '+');
+  std::replace(payload.begin(), payload.end(), '_', '/');
+  if (!isBase64Text(payload)) return std::nullopt;
+  const auto text = kv_stringWithBase64EncodedString(payload);
+  if (!text) return std::nullopt;
+  auto claims = nlohmann::json::parse(*text, nullptr, false);
+  if (claims.is_discarded()) return std::nullopt;
+  return claims;
+}
+
+void KVSession::logOut() {
+  KVApi::logOutWithRefreshToken(textField(token_, "refresh_token"));
+  KVKeychain::deleteValueForKey(kUserIdKey);
+  KVKeychain::deleteValueForKey(kTokenKey);
+  UserDefaults& defaults = Platform::current().userDefaults();
+  defaults.removeObjectForKey("KVWorkflowStep");
+  // The chosen locale is saved as "KVLocale"; logout clears "COLocale", so the locale stays.
+  defaults.removeObjectForKey("COLocale");
+  defaults.synchronize();
+  userId_.reset();
+  setToken(nullptr);
+  userInfo_ = nullptr;
+  projectInfo_ = nullptr;
+  workflows_.reset();
+  KVMainController::sharedInstance().reset();
+}
+
+void KVSession::resetForTesting() {
+  userId_.reset();
+  setToken(nullptr);
+  userInfo_ = nullptr;
+  projectInfo_ = nullptr;
+  workflows_.reset();
+}
+
+}  // namespace kolvane

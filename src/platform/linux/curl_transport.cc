@@ -1,0 +1,192 @@
+#include "platform/linux/curl_transport.h"
+
+#include <curl/curl.h>
+
+#include <algorithm>
+#include <cctype>
+#include <string>
+
+namespace kolvane {
+namespace {
+
+// An answer bigger than this is not a translation file or an API answer; refusing it keeps a
+// misbehaving server from filling the app's memory.
+constexpr std::size_t kMaxBodyBytes = 256u * 1024 * 1024;
+constexpr long kDefaultTimeoutMs = 60'000;
+
+void initializeCurlOnce() {
+  static const bool initialized = [] { return curl_global_init(CURL_GLOBAL_DEFAULT) == 0; }();
+  (void)initialized;
+}
+
+bool hasHeader(const HttpRequest& request, std::string_view name) {
+  return std::any_of(request.headers.begin(), request.headers.end(), [name](const auto& header) {
+    return std::equal(
+        name.begin(), name.end(), header.first.begin(), header.first.end(),
+        [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); });
+  });
+}
+
+}  // namespace
+
+struct CurlTransport::Exchange {
+  HttpRequest request;
+  std::function<void(HttpResponse)> completion;
+  HttpResponse response;
+  CURL* easy = nullptr;
+  curl_slist* headers = nullptr;
+  char errorText[CURL_ERROR_SIZE] = {};
+  bool tooBig = false;
+
+  ~Exchange() {
+    if (easy != nullptr) curl_easy_cleanup(easy);
+    curl_slist_free_all(headers);
+  }
+
+  static size_t collect(char* data, size_t size, size_t count, void* context) {
+    auto* exchange = static_cast<Exchange*>(context);
+    const size_t bytes = size * count;
+    if (exchange->response.body.size() + bytes > kMaxBodyBytes) {
+      exchange->tooBig = true;
+      return 0;  // makes curl stop with a write error
+    }
+    exchange->response.body.append(data, bytes);
+    return bytes;
+  }
+
+  void addHeader(const std::string& line) {
+    if (curl_slist* grown = curl_slist_append(headers, line.c_str())) headers = grown;
+  }
+
+  bool prepare() {
+    easy = curl_easy_init();
+    if (easy == nullptr) return false;
+    for (const auto& [name, value] : request.headers) addHeader(name + ": " + value);
+    // Only what the caller framed goes out: no default "Accept", no "Expect: 100-continue".
+    if (!hasHeader(request, "Accept")) addHeader("Accept:");
+    addHeader("Expect:");
+
+    curl_easy_setopt(easy, CURLOPT_URL, request.url.c_str());
+    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers);
+    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
+    curl_easy_setopt(easy, CURLOPT_MAXREDIRS, 10L);
+    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, errorText);
+    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Exchange::collect);
+    curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
+    curl_easy_setopt(easy, CURLOPT_PRIVATE, this);
+    const long timeoutMs =
+        request.timeout > 0 ? static_cast<long>(request.timeout * 1000) : kDefaultTimeoutMs;
+    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, std::max(timeoutMs, 1L));
+    if (request.method == "GET") {
+      curl_easy_setopt(easy, CURLOPT_HTTPGET, 1L);
+    } else {
+      curl_easy_setopt(easy, CURLOPT_POSTFIELDS, request.body.data());
+      curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE,
+                       static_cast<curl_off_t>(request.body.size()));
+      if (request.method != "POST") {
+        curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, request.method.c_str());
+      }
+    }
+    return true;
+  }
+
+  void finish(CURLcode result) {
+    if (result == CURLE_OK) {
+      curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &response.status);
+      return;
+    }
+    response.status = 0;
+    response.body.clear();
+    std::string message = tooBig                 ? "The answer is too large"
+                          : errorText[0] != '\0' ? std::string(errorText)
+                                                 : std::string(curl_easy_strerror(result));
+    response.failure.emplace(static_cast<long>(result), std::move(message));
+  }
+};
+
+CurlTransport::CurlTransport(MainQueue& mainQueue) : mainQueue_(mainQueue) {
+  initializeCurlOnce();
+  multi_ = curl_multi_init();
+  worker_ = std::thread([this] { run(); });
+}
+
+CurlTransport::~CurlTransport() {
+  {
+    std::lock_guard lock(mutex_);
+    stopping_ = true;
+  }
+  curl_multi_wakeup(static_cast<CURLM*>(multi_));
+  worker_.join();
+  for (auto& exchange : running_) {
+    curl_multi_remove_handle(static_cast<CURLM*>(multi_), exchange->easy);
+  }
+  running_.clear();
+  curl_multi_cleanup(static_cast<CURLM*>(multi_));
+}
+
+void CurlTransport::send(HttpRequest request, std::function<void(HttpResponse)> completion) {
+  auto exchange = std::make_unique<Exchange>();
+  exchange->request = std::move(request);
+  exchange->completion = std::move(completion);
+  {
+    std::lock_guard lock(mutex_);
+    incoming_.push_back(std::move(exchange));
+  }
+  curl_multi_wakeup(static_cast<CURLM*>(multi_));
+}
+
+void CurlTransport::run() {
+  auto* multi = static_cast<CURLM*>(multi_);
+  for (;;) {
+    {
+      std::lock_guard lock(mutex_);
+      if (stopping_) return;
+    }
+    startIncoming();
+    int stillRunning = 0;
+    curl_multi_perform(multi, &stillRunning);
+    finishDone();
+    curl_multi_poll(multi, nullptr, 0, 1000, nullptr);
+  }
+}
+
+void CurlTransport::startIncoming() {
+  std::vector<std::unique_ptr<Exchange>> arrived;
+  {
+    std::lock_guard lock(mutex_);
+    arrived.swap(incoming_);
+  }
+  for (auto& exchange : arrived) {
+    if (!exchange->prepare() ||
+        curl_multi_add_handle(static_cast<CURLM*>(multi_), exchange->easy) != CURLM_OK) {
+      HttpResponse failed;
+      failed.failure.emplace(static_cast<long>(CURLE_FAILED_INIT), "The request could not start");
+      mainQueue_.post(
+          [completion = std::move(exchange->completion), failed] { completion(failed); });
+      continue;
+    }
+    running_.push_back(std::move(exchange));
+  }
+}
+
+void CurlTransport::finishDone() {
+  auto* multi = static_cast<CURLM*>(multi_);
+  int left = 0;
+  while (CURLMsg* message = curl_multi_info_read(multi, &left)) {
+    if (message->msg != CURLMSG_DONE) continue;
+    const auto found = std::find_if(running_.begin(), running_.end(), [message](const auto& e) {
+      return e->easy == message->easy_handle;
+    });
+    if (found == running_.end()) continue;
+    std::unique_ptr<Exchange> exchange = std::move(*found);
+    running_.erase(found);
+    exchange->finish(message->data.result);
+    curl_multi_remove_handle(multi, exchange->easy);
+    mainQueue_.post([completion = std::move(exchange->completion),
+                     response = std::move(exchange->response)] { completion(response); });
+  }
+}
+
+}  // namespace kolvane

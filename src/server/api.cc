@@ -1,0 +1,249 @@
+#include "server/api.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "core/locale_identifiers.h"
+#include "core/main_controller.h"
+#include "core/server_url.h"
+#include "platform/log.h"
+#include "server/deployment.h"
+#include "server/network.h"
+#include "server/workflow_step.h"
+#include "strings/utf.h"
+
+namespace kolvane {
+namespace {
+
+constexpr std::string_view kTokenPath = "/auth/realms/Kolvane/protocol/openid-connect/token";
+constexpr std::string_view kLogoutPath = "/auth/realms/Kolvane/protocol/openid-connect/logout";
+constexpr std::string_view kSaveFileName = "saveFile.xlf";
+
+std::string projectId() { return KVMainController::sharedInstance().appId().value_or(""); }
+
+std::string localeId() {
+  const auto locale = KVMainController::sharedInstance().locale();
+  return locale ? kolvaneLocaleIdentifier(*locale) : std::string();
+}
+
+// "response" → "data" → `name` of an answer, or null.
+const nlohmann::json& payload(const nlohmann::json& answer, const char* name = nullptr) {
+  static const nlohmann::json none;
+  const nlohmann::json* value = &answer;
+  for (const char* step : {"response", "data", name}) {
+    if (step == nullptr) break;
+    if (!value->is_object()) return none;
+    const auto found = value->find(step);
+    if (found == value->end()) return none;
+    value = &*found;
+  }
+  return *value;
+}
+
+std::string text(const nlohmann::json& value) {
+  if (value.is_string()) return value.get<std::string>();
+  return value.is_null() ? std::string("(null)") : value.dump();
+}
+
+// The first of `strings` whose hash code is `hashcode`.
+std::shared_ptr<KVStringGroup> findByUid(const KVGroupList& strings,
+                                         const nlohmann::json& hashcode) {
+  if (!hashcode.is_string()) return nullptr;
+  for (const auto& string : strings) {
+    if (string && string->uid() == hashcode.get<std::string>()) return string;
+  }
+  return nullptr;
+}
+
+// Every failure entry of `entries` naming one of `strings` by `hashKey`.
+template <typename Report>
+void forEachFailure(const nlohmann::json& entries, const char* hashKey, const KVGroupList& strings,
+                    Report report) {
+  if (!entries.is_array()) return;
+  for (const auto& entry : entries) {
+    if (!entry.is_object()) continue;
+    const auto hashcode = entry.find(hashKey);
+    if (hashcode == entry.end()) continue;
+    if (auto string = findByUid(strings, *hashcode)) report(string, entry);
+  }
+}
+
+bool hasNumber(const nlohmann::json& answer, const char* key) {
+  const auto found = answer.find(key);
+  return found != answer.end() && found->is_number();
+}
+
+// The lifetime read as whole seconds; out-of-range values saturate.
+double lifetime(const nlohmann::json& value) {
+  constexpr double kLimit = 9.0e18;
+  return std::trunc(std::clamp(value.get<double>(), -kLimit, kLimit));
+}
+
+}  // namespace
+
+void KVApi::tokenWithCode(const std::string& code, bool refresh,
+                          std::function<void(std::optional<KVError>, nlohmann::json)> completion) {
+  KVParametersJson parameters = {
+      {"client_id", "ios-sdk"},
+      {"redirect_uri", KVDeployment::current().redirectScheme + "://login/"}};
+  if (refresh) {
+    parameters["grant_type"] = "refresh_token";
+    parameters["refresh_token"] = code;
+  } else {
+    parameters["code"] = code;
+    parameters["grant_type"] = "authorization_code";
+  }
+  KVNetwork::postPath(
+      kTokenPath, false, KVServerSso, parameters,
+      [completion = std::move(completion)](std::optional<KVError> error, nlohmann::json answer) {
+        if (error) return completion(std::move(error), nullptr);
+        if (!answer.is_object() || !hasNumber(answer, "expires_in") ||
+            !hasNumber(answer, "refresh_expires_in") || !answer.contains("access_token")) {
+          return completion(KVError{"auth", 500, "Wrong token format"}, nullptr);
+        }
+        const double now = Platform::current().now();
+        answer["expires"] = now + lifetime(answer["expires_in"]);
+        answer["refresh_expires"] = now + lifetime(answer["refresh_expires_in"]);
+        completion(std::nullopt, std::move(answer));
+      });
+}
+
+void KVApi::logOutWithRefreshToken(const std::optional<std::string>& refreshToken) {
+  if (!refreshToken) return;
+  // The logout names the project as its client, where the token exchange names the SDK.
+  KVNetwork::getPath(kLogoutPath, false, KVServerSso,
+                     {{"refresh_token", *refreshToken}, {"client_id", projectId()}},
+                     [](std::optional<KVError>, nlohmann::json) {});
+}
+
+void KVApi::pingWithCompletion(std::function<void(std::optional<KVError>)> completion) {
+  KVNetwork::getPath(
+      "/auth-api/v2/ping", true, KVServerApi, nullptr,
+      [completion = std::move(completion)](std::optional<KVError> error, nlohmann::json) {
+        if (completion) completion(std::move(error));
+      });
+}
+
+void KVApi::projectInfoForce(
+    bool force, std::function<void(std::optional<KVError>, nlohmann::json)> completion) {
+  KVSession& session = KVSession::sharedInstance();
+  if (!force && !session.projectInfo().is_null())
+    return completion(std::nullopt, session.projectInfo());
+  KVNetwork::getPath(
+      "/projects-api/v2/projects/" + projectId(), true, KVServerApi, nullptr,
+      [completion = std::move(completion)](std::optional<KVError> error, nlohmann::json answer) {
+        if (error) return completion(std::move(error), nullptr);
+        nlohmann::json info = payload(answer);
+        KVSession::sharedInstance().setProjectInfo(info);
+        completion(std::nullopt, std::move(info));
+      });
+}
+
+void KVApi::projectWorkflowsForce(
+    bool force, std::function<void(std::optional<KVError>, KVWorkflowSteps)> completion) {
+  KVSession& session = KVSession::sharedInstance();
+  if (!force && session.workflows()) return completion(std::nullopt, *session.workflows());
+  KVNetwork::getPath(
+      "/workflows-strings-api/v2/projects/" + projectId() + "/workflows", true, KVServerApi,
+      nullptr,
+      [completion = std::move(completion)](std::optional<KVError> error, nlohmann::json answer) {
+        if (error) return completion(std::move(error), {});
+        KVWorkflowSteps steps;
+        for (auto& step : KVWorkflowStep::workflowsFromDictionary(payload(answer))) {
+          steps.push_back(std::move(step));
+        }
+        KVSession::sharedInstance().setWorkflows(steps);
+        completion(std::nullopt, std::move(steps));
+      });
+}
+
+void KVApi::setStatus(const std::string& status, const KVGroupList& strings,
+                      std::function<void(KVGroupList)> completion) {
+  if (strings.empty()) return completion({});
+  const auto& step = KVMainController::sharedInstance().workflowStep();
+  const std::string stepUid = step ? step->uid : std::string();
+  KVParametersJson entries = KVParametersJson::array();
+  for (const auto& string : strings) {
+    const auto uid = string ? string->uid() : std::nullopt;
+    if (uid) entries.push_back({{"currentWorkflowStepUid", stepUid}, {"hashcode", *uid}});
+  }
+  KVNetwork::putPath("/workflows-strings-api/v2/projects/" + projectId() + "/" + status, true,
+                     KVServerApi, {{"localeId", localeId()}, {"strings", std::move(entries)}},
+                     [status, strings, completion = std::move(completion)](
+                         std::optional<KVError> error, nlohmann::json answer) {
+                       if (error) {
+                         kvLogIfEnabled(status + " failed: " + error->localizedDescription);
+                         return completion(strings);
+                       }
+                       KVGroupList failed;
+                       forEachFailure(
+                           payload(answer, "failures"), "hashcode", strings,
+                           [&](const auto& string, const nlohmann::json& entry) {
+                             failed.push_back(string);
+                             kvLogIfEnabled(status + " failed for " + string->key + ": " +
+                                            text(entry.value("reason", nlohmann::json())));
+                           });
+                       completion(std::move(failed));
+                     });
+}
+
+void KVApi::submitStrings(const KVGroupList& strings, std::function<void(KVGroupList)> completion) {
+  setStatus("submittedStrings", strings, std::move(completion));
+}
+
+void KVApi::rejectStrings(const KVGroupList& strings, std::function<void(KVGroupList)> completion) {
+  setStatus("rejectedStrings", strings, std::move(completion));
+}
+
+void KVApi::saveStrings(const KVStringGroups& strings,
+                        std::function<void(std::optional<KVWriteFailures>)> completion) {
+  if (strings.empty()) return completion(std::nullopt);
+  const std::string file =
+      KVMainController::kolvaneFilesFolder() + "/" + std::string(kSaveFileName);
+  KVWriteFailures failures;
+  const auto allFailed = [&strings](KVWriteFailures& failed) {
+    for (const auto& [key, group] : strings) failed[key] = group;
+  };
+  if (const auto error = KVXliffWriter::writeXliffFromStrings(strings, file, &failures)) {
+    kvLogIfEnabled("Save failed: " + error->localizedDescription);
+    allFailed(failures);
+    return completion(std::move(failures));
+  }
+  KVGroupList sent;
+  for (const auto& [key, group] : strings) sent.push_back(group);
+  KVNetwork::postPath(
+      "/files-api/v2/projects/" + projectId() + "/locales/" + localeId() + "/content/import", file,
+      [file, sent, failures, allFailed, completion = std::move(completion)](
+          std::optional<KVError> error, nlohmann::json answer) mutable {
+        if (error) {
+          kvLogIfEnabled("Save failed: " + error->localizedDescription);
+          allFailed(failures);
+        } else {
+          forEachFailure(payload(answer, "translationImportErrors"), "stringHashCode", sent,
+                         [&](const auto& string, const nlohmann::json& entry) {
+                           failures[string->key] = string;
+                           kvLogIfEnabled("Save failed for " + string->key + ": " +
+                                          text(entry.value("messages", nlohmann::json())));
+                         });
+        }
+        Platform::current().fileSystem().removeFile(file);
+        completion(std::move(failures));
+      });
+}
+
+void KVApi::createIssueForString(const std::shared_ptr<KVStringGroup>& string,
+                                 std::function<void(std::optional<KVError>)> completion) {
+  const auto uid = string ? string->uid() : std::nullopt;
+  if (!uid) return completion(KVError{"app", 500, "No hashcode for this string"});
+  KVNetwork::postPath(
+      "/issues-api/v2/projects/" + projectId() + "/issues", true, KVServerApi,
+      {{"string", {{"hashcode", *uid}, {"localeId", localeId()}}},
+       {"issueText", toUtf8(string->rejectDescription)},
+       {"issueSubTypeCode", toUtf8(string->rejectReason)},
+       {"issueTypeCode", "TRANSLATION"}},
+      [completion = std::move(completion)](std::optional<KVError> error, nlohmann::json) {
+        if (completion) completion(std::move(error));
+      });
+}
+
+}  // namespace kolvane

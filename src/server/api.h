@@ -1,0 +1,55 @@
+// KVApi: the server calls of the runtime. Each builds its path and parameters, sends them
+// through KVNetwork, picks the payload out of the answer envelope ("response" → "data") and
+// reports what failed. Completions run on the main queue; calls are made on the main thread.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "core/error.h"
+#include "core/session.h"
+#include "strings/string_group.h"
+#include "strings/xliff_writer.h"
+
+namespace kolvane {
+
+using KVGroupList = std::vector<std::shared_ptr<KVStringGroup>>;
+
+class KVApi {
+ public:
+  // The sign-on token exchange; the record gets "expires" and "refresh_expires" (now plus the
+  // lifetimes). An answer without the lifetimes or the access token is an "auth" error 500.
+  static void tokenWithCode(const std::string& code, bool refresh,
+                            std::function<void(std::optional<KVError>, nlohmann::json)> completion);
+  // Tells the sign-on server to end the session; nothing without a refresh token.
+  static void logOutWithRefreshToken(const std::optional<std::string>& refreshToken);
+  static void pingWithCompletion(std::function<void(std::optional<KVError>)> completion);
+  // Cached in the session; a request is made only when forced or nothing is cached.
+  static void projectInfoForce(
+      bool force, std::function<void(std::optional<KVError>, nlohmann::json)> completion);
+  static void projectWorkflowsForce(
+      bool force, std::function<void(std::optional<KVError>, KVWorkflowSteps)> completion);
+
+  // Moves strings on in the current workflow step ("submittedStrings") or back
+  // ("rejectedStrings"). Strings the server does not know (no hash code) are left out. The
+  // completion gets the strings that failed: all of them when the call itself failed.
+  static void setStatus(const std::string& status, const KVGroupList& strings,
+                        std::function<void(KVGroupList)> completion);
+  static void submitStrings(const KVGroupList& strings,
+                            std::function<void(KVGroupList)> completion);
+  static void rejectStrings(const KVGroupList& strings,
+                            std::function<void(KVGroupList)> completion);
+  // Uploads the strings' translations as XLIFF. The completion gets the strings that failed by
+  // key, or none when there was nothing to send.
+  static void saveStrings(const KVStringGroups& strings,
+                          std::function<void(std::optional<KVWriteFailures>)> completion);
+  // Files a translation issue with the string's reject reason and description.
+  static void createIssueForString(const std::shared_ptr<KVStringGroup>& string,
+                                   std::function<void(std::optional<KVError>)> completion);
+};
+
+}  // namespace kolvane
