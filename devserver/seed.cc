@@ -1,0 +1,43 @@
+#include "seed.h"
+
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include "xliff.h"
+
+namespace devserver {
+namespace {
+
+std::string readFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) throw std::runtime_error("cannot read " + path);
+  std::ostringstream contents;
+  contents << in.rdbuf();
+  return contents.str();
+}
+
+}  // namespace
+
+void loadSeed(Store& store, const std::string& folder) {
+  const std::string settingsPath = folder + "/project.json";
+  const auto settings = nlohmann::json::parse(readFile(settingsPath), nullptr, false);
+  if (!settings.is_object() || !settings.contains("id") || !settings.contains("workflows")) {
+    throw std::runtime_error(settingsPath + " is not a project description");
+  }
+  store.putProject(settings);
+  const std::string project = settings.at("id");
+  const std::string published = settings.at("workflows").at(0).at("steps").back().at("uid");
+  for (const auto& locale : settings.at("locales")) {
+    const std::string path = folder + "/" + locale.get<std::string>() + ".xlf";
+    const auto units = readXliff(readFile(path));
+    if (!units) throw std::runtime_error(path + " is not XLIFF");
+    for (const auto& unit : *units) {
+      store.putUnit(project, {unit.id, hashcodeOf(unit.id), unit.resname});
+      store.putText(project, locale, unit.id, unit.phase.empty() ? published : unit.phase,
+                    unit.target, published);
+    }
+  }
+}
+
+}  // namespace devserver

@@ -1,0 +1,72 @@
+// The routes of the dev server: the sign-on endpoints, the REST API the SDK calls, and the
+// fault switches tests use. State lives in the Store; the options fix token lifetimes.
+#pragma once
+
+#include <httplib.h>
+
+#include <atomic>
+#include <mutex>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <string>
+
+#include "store.h"
+
+namespace devserver {
+
+struct Options {
+  double tokenLifetime = 300;     // seconds an access token lives
+  double refreshLifetime = 1800;  // seconds a refresh token lives
+};
+
+// What the fault switch makes the server do to requests whose path starts with `path`.
+struct Fault {
+  std::string path;
+  int status = 0;  // answer this status (with `body`) instead of handling
+  std::string body;
+  int delayMs = 0;                      // wait before handling
+  bool close = false;                   // drop the connection after the headers
+  std::set<std::string> failHashcodes;  // reported as failures by import, submit and reject
+  int times = -1;                       // how many requests it applies to; -1: until cleared
+};
+
+class Server {
+ public:
+  Server(Store& store, Options options) : store_(store), options_(options) {}
+  void install(httplib::Server& http);
+
+ private:
+  void installSignOn(httplib::Server& http);
+  void installApi(httplib::Server& http);
+  void installFaults(httplib::Server& http);
+  // Applies a fault to the request, if one is set; true when the answer is already made.
+  bool applyFault(const httplib::Request& request, httplib::Response& response);
+  std::set<std::string> failingHashcodes();
+  // The user of a valid bearer token; answers 401 and gives none otherwise.
+  std::optional<std::string> authorize(const httplib::Request& request,
+                                       httplib::Response& response);
+  // The project of the path; answers 404 and gives none when it is unknown.
+  std::optional<nlohmann::json> projectOf(const httplib::Request& request,
+                                          httplib::Response& response);
+  nlohmann::json tokenAnswer(const std::string& username);
+
+  void exportContent(const httplib::Request& request, httplib::Response& response);
+  void importContent(const httplib::Request& request, httplib::Response& response);
+  void changeStatus(const httplib::Request& request, httplib::Response& response, bool submit);
+
+  Store& store_;
+  Options options_;
+  std::mutex faultMutex_;
+  std::optional<Fault> fault_;
+};
+
+// The answer envelope: {"response": {"code": "SUCCESS", "data": data}}.
+nlohmann::json envelope(nlohmann::json data);
+void sendJson(httplib::Response& response, int status, const nlohmann::json& body);
+// An error envelope: {"response": {"code": code, "errors": [{"code":..., "message": ...}]}}.
+void sendError(httplib::Response& response, int status, const std::string& code,
+               const std::string& message);
+double now();
+std::string randomHex(std::size_t bytes);
+
+}  // namespace devserver

@@ -1,0 +1,208 @@
+#include "store.h"
+
+#include <stdexcept>
+
+namespace devserver {
+
+// A prepared statement with its text bindings, finalised when it goes.
+class Store::Statement {
+ public:
+  Statement(sqlite3* db, const char* sql, std::initializer_list<std::string> values) {
+    if (sqlite3_prepare_v2(db, sql, -1, &statement_, nullptr) != SQLITE_OK) {
+      throw std::runtime_error(sqlite3_errmsg(db));
+    }
+    int index = 1;
+    for (const std::string& value : values) {
+      sqlite3_bind_text(statement_, index++, value.c_str(), static_cast<int>(value.size()),
+                        SQLITE_TRANSIENT);
+    }
+  }
+  ~Statement() { sqlite3_finalize(statement_); }
+  Statement(const Statement&) = delete;
+  Statement& operator=(const Statement&) = delete;
+
+  bool step() { return sqlite3_step(statement_) == SQLITE_ROW; }
+  std::string text(int column) {
+    const auto* value = sqlite3_column_text(statement_, column);
+    return value ? std::string(reinterpret_cast<const char*>(value)) : std::string();
+  }
+  double number(int column) { return sqlite3_column_double(statement_, column); }
+  void bindNumber(int index, double value) { sqlite3_bind_double(statement_, index, value); }
+
+ private:
+  sqlite3_stmt* statement_ = nullptr;
+};
+
+Store::Store(const std::string& path) {
+  if (sqlite3_open(path.c_str(), &db_) != SQLITE_OK) {
+    const std::string message = db_ ? sqlite3_errmsg(db_) : "out of memory";
+    sqlite3_close(db_);
+    throw std::runtime_error("cannot open " + path + ": " + message);
+  }
+  execute(
+      "PRAGMA journal_mode=WAL;"
+      "CREATE TABLE IF NOT EXISTS projects(id TEXT PRIMARY KEY, settings TEXT);"
+      "CREATE TABLE IF NOT EXISTS units(project TEXT, id TEXT, hashcode TEXT, key TEXT,"
+      " PRIMARY KEY(project, id));"
+      "CREATE TABLE IF NOT EXISTS texts(project TEXT, locale TEXT, unit TEXT, step TEXT,"
+      " target TEXT, PRIMARY KEY(project, locale, unit, step));"
+      "CREATE TABLE IF NOT EXISTS grants(kind TEXT, value TEXT, username TEXT, expires REAL,"
+      " PRIMARY KEY(kind, value));"
+      "CREATE TABLE IF NOT EXISTS issues(id INTEGER PRIMARY KEY, project TEXT, issue TEXT);");
+}
+
+Store::~Store() { sqlite3_close(db_); }
+
+void Store::execute(const char* sql) {
+  char* error = nullptr;
+  if (sqlite3_exec(db_, sql, nullptr, nullptr, &error) != SQLITE_OK) {
+    const std::string message = error ? error : "unknown error";
+    sqlite3_free(error);
+    throw std::runtime_error(message);
+  }
+}
+
+bool Store::hasProjects() {
+  std::lock_guard lock(mutex_);
+  return Statement(db_, "SELECT 1 FROM projects LIMIT 1", {}).step();
+}
+
+void Store::putProject(const nlohmann::json& settings) {
+  std::lock_guard lock(mutex_);
+  Statement(db_, "INSERT OR REPLACE INTO projects VALUES(?, ?)",
+            {settings.at("id").get<std::string>(), settings.dump()})
+      .step();
+}
+
+std::optional<nlohmann::json> Store::project(const std::string& id) {
+  std::lock_guard lock(mutex_);
+  Statement query(db_, "SELECT settings FROM projects WHERE id = ?", {id});
+  if (!query.step()) return std::nullopt;
+  return nlohmann::json::parse(query.text(0));
+}
+
+std::optional<nlohmann::json> Store::user(const std::string& username) {
+  std::lock_guard lock(mutex_);
+  Statement query(db_, "SELECT settings FROM projects", {});
+  while (query.step()) {
+    const auto settings = nlohmann::json::parse(query.text(0));
+    for (const auto& user : settings.value("users", nlohmann::json::array())) {
+      if (user.value("username", "") == username) return user;
+    }
+  }
+  return std::nullopt;
+}
+
+void Store::putUnit(const std::string& project, const Unit& unit) {
+  std::lock_guard lock(mutex_);
+  Statement(db_, "INSERT OR REPLACE INTO units VALUES(?, ?, ?, ?)",
+            {project, unit.id, unit.hashcode, unit.key})
+      .step();
+}
+
+std::vector<Unit> Store::unitsOfHashcode(const std::string& project, const std::string& hashcode) {
+  std::lock_guard lock(mutex_);
+  Statement query(db_, "SELECT id, hashcode, key FROM units WHERE project = ? AND hashcode = ?",
+                  {project, hashcode});
+  std::vector<Unit> units;
+  while (query.step()) units.push_back({query.text(0), query.text(1), query.text(2)});
+  return units;
+}
+
+std::optional<Unit> Store::unit(const std::string& project, const std::string& id) {
+  std::lock_guard lock(mutex_);
+  Statement query(db_, "SELECT id, hashcode, key FROM units WHERE project = ? AND id = ?",
+                  {project, id});
+  if (!query.step()) return std::nullopt;
+  return Unit{query.text(0), query.text(1), query.text(2)};
+}
+
+void Store::putText(const std::string& project, const std::string& locale,
+                    const std::string& unitId, const std::string& step, const std::string& target,
+                    const std::string& publishedStep) {
+  std::lock_guard lock(mutex_);
+  if (step != publishedStep) {
+    Statement(db_, "DELETE FROM texts WHERE project = ? AND locale = ? AND unit = ? AND step != ?",
+              {project, locale, unitId, publishedStep})
+        .step();
+  }
+  Statement(db_, "INSERT OR REPLACE INTO texts VALUES(?, ?, ?, ?, ?)",
+            {project, locale, unitId, step, target})
+      .step();
+}
+
+std::vector<Text> Store::textsInStep(const std::string& project, const std::string& locale,
+                                     const std::string& step) {
+  std::lock_guard lock(mutex_);
+  Statement query(db_,
+                  "SELECT u.id, u.hashcode, u.key, t.step, t.target FROM texts t JOIN units u"
+                  " ON u.project = t.project AND u.id = t.unit"
+                  " WHERE t.project = ? AND t.locale = ? AND t.step = ? ORDER BY u.key, u.id",
+                  {project, locale, step});
+  std::vector<Text> texts;
+  while (query.step()) {
+    texts.push_back({{query.text(0), query.text(1), query.text(2)}, query.text(3), query.text(4)});
+  }
+  return texts;
+}
+
+std::optional<std::string> Store::textOf(const std::string& project, const std::string& locale,
+                                         const std::string& unitId, const std::string& step) {
+  std::lock_guard lock(mutex_);
+  Statement query(
+      db_, "SELECT target FROM texts WHERE project = ? AND locale = ? AND unit = ? AND step = ?",
+      {project, locale, unitId, step});
+  if (!query.step()) return std::nullopt;
+  return query.text(0);
+}
+
+bool Store::moveText(const std::string& project, const std::string& locale,
+                     const std::string& unitId, const std::string& from, const std::string& to) {
+  std::lock_guard lock(mutex_);
+  Statement query(
+      db_, "SELECT target FROM texts WHERE project = ? AND locale = ? AND unit = ? AND step = ?",
+      {project, locale, unitId, from});
+  if (!query.step()) return false;
+  const std::string target = query.text(0);
+  Statement(db_, "DELETE FROM texts WHERE project = ? AND locale = ? AND unit = ? AND step = ?",
+            {project, locale, unitId, from})
+      .step();
+  Statement(db_, "INSERT OR REPLACE INTO texts VALUES(?, ?, ?, ?, ?)",
+            {project, locale, unitId, to, target})
+      .step();
+  return true;
+}
+
+void Store::putGrant(const std::string& kind, const std::string& value, const Grant& grant) {
+  std::lock_guard lock(mutex_);
+  Statement insert(db_, "INSERT OR REPLACE INTO grants VALUES(?, ?, ?, ?)",
+                   {kind, value, grant.username});
+  insert.bindNumber(4, grant.expires);
+  insert.step();
+}
+
+std::optional<Grant> Store::grant(const std::string& kind, const std::string& value) {
+  std::lock_guard lock(mutex_);
+  Statement query(db_, "SELECT username, expires FROM grants WHERE kind = ? AND value = ?",
+                  {kind, value});
+  if (!query.step()) return std::nullopt;
+  return Grant{query.text(0), query.number(1)};
+}
+
+void Store::removeGrant(const std::string& kind, const std::string& value) {
+  std::lock_guard lock(mutex_);
+  Statement(db_, "DELETE FROM grants WHERE kind = ? AND value = ?", {kind, value}).step();
+}
+
+void Store::addIssue(const std::string& project, const nlohmann::json& issue) {
+  std::lock_guard lock(mutex_);
+  Statement(db_, "INSERT INTO issues(project, issue) VALUES(?, ?)", {project, issue.dump()}).step();
+}
+
+int Store::issueCount(const std::string& project) {
+  std::lock_guard lock(mutex_);
+  Statement query(db_, "SELECT COUNT(*) FROM issues WHERE project = ?", {project});
+  return query.step() ? static_cast<int>(query.number(0)) : 0;
+}
+
+}  // namespace devserver

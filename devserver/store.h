@@ -1,0 +1,79 @@
+// The dev server's state in SQLite: projects (their settings as JSON), string units, texts by
+// locale and workflow step, tokens, authorisation codes and issues. One connection behind a
+// mutex; every call is one short transaction.
+#pragma once
+
+#include <sqlite3.h>
+
+#include <mutex>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace devserver {
+
+struct Unit {
+  std::string id;        // the hash code, with "[category]" for a plural form
+  std::string hashcode;  // the hash code alone
+  std::string key;
+};
+
+struct Text {
+  Unit unit;
+  std::string step;    // the workflow step the text sits in
+  std::string target;  // inner XML of the target, placeholders as <ph> elements
+};
+
+struct Grant {
+  std::string username;
+  double expires = 0;
+};
+
+class Store {
+ public:
+  // ":memory:" or a file, made when missing. Throws std::runtime_error when it can't be opened.
+  explicit Store(const std::string& path);
+  ~Store();
+  Store(const Store&) = delete;
+  Store& operator=(const Store&) = delete;
+
+  bool hasProjects();
+  void putProject(const nlohmann::json& settings);
+  std::optional<nlohmann::json> project(const std::string& id);
+  // A user of any project, by name.
+  std::optional<nlohmann::json> user(const std::string& username);
+
+  void putUnit(const std::string& project, const Unit& unit);
+  std::vector<Unit> unitsOfHashcode(const std::string& project, const std::string& hashcode);
+  std::optional<Unit> unit(const std::string& project, const std::string& id);
+
+  // Puts the text of a unit in a step; a unit is pending in one step at a time, so its texts in
+  // other pending steps go. `publishedStep` is the project's last step.
+  void putText(const std::string& project, const std::string& locale, const std::string& unitId,
+               const std::string& step, const std::string& target,
+               const std::string& publishedStep);
+  std::vector<Text> textsInStep(const std::string& project, const std::string& locale,
+                                const std::string& step);
+  std::optional<std::string> textOf(const std::string& project, const std::string& locale,
+                                    const std::string& unitId, const std::string& step);
+  // Moves the unit's text from one step to another (replacing what is there).
+  bool moveText(const std::string& project, const std::string& locale, const std::string& unitId,
+                const std::string& from, const std::string& to);
+
+  void putGrant(const std::string& kind, const std::string& value, const Grant& grant);
+  std::optional<Grant> grant(const std::string& kind, const std::string& value);
+  void removeGrant(const std::string& kind, const std::string& value);
+
+  void addIssue(const std::string& project, const nlohmann::json& issue);
+  int issueCount(const std::string& project);
+
+ private:
+  class Statement;
+  void execute(const char* sql);
+
+  std::mutex mutex_;
+  sqlite3* db_ = nullptr;
+};
+
+}  // namespace devserver

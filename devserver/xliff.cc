@@ -1,0 +1,111 @@
+#include "xliff.h"
+
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+
+#include <cstring>
+#include <memory>
+
+namespace devserver {
+namespace {
+
+std::string attribute(xmlNode* node, const char* name) {
+  xmlChar* value = xmlGetProp(node, reinterpret_cast<const xmlChar*>(name));
+  std::string text = value ? reinterpret_cast<const char*>(value) : "";
+  xmlFree(value);
+  return text;
+}
+
+bool named(xmlNode* node, const char* name) {
+  return node->type == XML_ELEMENT_NODE &&
+         std::strcmp(reinterpret_cast<const char*>(node->name), name) == 0;
+}
+
+std::string innerXml(xmlDoc* doc, xmlNode* node) {
+  std::unique_ptr<xmlBuffer, decltype(&xmlBufferFree)> buffer(xmlBufferCreate(), &xmlBufferFree);
+  for (xmlNode* child = node->children; child; child = child->next) {
+    xmlNodeDump(buffer.get(), doc, child, 0, 0);
+  }
+  return std::string(reinterpret_cast<const char*>(xmlBufferContent(buffer.get())),
+                     xmlBufferLength(buffer.get()));
+}
+
+// Every element below `node`, depth first, in document order.
+template <typename Visit>
+void walk(xmlNode* node, Visit& visit) {
+  for (xmlNode* child = node; child; child = child->next) {
+    if (child->type != XML_ELEMENT_NODE) continue;
+    visit(child);
+    walk(child->children, visit);
+  }
+}
+
+std::string escaped(const std::string& text) {
+  std::string out;
+  for (char c : text) {
+    switch (c) {
+      case '&':
+        out += "&amp;";
+        break;
+      case '<':
+        out += "&lt;";
+        break;
+      case '>':
+        out += "&gt;";
+        break;
+      case '"':
+        out += "&quot;";
+        break;
+      default:
+        out += c;
+    }
+  }
+  return out;
+}
+
+}  // namespace
+
+std::optional<std::vector<XliffUnit>> readXliff(std::string_view bytes) {
+  std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)> doc(
+      xmlReadMemory(bytes.data(), static_cast<int>(bytes.size()), "upload.xlf", nullptr,
+                    XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING),
+      &xmlFreeDoc);
+  if (!doc) return std::nullopt;
+  std::vector<XliffUnit> units;
+  std::string headerPhase;
+  auto visit = [&](xmlNode* node) {
+    if (named(node, "phase") && headerPhase.empty()) headerPhase = attribute(node, "phase-name");
+    if (!named(node, "trans-unit")) return;
+    XliffUnit unit{attribute(node, "id"), attribute(node, "resname"), attribute(node, "phase-name"),
+                   ""};
+    for (xmlNode* child = node->children; child; child = child->next) {
+      if (named(child, "target")) unit.target = innerXml(doc.get(), child);
+    }
+    units.push_back(std::move(unit));
+  };
+  walk(xmlDocGetRootElement(doc.get()), visit);
+  for (auto& unit : units) {
+    if (unit.phase.empty()) unit.phase = headerPhase;
+  }
+  return units;
+}
+
+std::string writeXliff(const std::string& sourceLocale, const std::string& targetLocale,
+                       const std::vector<ExportUnit>& units) {
+  std::string out =
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+      "<xliff version=\"1.2\" xmlns=\"urn:oasis:names:tc:xliff:document:1.2\">\n"
+      "<file original=\"kolvane-devserver\" source-language=\"" +
+      escaped(sourceLocale) + "\" target-language=\"" + escaped(targetLocale) +
+      "\" datatype=\"plaintext\">\n<body>\n";
+  for (const auto& unit : units) {
+    out += "<trans-unit id=\"" + escaped(unit.id) + "\" resname=\"" + escaped(unit.resname) +
+           "\">\n<source>" + unit.source + "</source>\n<target>" + unit.target +
+           "</target>\n</trans-unit>\n";
+  }
+  return out + "</body>\n</file>\n</xliff>\n";
+}
+
+std::string hashcodeOf(const std::string& unitId) { return unitId.substr(0, unitId.find('[')); }
+
+}  // namespace devserver
