@@ -3,11 +3,14 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <thread>
 
 #include "core/keychain.h"
 #include "core/main_controller.h"
+#include "core/server_url.h"
 #include "core/session.h"
+#include "platform/linux/curl_transport.h"
 #include "server/login_form.h"
 #include "server/workflow_step.h"
 
@@ -124,6 +127,23 @@ void PlatformTest::enableEditing() {
   auto step = std::make_shared<KVWorkflowStep>();
   step->canTranslate = true;
   KVMainController::sharedInstance().setWorkflowStep(step);
+}
+
+void PlatformTest::useServerAt(const std::string& baseUrl) {
+  const std::string path = folder_ + "/Kolvane.json";
+  std::ofstream(path) << nlohmann::json{{"stagingApiUrl", baseUrl},
+                                        {"stagingSignOnUrl", baseUrl},
+                                        {"redirectScheme", "kolvane-test"}};
+  platform_->bundle.resources["Kolvane.json"] = path;
+  KVServerUrl::setEnvironment(KVEnvironmentStaging);
+  platform_->network = std::make_unique<CurlTransport>(platform_->queue);
+}
+
+void PlatformTest::logIn(const std::string& accessToken) {
+  KVSession::sharedInstance().setToken({{"access_token", accessToken},
+                                        {"refresh_token", "refresh"},
+                                        {"expires", platform_->now() + 3600},
+                                        {"refresh_expires", platform_->now() + 7200}});
 }
 
 void PlatformTest::TearDown() {

@@ -149,6 +149,11 @@ class PlatformTest : public ::testing::Test {
   const std::string& folder() const { return folder_; }
   // A reviewer is logged in and has chosen a step that lets them translate.
   void enableEditing();
+  // Sends requests for real (libcurl) to `baseUrl` for the API and sign-on hosts, with the
+  // redirect scheme "kolvane-test", through the bundle's deployment file.
+  void useServerAt(const std::string& baseUrl);
+  // A session whose access token is good for an hour.
+  void logIn(const std::string& accessToken = "tok");
 
  private:
   std::shared_ptr<FakePlatform> platform_;
