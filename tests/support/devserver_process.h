@@ -1,0 +1,39 @@
+// Runs kolvane-devserver as a child process on a free port for the length of a test.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+namespace kolvane::testing {
+
+class DevServerProcess {
+ public:
+  // Starts the server with `arguments` and waits for its "listening on" line.
+  explicit DevServerProcess(std::vector<std::string> arguments = {});
+  ~DevServerProcess();  // SIGTERM, then waits for it to end
+  DevServerProcess(const DevServerProcess&) = delete;
+  DevServerProcess& operator=(const DevServerProcess&) = delete;
+
+  bool running() const { return !baseUrl_.empty(); }
+  const std::string& baseUrl() const { return baseUrl_; }
+  // Stops it now; the exit status (0 for a clean stop).
+  int stop();
+
+ private:
+  pid_t pid_ = -1;
+  std::string baseUrl_;
+};
+
+// One HTTP exchange made directly with libcurl, redirects not followed, for what the SDK itself
+// never sends (the sign-in form, the fault switches).
+struct DirectAnswer {
+  long status = 0;
+  std::string body;
+  std::string location;
+};
+DirectAnswer directRequest(const std::string& method, const std::string& url,
+                           const std::string& body = {}, const std::string& contentType = {});
+
+}  // namespace kolvane::testing
