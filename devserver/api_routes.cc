@@ -103,14 +103,23 @@ void Server::installApi(httplib::Server& http) {
   });
 }
 
-void Server::exportContent(const httplib::Request& request, httplib::Response& response) {
-  if (!authorize(request, response)) return;
-  const auto project = projectOf(request, response);
-  if (!project) return;
+std::optional<nlohmann::json> Server::contentProjectOf(const httplib::Request& request,
+                                                       httplib::Response& response) {
+  if (!authorize(request, response)) return std::nullopt;
+  auto project = projectOf(request, response);
+  if (!project) return std::nullopt;
   const std::string locale = request.matches[2];
   if (!knowsLocale(*project, locale)) {
-    return sendError(response, 404, "LOCALE_NOT_FOUND", "No locale " + locale);
+    sendError(response, 404, "LOCALE_NOT_FOUND", "No locale " + locale);
+    return std::nullopt;
   }
+  return project;
+}
+
+void Server::exportContent(const httplib::Request& request, httplib::Response& response) {
+  const auto project = contentProjectOf(request, response);
+  if (!project) return;
+  const std::string locale = request.matches[2];
   const std::string retrieval = request.get_param_value("retrievalType");
   std::string step;
   if (retrieval == "PUBLISHED") {
@@ -136,13 +145,9 @@ void Server::exportContent(const httplib::Request& request, httplib::Response& r
 }
 
 void Server::importContent(const httplib::Request& request, httplib::Response& response) {
-  if (!authorize(request, response)) return;
-  const auto project = projectOf(request, response);
+  const auto project = contentProjectOf(request, response);
   if (!project) return;
   const std::string locale = request.matches[2];
-  if (!knowsLocale(*project, locale)) {
-    return sendError(response, 404, "LOCALE_NOT_FOUND", "No locale " + locale);
-  }
   if (!request.has_file("file")) {
     return sendError(response, 400, "NO_FILE", "The multipart field \"file\" is missing");
   }

@@ -48,6 +48,10 @@ class Server {
   // The project of the path; answers 404 and gives none when it is unknown.
   std::optional<nlohmann::json> projectOf(const httplib::Request& request,
                                           httplib::Response& response);
+  // The project of a content path for a signed-in user and a locale of the project; answers
+  // 401 or 404 and gives none otherwise.
+  std::optional<nlohmann::json> contentProjectOf(const httplib::Request& request,
+                                                 httplib::Response& response);
   nlohmann::json tokenAnswer(const std::string& username);
 
   void exportContent(const httplib::Request& request, httplib::Response& response);

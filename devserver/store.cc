@@ -158,17 +158,14 @@ std::optional<std::string> Store::textOf(const std::string& project, const std::
 
 bool Store::moveText(const std::string& project, const std::string& locale,
                      const std::string& unitId, const std::string& from, const std::string& to) {
+  const auto target = textOf(project, locale, unitId, from);
+  if (!target) return false;
   std::lock_guard lock(mutex_);
-  Statement query(
-      db_, "SELECT target FROM texts WHERE project = ? AND locale = ? AND unit = ? AND step = ?",
-      {project, locale, unitId, from});
-  if (!query.step()) return false;
-  const std::string target = query.text(0);
   Statement(db_, "DELETE FROM texts WHERE project = ? AND locale = ? AND unit = ? AND step = ?",
             {project, locale, unitId, from})
       .step();
   Statement(db_, "INSERT OR REPLACE INTO texts VALUES(?, ?, ?, ?, ?)",
-            {project, locale, unitId, to, target})
+            {project, locale, unitId, to, *target})
       .step();
   return true;
 }

@@ -158,6 +158,21 @@ TEST_F(NetworkWireTest, DownloadWritesAnyBodyAndReportsOnlyConnectionAndWriteErr
   EXPECT_EQ(platform().files.readFile(file), "not found body");  // left as it was
 }
 
+TEST_F(NetworkWireTest, PlainDownloadOfAUrlAddsNoHeadersAndKeepsWhatArrived) {
+  peer_.setAnswer(testing::CaptureServer::answer(500, "raw bytes"));
+  const std::string file = folder() + "/plain/file.bin";
+  std::optional<std::pair<std::optional<KVError>, std::string>> result;
+  KVNetwork::downloadFileAtURL(peer_.baseUrl() + "/f?x=1", file,
+                               [&result](std::optional<KVError> error, std::string data) {
+                                 result.emplace(std::move(error), std::move(data));
+                               });
+  ASSERT_TRUE(platform().queue.runUntil([&] { return result.has_value(); }));
+  EXPECT_EQ(result->first, std::nullopt);
+  EXPECT_EQ(result->second, "raw bytes");
+  EXPECT_EQ(platform().files.readFile(file), "raw bytes");
+  EXPECT_EQ(lastRequest(), "GET /f?x=1 HTTP/1.1\r\n" + host() + "\r\n");
+}
+
 TEST_F(NetworkWireTest, DebugLogsEveryExchangeAndLogOnlyTheFailedOnes) {
   KVMainController::sharedInstance().setLog(true);
   peer_.setAnswer(testing::CaptureServer::answer(200, "[1]"));
