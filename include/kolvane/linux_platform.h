@@ -3,6 +3,7 @@
 // application bundle laid out as a directory.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -32,6 +33,10 @@ LinuxPlatformPaths linuxPlatformPaths(const LinuxPlatformOptions& options);
 //   options.bundlePath = "/opt/myapp/MyApp.app";
 //   Platform::install(makeLinuxPlatform(options));
 std::shared_ptr<Platform> makeLinuxPlatform(const LinuxPlatformOptions& options = {});
+
+// For hosts that run no GLib main loop of their own (command-line tools): runs the main
+// queue's tasks until `done` holds or `seconds` pass; whether `done` held. Main thread.
+bool runMainQueueUntil(const std::function<bool()>& done, double seconds);
 
 // A bundle directory: Info.plist, <lang>.lproj/<table>.strings, resources such as fr_FR.xlf.
 std::shared_ptr<Bundle> makeDirectoryBundle(const std::string& path);

@@ -102,7 +102,8 @@ struct HttpRequest {
 
 // What came back: a status and body, or why nothing came back.
 struct HttpResponse {
-  long status = 0;  // 0 when the exchange failed
+  long status = 0;                                           // 0 when the exchange failed
+  std::vector<std::pair<std::string, std::string>> headers;  // as received, names as sent
   std::string body;
   // Set when no answer arrived (no connection, time-out, TLS failure): a code of the
   // transport and a message for people.
@@ -111,7 +112,9 @@ struct HttpResponse {
 
 // Sends requests. Any thread may call; `completion` always runs on the main queue. The
 // transport adds only what HTTP needs to carry the request (Host, Content-Length); it never
-// adds "Accept" or "Expect" on its own, and it verifies TLS peers.
+// adds "Accept" or "Expect" on its own, and it verifies TLS peers. Redirects are not followed:
+// a 3xx answer comes back as it is, with its "Location" header (the sign-on page redirects to
+// the app's own scheme, which only the caller can take).
 class HttpTransport {
  public:
   virtual ~HttpTransport() = default;

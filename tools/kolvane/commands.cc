@@ -8,10 +8,16 @@
 #include <optional>
 
 #include "core/locale_identifiers.h"
+#include "core/locale_strings.h"
+#include "core/main_controller.h"
+#include "core/session.h"
 #include "json_output.h"
 #include "kolvane/kolvane.h"
 #include "kolvane/linux_platform.h"
 #include "kolvane/platform.h"
+#include "password_login.h"
+#include "server/api.h"
+#include "server/workflow_step.h"
 #include "strings/base64.h"
 #include "strings/cues.h"
 #include "strings/plural_form.h"
@@ -240,6 +246,92 @@ int runLookup(const Arguments& args) {
                                       : bundle.localizedStringForKey(key, u"", "");
     printLine(options.has("--show") ? shown(text) : toUtf8(text));
   }
+  return 0;
+}
+
+namespace {
+
+// Runs the main queue until `finished` is set, failing after a minute.
+void waitFor(const bool& finished, const std::string& what) {
+  if (!runMainQueueUntil([&finished] { return finished; }, 60)) {
+    throw Failure(what + " took longer than a minute");
+  }
+}
+
+// Opens the login form, as the in-app tool does for a reviewer who is not signed in.
+void signIn(const ParsedOptions& options, const PasswordLoginForm& form) {
+  if (KVSession::sharedInstance().isLoggedIn()) return;
+  if (!options.has("--user") || !options.has("--password")) {
+    throw UsageError("not signed in: needs --user and --password");
+  }
+  bool finished = false;
+  bool cancelled = true;
+  KVLoginViewController::openLoginFormWithCompletion([&](bool wasCancelled) {
+    cancelled = wasCancelled;
+    finished = true;
+  });
+  waitFor(finished, "signing in");
+  if (cancelled) throw Failure(form.failure());
+}
+
+// The workflow step named by uid, saved as the reviewer's choice.
+std::shared_ptr<const KVWorkflowStep> chooseStep(const std::string& uid) {
+  bool finished = false;
+  std::optional<KVError> failure;
+  KVWorkflowSteps steps;
+  KVApi::projectWorkflowsForce(true, [&](std::optional<KVError> error, KVWorkflowSteps got) {
+    failure = std::move(error);
+    steps = std::move(got);
+    finished = true;
+  });
+  waitFor(finished, "reading the workflows");
+  if (failure) throw Failure("workflows: " + failure->localizedDescription);
+  for (const auto& step : steps) {
+    if (step->uid != uid) continue;
+    UserDefaults& defaults = Platform::current().userDefaults();
+    defaults.setObject("KVWorkflowStep", step->archivedData());
+    defaults.synchronize();
+    KVMainController::sharedInstance().setWorkflowStep(step);
+    return step;
+  }
+  throw Failure("the project has no workflow step " + uid);
+}
+
+}  // namespace
+
+int runPull(const Arguments& args) {
+  const ParsedOptions options = parseOptions(
+      args, {"--bundle", "--project", "--home", "--locale", "--step", "--user", "--password"}, {});
+  if (!options.has("--locale")) throw UsageError("pull needs --locale ID");
+  Platform::install(makeLinuxPlatform(platformOptionsFrom(options)));
+  UserDefaults& defaults = Platform::current().userDefaults();
+  defaults.setObject("KVLocale", options.values.at("--locale"));
+  if (!defaults.synchronize()) throw Failure("cannot save the locale in the user defaults");
+  KolvaneSDK::startWithProjectId(options.has("--project") ? options.values.at("--project")
+                                                          : "demo");
+  auto form = std::make_shared<PasswordLoginForm>(
+      options.has("--user") ? options.values.at("--user") : "",
+      options.has("--password") ? options.values.at("--password") : "");
+  KVLoginViewController::setLoginForm(form);
+  signIn(options, *form);
+  if (options.has("--step")) chooseStep(options.values.at("--step"));
+
+  const auto store = KVMainController::sharedInstance().localeStrings();
+  bool finished = false;
+  std::optional<KVError> failure;
+  store->pullWithCompletion([&](std::optional<KVError> error) {
+    failure = std::move(error);
+    finished = true;
+  });
+  waitFor(finished, "the download");
+  if (failure) throw Failure("pull: " + failure->localizedDescription);
+  KVMainController::sharedInstance().loadStrings();
+  const auto& step = KVMainController::sharedInstance().workflowStep();
+  printJson({{"user", KVSession::sharedInstance().userInfo().value("name", "")},
+             {"step", step ? nlohmann::json(step->name) : nlohmann::json()},
+             {"published", store->publishedFilePath()},
+             {"pending", step ? nlohmann::json(store->pendingFilePath()) : nlohmann::json()},
+             {"strings", store->loadedStrings() ? store->loadedStrings()->size() : 0}});
   return 0;
 }
 

@@ -29,5 +29,6 @@ int runStrings(const Arguments& args);
 int runLookup(const Arguments& args);
 int runPaths(const Arguments& args);
 int runXliff(const Arguments& args);
+int runPull(const Arguments& args);
 
 }  // namespace kolvane::cli

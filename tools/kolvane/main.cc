@@ -22,6 +22,8 @@ constexpr const char* kUsage = R"(usage:
   kolvane lookup --bundle DIR [--project ID] [--home DIR] [--locale ID] [--plural VALUE]
                  [--show] KEY...
   kolvane paths --bundle DIR [--home DIR]
+  kolvane pull --bundle DIR --locale ID [--project ID] [--home DIR] [--step UID]
+               [--user NAME --password PASSWORD]
 )";
 
 using Command = int (*)(const kolvane::cli::Arguments&);
@@ -32,7 +34,8 @@ const std::map<std::string, Command>& commands() {
       {"plural", kolvane::cli::runPlural},   {"locale", kolvane::cli::runLocale},
       {"base64", kolvane::cli::runBase64},   {"url-params", kolvane::cli::runUrlParams},
       {"strings", kolvane::cli::runStrings}, {"lookup", kolvane::cli::runLookup},
-      {"paths", kolvane::cli::runPaths},     {"xliff", kolvane::cli::runXliff},
+      {"paths", kolvane::cli::runPaths},     {"pull", kolvane::cli::runPull},
+      {"xliff", kolvane::cli::runXliff},
   };
   return table;
 }

@@ -54,6 +54,20 @@ struct CurlTransport::Exchange {
     return bytes;
   }
 
+  static size_t collectHeader(char* data, size_t size, size_t count, void* context) {
+    auto* exchange = static_cast<Exchange*>(context);
+    std::string_view line(data, size * count);
+    while (!line.empty() && (line.back() == '\n' || line.back() == '\r')) line.remove_suffix(1);
+    if (line.rfind("HTTP/", 0) == 0) {
+      exchange->response.headers.clear();  // a new status line: an interim answer went before
+    } else if (const auto colon = line.find(':'); colon != std::string_view::npos) {
+      std::string_view value = line.substr(colon + 1);
+      while (!value.empty() && value.front() == ' ') value.remove_prefix(1);
+      exchange->response.headers.emplace_back(line.substr(0, colon), value);
+    }
+    return size * count;
+  }
+
   void addHeader(const std::string& line) {
     if (curl_slist* grown = curl_slist_append(headers, line.c_str())) headers = grown;
   }
@@ -70,8 +84,8 @@ struct CurlTransport::Exchange {
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers);
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
-    curl_easy_setopt(easy, CURLOPT_MAXREDIRS, 10L);
+    curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &Exchange::collectHeader);
+    curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, errorText);
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Exchange::collect);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
@@ -98,6 +112,7 @@ struct CurlTransport::Exchange {
       return;
     }
     response.status = 0;
+    response.headers.clear();
     response.body.clear();
     std::string message = tooBig                 ? "The answer is too large"
                           : errorText[0] != '\0' ? std::string(errorText)

@@ -2,6 +2,8 @@
 
 #include <glib.h>
 
+#include "kolvane/linux_platform.h"
+
 namespace kolvane {
 namespace {
 
@@ -18,6 +20,17 @@ gboolean runTask(gpointer data) {
 void deleteTask(gpointer data) { delete static_cast<std::function<void()>*>(data); }
 
 }  // namespace
+
+bool runMainQueueUntil(const std::function<bool()>& done, double seconds) {
+  const gint64 deadline = g_get_monotonic_time() + static_cast<gint64>(seconds * 1e6);
+  while (!done()) {
+    if (g_get_monotonic_time() > deadline) return false;
+    while (g_main_context_iteration(nullptr, FALSE)) {
+    }
+    if (!done()) g_usleep(1000);
+  }
+  return true;
+}
 
 void GlibMainQueue::post(std::function<void()> task) {
   if (!task) return;
