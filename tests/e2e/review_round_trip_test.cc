@@ -183,8 +183,6 @@ TEST_F(ReviewRoundTripTest, ServerFailuresReachTheCallerAsClearErrors) {
        "server",
        500,
        "2 errors"},
-      {{{"status", 500}, {"body", R"({"response":{"code":"DOWN"}})"}}, "server", 500, "DOWN"},
-      {{{"status", 503}, {"body", R"({"other":1})"}}, "server", 503, "Server error"},
       {{{"status", 200}, {"body", "<html>busy</html>"}}, "json", 3840, ""},
       {{{"close", true}}, "network", 18, ""},
   };
