@@ -182,8 +182,10 @@ TEST_F(SessionTest, CodeExchangeKeepsAndSavesTheCredentials) {
   EXPECT_EQ(session().userId(), "noid");  // the answer had no "uid"
   EXPECT_EQ(session().userInfo(), (nlohmann::json{{"name", "Ana"}}));
 
+  // The next launch: start-up restores the login.
   session().resetForTesting();
-  EXPECT_TRUE(session().loadSavedCredentials());
+  KVMainController::sharedInstance().startWithProjectId("demo", nullptr);
+  EXPECT_TRUE(session().isLoggedIn());
   EXPECT_EQ(session().userId(), "noid");
   EXPECT_EQ(session().accessToken(), access);
   EXPECT_EQ(session().userInfo(), (nlohmann::json{{"name", "Ana"}}));
