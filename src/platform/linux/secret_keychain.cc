@@ -3,6 +3,7 @@
 #include <libsecret/secret.h>
 
 #include <mutex>
+#include <string>
 
 #include "platform/linux/file_keychain.h"
 
@@ -71,6 +72,15 @@ SecretKeychain::SecretKeychain(std::string defaultAccessGroup)
     : defaultAccessGroup_(std::move(defaultAccessGroup)) {}
 
 bool SecretKeychain::serviceAvailable() {
+  // Without a session bus there is no service to ask; checking first keeps GIO from trying to
+  // launch a bus for us, which would cost every app start on a server or in a container.
+  const char* address = g_getenv("DBUS_SESSION_BUS_ADDRESS");
+  const char* runtime = g_getenv("XDG_RUNTIME_DIR");
+  const std::string socket = runtime != nullptr ? std::string(runtime) + "/bus" : std::string();
+  if ((address == nullptr || *address == '\0') &&
+      (socket.empty() || !g_file_test(socket.c_str(), G_FILE_TEST_EXISTS))) {
+    return false;
+  }
   GError* error = nullptr;
   SecretService* service = secret_service_get_sync(SECRET_SERVICE_OPEN_SESSION, nullptr, &error);
   if (failed(error) || service == nullptr) return false;
@@ -136,7 +146,8 @@ KeychainStatus SecretKeychain::remove(const KeychainQuery& query) {
 
 namespace {
 
-// Decides on first use, so that a host that never logs a reviewer in never talks to D-Bus.
+// Decides on first use (the saved login is read at start-up), not when the platform is made,
+// so that a host that installs its own platform never talks to D-Bus.
 class ChosenKeychain : public Keychain {
  public:
   ChosenKeychain(std::string fallbackPath, std::string defaultAccessGroup)
