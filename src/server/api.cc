@@ -68,6 +68,10 @@ void forEachFailure(const nlohmann::json& entries, const char* hashKey, const KV
   }
 }
 
+void markAllFailed(const KVStringGroups& strings, KVWriteFailures& failures) {
+  for (const auto& [key, group] : strings) failures[key] = group;
+}
+
 bool hasNumber(const nlohmann::json& answer, const char* key) {
   const auto found = answer.find(key);
   return found != answer.end() && found->is_number();
@@ -201,23 +205,20 @@ void KVApi::saveStrings(const KVStringGroups& strings,
   const std::string file =
       KVMainController::kolvaneFilesFolder() + "/" + std::string(kSaveFileName);
   KVWriteFailures failures;
-  const auto allFailed = [&strings](KVWriteFailures& failed) {
-    for (const auto& [key, group] : strings) failed[key] = group;
-  };
   if (const auto error = KVXliffWriter::writeXliffFromStrings(strings, file, &failures)) {
     kvLogIfEnabled("Save failed: " + error->localizedDescription);
-    allFailed(failures);
+    markAllFailed(strings, failures);
     return completion(std::move(failures));
   }
   KVGroupList sent;
   for (const auto& [key, group] : strings) sent.push_back(group);
   KVNetwork::postPath(
       "/files-api/v2/projects/" + projectId() + "/locales/" + localeId() + "/content/import", file,
-      [file, sent, failures, allFailed, completion = std::move(completion)](
+      [file, strings, sent, failures, completion = std::move(completion)](
           std::optional<KVError> error, nlohmann::json answer) mutable {
         if (error) {
           kvLogIfEnabled("Save failed: " + error->localizedDescription);
-          allFailed(failures);
+          markAllFailed(strings, failures);
         } else {
           forEachFailure(payload(answer, "translationImportErrors"), "stringHashCode", sent,
                          [&](const auto& string, const nlohmann::json& entry) {
