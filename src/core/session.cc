@@ -55,6 +55,10 @@ void KVSession::setToken(nlohmann::json token) {
   loggedIn_ = !token_.is_null();
 }
 
+bool KVSession::hasFreshToken() const {
+  return wholeSeconds(numberField(token_, "expires")) > Platform::current().now();
+}
+
 std::optional<std::string> KVSession::accessToken() const {
   return textField(token_, "access_token");
 }
@@ -115,19 +119,19 @@ void KVSession::authorizeRequest(std::shared_ptr<HttpRequest> request,
                                  std::function<void()> completion) {
   const auto access = accessToken();
   if (!access) return;  // nobody logged in: the request is dropped
-  const double now = Platform::current().now();
-  const double expires = wholeSeconds(numberField(token_, "expires"));
-  if (expires > now) {
+  if (hasFreshToken()) {
     request->setHeader("Authorization", "Bearer " + *access);
     if (completion) completion();
     return;
   }
-  if (now > numberField(token_, "refresh_expires")) {
+  if (Platform::current().now() > numberField(token_, "refresh_expires")) {
     return openLoginThenRetry(std::move(request), std::move(completion));
   }
+  // A new token that is already lapsed (a server answering a lifetime of 0) counts as a failed
+  // refresh, so that a request never loops on refreshes.
   getTokenWithCode(textField(token_, "refresh_token").value_or(""), true,
                    [this, request, completion](std::optional<KVError> error) {
-                     if (!error) return authorizeRequest(request, completion);
+                     if (!error && hasFreshToken()) return authorizeRequest(request, completion);
                      openLoginThenRetry(request, completion);
                    });
 }
@@ -137,7 +141,9 @@ void KVSession::openLoginThenRetry(std::shared_ptr<HttpRequest> request,
   if (!KVMainController::sharedInstance().appLaunched()) return;
   KVLoginViewController::openLoginFormWithCompletion(
       [this, request = std::move(request), completion = std::move(completion)](bool cancelled) {
-        if (!cancelled) authorizeRequest(request, completion);
+        // Only a login that brought a fresh token is retried: another lapsed one would open
+        // the form again and again.
+        if (!cancelled && hasFreshToken()) authorizeRequest(request, completion);
       });
 }
 

@@ -66,6 +66,8 @@ class KVSession {
 
  private:
   KVSession() = default;
+  // "expires" (read as whole seconds) is later than now.
+  bool hasFreshToken() const;
   void openLoginThenRetry(std::shared_ptr<HttpRequest> request, std::function<void()> completion);
 
   std::optional<std::string> userId_;

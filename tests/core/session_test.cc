@@ -144,6 +144,27 @@ TEST_F(SessionTest, FailedRefreshFallsBackToTheLoginFormAndKeepsTheToken) {
   EXPECT_EQ(session().accessToken(), "old");
 }
 
+TEST_F(SessionTest, TokensThatAreLapsedOnArrivalNeverLoop) {
+  KVMainController::sharedInstance().startWithProjectId("demo", nullptr);
+  holdToken(now() - 10, now() + 10);
+  platform().transport.answer = [](const HttpRequest&) {
+    HttpResponse response;
+    response.status = 200;
+    response.body = R"({"access_token":"z","refresh_token":"r","expires_in":0,)"
+                    R"("refresh_expires_in":0})";
+    return response;
+  };
+  EXPECT_EQ(authorize(), std::nullopt);
+  EXPECT_EQ(platform().transport.sent.size(), 1u);  // one refresh, then the login form
+  ASSERT_EQ(form_->opened, 1);
+  // A login that leaves a lapsed token drops the request instead of asking again.
+  auto completion = std::move(form_->pending);
+  completion(false);
+  platform().queue.runAll();
+  EXPECT_EQ(form_->opened, 1);
+  EXPECT_EQ(platform().transport.sent.size(), 1u);
+}
+
 TEST_F(SessionTest, WithoutTokenOrWithoutFormTheRequestIsDropped) {
   EXPECT_EQ(authorize(), std::nullopt);
   session().setToken({{"refresh_token", "r"}});  // no access token
