@@ -17,11 +17,8 @@ class NetworkTest : public testing::PlatformTest {
  protected:
   void SetUp() override {
     testing::PlatformTest::SetUp();
-    const std::string path = folder() + "/Kolvane.json";
-    ASSERT_TRUE(writeFileAtomically(
-        path, R"({"stagingApiUrl": "https://api.test", "stagingSignOnUrl": "https://sso.test"})"));
-    platform().bundle.resources["Kolvane.json"] = path;
-    KVServerUrl::setEnvironment(KVEnvironmentStaging);
+    useDeployment(
+        {{"stagingApiUrl", "https://api.test"}, {"stagingSignOnUrl", "https://sso.test"}});
   }
 };
 

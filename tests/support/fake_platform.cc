@@ -129,13 +129,17 @@ void PlatformTest::enableEditing() {
   KVMainController::sharedInstance().setWorkflowStep(step);
 }
 
-void PlatformTest::useServerAt(const std::string& baseUrl) {
+void PlatformTest::useDeployment(const nlohmann::json& values) {
   const std::string path = folder_ + "/Kolvane.json";
-  std::ofstream(path) << nlohmann::json{{"stagingApiUrl", baseUrl},
-                                        {"stagingSignOnUrl", baseUrl},
-                                        {"redirectScheme", "kolvane-test"}};
+  std::ofstream(path) << values;
   platform_->bundle.resources["Kolvane.json"] = path;
   KVServerUrl::setEnvironment(KVEnvironmentStaging);
+}
+
+void PlatformTest::useServerAt(const std::string& baseUrl) {
+  useDeployment({{"stagingApiUrl", baseUrl},
+                 {"stagingSignOnUrl", baseUrl},
+                 {"redirectScheme", "kolvane-test"}});
   platform_->network = std::make_unique<CurlTransport>(platform_->queue);
 }
 

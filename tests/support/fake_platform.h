@@ -149,6 +149,8 @@ class PlatformTest : public ::testing::Test {
   const std::string& folder() const { return folder_; }
   // A reviewer is logged in and has chosen a step that lets them translate.
   void enableEditing();
+  // Ships `values` as the bundle's deployment file (Kolvane.json) and chooses staging.
+  void useDeployment(const nlohmann::json& values);
   // Sends requests for real (libcurl) to `baseUrl` for the API and sign-on hosts, with the
   // redirect scheme "kolvane-test", through the bundle's deployment file.
   void useServerAt(const std::string& baseUrl);
