@@ -88,6 +88,9 @@ class LogSink {
   virtual void writeLine(std::string_view line) = 0;
 };
 
+// HTTP header names compare without regard to case.
+bool sameHeaderName(std::string_view a, std::string_view b);
+
 // One HTTP exchange as the server sees it: everything is framed before it reaches the transport.
 struct HttpRequest {
   std::string method;

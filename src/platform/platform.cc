@@ -52,15 +52,17 @@ void kvLog(std::string_view message) {
   Platform::current().logSink().writeLine(line);
 }
 
+bool sameHeaderName(std::string_view a, std::string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](unsigned char x, unsigned char y) {
+    return std::tolower(x) == std::tolower(y);
+  });
+}
+
 void HttpRequest::setHeader(std::string name, std::string value) {
-  const auto sameName = [&name](const auto& header) {
-    return header.first.size() == name.size() &&
-           std::equal(name.begin(), name.end(), header.first.begin(), [](char a, char b) {
-             return std::tolower(static_cast<unsigned char>(a)) ==
-                    std::tolower(static_cast<unsigned char>(b));
-           });
-  };
-  if (auto found = std::find_if(headers.begin(), headers.end(), sameName); found != headers.end()) {
+  const auto found = std::find_if(headers.begin(), headers.end(), [&name](const auto& header) {
+    return sameHeaderName(header.first, name);
+  });
+  if (found != headers.end()) {
     found->second = std::move(value);
     return;
   }

@@ -15,7 +15,7 @@ void PasswordLoginForm::open(std::function<void(bool cancelled)> completion) {
   Platform::current().httpTransport().send(request, [this, completion](HttpResponse response) {
     std::string location;
     for (const auto& [name, value] : response.headers) {
-      if (name == "Location" || name == "location") location = value;
+      if (sameHeaderName(name, "Location")) location = value;
     }
     const auto parameters = kv_getParameters(location);
     const auto code = parameters.find("code");

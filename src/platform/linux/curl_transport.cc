@@ -3,7 +3,6 @@
 #include <curl/curl.h>
 
 #include <algorithm>
-#include <cctype>
 #include <string>
 
 namespace kolvane {
@@ -20,11 +19,8 @@ void initializeCurlOnce() {
 }
 
 bool hasHeader(const HttpRequest& request, std::string_view name) {
-  return std::any_of(request.headers.begin(), request.headers.end(), [name](const auto& header) {
-    return std::equal(
-        name.begin(), name.end(), header.first.begin(), header.first.end(),
-        [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); });
-  });
+  return std::any_of(request.headers.begin(), request.headers.end(),
+                     [name](const auto& header) { return sameHeaderName(header.first, name); });
 }
 
 }  // namespace
