@@ -13,11 +13,11 @@
 #include <memory>
 #include <random>
 
+#include "base/utf.h"
 #include "core/main_controller.h"
 #include "kolvane/kolvane.h"
 #include "kolvane/linux_platform.h"
 #include "strings/cues.h"
-#include "strings/utf.h"
 
 namespace kolvane::bench {
 namespace {

@@ -7,11 +7,11 @@
 #include <memory>
 #include <unordered_map>
 
+#include "base/utf.h"
 #include "catalogue_fixture.h"
 #include "core/main_controller.h"
 #include "kolvane/bundle.h"
 #include "kolvane/platform.h"
-#include "strings/utf.h"
 
 namespace kolvane::bench {
 namespace {

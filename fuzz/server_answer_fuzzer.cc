@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "core/workflow_step.h"
 #include "server/network.h"
-#include "server/workflow_step.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 2) return 0;

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "core/session.h"
+#include "server/session.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string_view token(reinterpret_cast<const char*>(data), size);

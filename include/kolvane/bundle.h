@@ -7,9 +7,11 @@
 #include <string>
 #include <string_view>
 
+#include "kolvane/export.h"
+
 namespace kolvane {
 
-class Bundle {
+class KOLVANE_EXPORT Bundle {
  public:
   // The shape of a string lookup implementation: receiver, selector name, key, default value,
   // table (empty for "Localizable").

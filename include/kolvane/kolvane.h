@@ -15,12 +15,13 @@
 #include <string_view>
 
 #include "kolvane/bundle.h"
+#include "kolvane/export.h"
 #include "kolvane/locale.h"
 #include "kolvane/number.h"
 
 namespace kolvane {
 
-class KolvaneSDK {
+class KOLVANE_EXPORT KolvaneSDK {
  public:
   // Starts Kolvane for the project. Options (all optional): "logging" 1 writes the runtime's
   // log lines, 2 adds the detailed ones; "environment" "stage" selects the staging servers,
@@ -39,15 +40,17 @@ class KolvaneSDK {
 
 // The lookup installed in place of the bundle's own: the shown locale's store, then the base
 // locale's store, then the bundle's own table; the answer always carries cues. Any thread.
-std::u16string KolvaneLocalizedStringForKey(const Bundle& self, std::string_view selector,
-                                            std::string_view key, std::u16string_view value,
-                                            std::string_view table);
+KOLVANE_EXPORT std::u16string KolvaneLocalizedStringForKey(const Bundle& self,
+                                                           std::string_view selector,
+                                                           std::string_view key,
+                                                           std::u16string_view value,
+                                                           std::string_view table);
 
 // The build version of the library; nothing reads them at run time.
-extern const double KolvaneSDKVersionNumber;
-extern const unsigned char KolvaneSDKVersionString[];
+KOLVANE_EXPORT extern const double KolvaneSDKVersionNumber;
+KOLVANE_EXPORT extern const unsigned char KolvaneSDKVersionString[];
 
 // The server environment: 0 staging, 1 production (set at start-up from the options).
-extern int kolvaneEnvironment;
+KOLVANE_EXPORT extern int kolvaneEnvironment;
 
 }  // namespace kolvane

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "kolvane/bundle.h"
+#include "kolvane/export.h"
 #include "kolvane/platform.h"
 
 namespace kolvane {
@@ -26,19 +27,20 @@ struct LinuxPlatformPaths {
   std::string userDefaultsFile;
   std::string documentsFolder;
 };
-LinuxPlatformPaths linuxPlatformPaths(const LinuxPlatformOptions& options);
+KOLVANE_EXPORT LinuxPlatformPaths linuxPlatformPaths(const LinuxPlatformOptions& options);
 
 // Example:
 //   LinuxPlatformOptions options;
 //   options.bundlePath = "/opt/myapp/MyApp.app";
 //   Platform::install(makeLinuxPlatform(options));
-std::shared_ptr<Platform> makeLinuxPlatform(const LinuxPlatformOptions& options = {});
+KOLVANE_EXPORT std::shared_ptr<Platform> makeLinuxPlatform(
+    const LinuxPlatformOptions& options = {});
 
 // For hosts that run no GLib main loop of their own (command-line tools): runs the main
 // queue's tasks until `done` holds or `seconds` pass; whether `done` held. Main thread.
-bool runMainQueueUntil(const std::function<bool()>& done, double seconds);
+KOLVANE_EXPORT bool runMainQueueUntil(const std::function<bool()>& done, double seconds);
 
 // A bundle directory: Info.plist, <lang>.lproj/<table>.strings, resources such as fr_FR.xlf.
-std::shared_ptr<Bundle> makeDirectoryBundle(const std::string& path);
+KOLVANE_EXPORT std::shared_ptr<Bundle> makeDirectoryBundle(const std::string& path);
 
 }  // namespace kolvane

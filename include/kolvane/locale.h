@@ -4,9 +4,11 @@
 
 #include <string>
 
+#include "kolvane/export.h"
+
 namespace kolvane {
 
-class Locale {
+class KOLVANE_EXPORT Locale {
  public:
   explicit Locale(std::string identifier) : identifier_(std::move(identifier)) {}
 

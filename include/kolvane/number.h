@@ -5,9 +5,11 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "kolvane/export.h"
+
 namespace kolvane {
 
-class Number {
+class KOLVANE_EXPORT Number {
  public:
   // Example: KolvaneSDK::pluralizedStringWithKey("files", 3) or (..., 1.5).
   template <typename T, typename = std::enable_if_t<std::is_arithmetic_v<T>>>

@@ -14,12 +14,14 @@
 #include <variant>
 #include <vector>
 
+#include "kolvane/export.h"
+
 namespace kolvane {
 
 class Bundle;
 
 // Runs tasks on the main thread.
-class MainQueue {
+class KOLVANE_EXPORT MainQueue {
  public:
   virtual ~MainQueue() = default;
   // Queues `task` to run on the main thread after the caller returns. Any thread may call.
@@ -27,7 +29,7 @@ class MainQueue {
 };
 
 // The app's persistent settings, as JSON values by key. Main thread only.
-class UserDefaults {
+class KOLVANE_EXPORT UserDefaults {
  public:
   virtual ~UserDefaults() = default;
   virtual std::optional<nlohmann::json> objectForKey(std::string_view key) const = 0;
@@ -46,7 +48,7 @@ using StringsTable = std::map<std::string, std::u16string>;
 using StringsFileResult = std::variant<StringsTable, StringsFileError>;
 
 // Files and folders. Any thread may call.
-class FileSystem {
+class KOLVANE_EXPORT FileSystem {
  public:
   virtual ~FileSystem() = default;
   virtual bool fileExists(const std::string& path) const = 0;
@@ -65,7 +67,7 @@ class FileSystem {
 };
 
 // Unicode and locale services. Any thread may call.
-class TextServices {
+class KOLVANE_EXPORT TextServices {
  public:
   virtual ~TextServices() = default;
   // Full Unicode lower-casing, independent of any locale.
@@ -82,17 +84,17 @@ class TextServices {
 };
 
 // Where log lines go. Any thread may call.
-class LogSink {
+class KOLVANE_EXPORT LogSink {
  public:
   virtual ~LogSink() = default;
   virtual void writeLine(std::string_view line) = 0;
 };
 
 // HTTP header names compare without regard to case.
-bool sameHeaderName(std::string_view a, std::string_view b);
+KOLVANE_EXPORT bool sameHeaderName(std::string_view a, std::string_view b);
 
 // One HTTP exchange as the server sees it: everything is framed before it reaches the transport.
-struct HttpRequest {
+struct KOLVANE_EXPORT HttpRequest {
   std::string method;
   std::string url;
   std::vector<std::pair<std::string, std::string>> headers;  // sent in this order
@@ -118,7 +120,7 @@ struct HttpResponse {
 // adds "Accept" or "Expect" on its own, and it verifies TLS peers. Redirects are not followed:
 // a 3xx answer comes back as it is, with its "Location" header (the sign-on page redirects to
 // the app's own scheme, which only the caller can take).
-class HttpTransport {
+class KOLVANE_EXPORT HttpTransport {
  public:
   virtual ~HttpTransport() = default;
   virtual void send(HttpRequest request, std::function<void(HttpResponse)> completion) = 0;
@@ -136,7 +138,7 @@ struct KeychainItem {
   std::string data;
   std::string accessGroup;  // the store gives one when the item was added without
 };
-class Keychain {
+class KOLVANE_EXPORT Keychain {
  public:
   virtual ~Keychain() = default;
   // Adds an item; an item matching the query already there is a failure.
@@ -145,7 +147,7 @@ class Keychain {
   virtual KeychainStatus remove(const KeychainQuery& query) = 0;
 };
 
-class Platform {
+class KOLVANE_EXPORT Platform {
  public:
   virtual ~Platform() = default;
 
@@ -167,8 +169,11 @@ class Platform {
   // The operating system's version text (the `release` field of uname).
   virtual std::string systemVersion() const = 0;
 
-  // The installed platform, or the built-in one for this system made on first use.
+  // The installed platform, or the default one made on first use.
   static Platform& current();
+  // The default platform of this system. The library of the system's platform defines it (on
+  // Linux, the built-in Linux platform), so the portable code never names a system.
+  static std::shared_ptr<Platform> makeDefault();
   // Installs `platform` for the whole process. Call it before starting Kolvane, while no other
   // thread uses Kolvane. The previous platform stays alive until the process ends, so
   // references to it stay valid.

@@ -3,8 +3,8 @@
 
 #include <atomic>
 
+#include "base/log.h"
 #include "kolvane/bundle.h"
-#include "platform/log.h"
 
 namespace kolvane {
 

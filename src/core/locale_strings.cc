@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
+#include "base/log.h"
+#include "base/utf.h"
 #include "core/main_controller.h"
 #include "kolvane/bundle.h"
 #include "kolvane/platform.h"
-#include "platform/log.h"
 #include "strings/cues.h"
-#include "strings/utf.h"
 #include "strings/xliff_parser.h"
 #include "strings/xliff_writer.h"
 
@@ -242,8 +242,9 @@ std::optional<std::string> KVLocaleStrings::keyForIBString(std::u16string_view t
 
 void KVLocaleStrings::saveDirty() {
   KVWriteFailures failures;
-  const auto error =
-      KVXliffWriter::writeXliffFromStrings(dirtyStrings(), dirtyFilePath(), &failures);
+  const auto error = KVXliffWriter::writeXliffFromStrings(
+      dirtyStrings(), KVMainController::sharedInstance().xliffContext(), dirtyFilePath(),
+      &failures);
   if (logEnabled() && error) kvLog("Error saving dirty strings: " + error->localizedDescription);
   if (logEnabled() && !failures.empty()) {
     std::string keys;

@@ -15,7 +15,7 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "core/error.h"
+#include "base/error.h"
 #include "core/published.h"
 #include "kolvane/locale.h"
 #include "strings/string_group.h"

@@ -2,6 +2,7 @@
 // cue text to its record. Any thread; they only read the stores.
 #include <optional>
 
+#include "base/utf.h"
 #include "core/bundle_hook.h"
 #include "core/locale_strings.h"
 #include "core/main_controller.h"
@@ -9,7 +10,6 @@
 #include "kolvane/platform.h"
 #include "strings/cues.h"
 #include "strings/plural_form.h"
-#include "strings/utf.h"
 
 namespace kolvane {
 namespace {

@@ -1,12 +1,14 @@
 #include "core/main_controller.h"
 
+#include "base/log.h"
+#include "base/saturating.h"
+#include "core/environment.h"
+#include "core/locale_identifiers.h"
 #include "core/locale_strings.h"
-#include "core/server_url.h"
-#include "core/session.h"
+#include "core/reviewer_services.h"
+#include "core/workflow_step.h"
 #include "kolvane/bundle.h"
 #include "kolvane/platform.h"
-#include "platform/log.h"
-#include "server/workflow_step.h"
 #include "strings/string_group.h"
 
 namespace kolvane {
@@ -15,12 +17,6 @@ namespace {
 constexpr std::string_view kWorkflowStepDefaultsKey = "KVWorkflowStep";
 constexpr std::string_view kLocaleDefaultsKey = "KVLocale";
 constexpr std::string_view kDevelopmentRegionKey = "CFBundleDevelopmentRegion";
-
-std::optional<long long> integerValue(const nlohmann::json& value) {
-  if (value.is_number_integer()) return value.get<long long>();
-  if (value.is_number_float()) return static_cast<long long>(value.get<double>());
-  return std::nullopt;
-}
 
 std::optional<std::string> savedString(std::string_view key) {
   const auto value = Platform::current().userDefaults().objectForKey(key);
@@ -44,7 +40,10 @@ void KVMainController::startWithProjectId(const std::optional<std::string>& proj
     return;
   }
   kvLogIfEnabled("Starting up Kolvane");
-  appId_ = projectId;
+  {
+    std::lock_guard lock(appIdMutex_);
+    appId_ = projectId;
+  }
   parseLaunchOptions(options);
   setupActions();
   loadSavedParameters();
@@ -56,20 +55,20 @@ void KVMainController::parseLaunchOptions(const nlohmann::json& options) {
   const nlohmann::json noOptions = nlohmann::json::object();
   const nlohmann::json& given = options.is_object() ? options : noOptions;
   if (const auto logging = given.find("logging"); logging != given.end()) {
-    const auto level = integerValue(*logging);
+    const auto level = saturatingInteger(*logging);
     if (level == 1 || level == 2) setLog(true);
     if (level == 2) setDebug(true);
   }
   const auto environment = given.find("environment");
   const bool staging =
       environment != given.end() && environment->is_string() && *environment == "stage";
-  KVServerUrl::setEnvironment(staging ? KVEnvironmentStaging : KVEnvironmentProduction);
+  setEnvironment(staging ? KVEnvironmentStaging : KVEnvironmentProduction);
 }
 
 void KVMainController::setupActions() {
   // A reviewer who logged in during an earlier run is logged in again. The window gestures
   // come with the view toolkit.
-  KVSession::sharedInstance().loadSavedCredentials();
+  if (KVReviewerServices* services = reviewerServices()) services->restoreLogin();
 }
 
 void KVMainController::loadSavedParameters() {
@@ -154,11 +153,35 @@ std::optional<Locale> KVMainController::locale() const {
 bool KVMainController::editionEnabled() const {
   LookupGuard guard;
   const KVWorkflowStep* step = workflowStep_.get();
-  return step != nullptr && KVSession::sharedInstance().isLoggedIn() && step->canTranslate;
+  if (step == nullptr || !step->canTranslate) return false;
+  const KVReviewerServices* services = reviewerServices();
+  return services != nullptr && services->isLoggedIn();
+}
+
+KVXliffContext KVMainController::xliffContext() const {
+  const auto serverId = [](const std::shared_ptr<KVLocaleStrings>& store) {
+    return store ? kolvaneLocaleIdentifier(store->locale()) : std::string();
+  };
+  KVXliffContext context;
+  context.sourceLanguage = serverId(baseLocaleStrings());
+  context.targetLanguage = serverId(localeStrings());
+  if (const auto& step = workflowStep()) {
+    context.phaseName = step->uid;
+    context.processName = step->name;
+  }
+  context.sourceForm = [base = baseLocaleStrings()](const KVString& form) {
+    return base ? base->kolvaneStringForKey(form.key, form.pluralForm) : nullptr;
+  };
+  return context;
 }
 
 std::string KVMainController::kolvaneFilesFolder() {
   return Platform::current().documentsFolder() + "/Kolvane";
+}
+
+std::optional<std::string> KVMainController::appId() const {
+  std::lock_guard lock(appIdMutex_);
+  return appId_;
 }
 
 bool KVMainController::log() const { return logEnabled(); }
@@ -179,7 +202,10 @@ void KVMainController::setBaseLocaleStrings(std::shared_ptr<KVLocaleStrings> sto
 }
 
 void KVMainController::resetForTesting() {
-  appId_.reset();
+  {
+    std::lock_guard lock(appIdMutex_);
+    appId_.reset();
+  }
   appLaunched_ = false;
   setLog(false);
   setDebug(false);

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <memory>
+#include <mutex>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -15,10 +16,12 @@
 #include "kolvane/locale.h"
 #include "kolvane/number.h"
 #include "strings/string_record.h"
+#include "strings/xliff_writer.h"
 
 namespace kolvane {
 
 class KVLocaleStrings;
+class KVReviewerServices;
 class KVWorkflowStep;
 
 class KVMainController {
@@ -31,6 +34,7 @@ class KVMainController {
                           const nlohmann::json& options);
   // "logging": 1 log, 2 log and debug; "environment": "stage" staging, else production.
   void parseLaunchOptions(const nlohmann::json& options);
+  // Restores a reviewer's login through the reviewer's services, when installed.
   void setupActions();
   // The saved workflow step, the base locale's store and the saved shown locale's store.
   void loadSavedParameters();
@@ -45,6 +49,9 @@ class KVMainController {
   std::optional<Locale> locale() const;
   // A workflow step is chosen and it lets the reviewer translate. Any thread.
   bool editionEnabled() const;
+  // What an XLIFF document written now is about: the base and shown locales, the chosen step,
+  // and the base store's forms as source texts. Main thread.
+  KVXliffContext xliffContext() const;
   // Where downloaded and edited files are kept: the documents folder + "/Kolvane".
   static std::string kolvaneFilesFolder();
 
@@ -62,7 +69,8 @@ class KVMainController {
 
   // State. The getters below return owning pointers and are for the main thread; lookups on
   // other threads read the same state through the published pointers.
-  const std::optional<std::string>& appId() const { return appId_; }
+  // The project id. Any thread (usage analytics reads it on its own queue).
+  std::optional<std::string> appId() const;
   bool appLaunched() const { return appLaunched_.load(); }
   bool log() const;
   void setLog(bool on);
@@ -79,6 +87,11 @@ class KVMainController {
   }
   void setBaseLocaleStrings(std::shared_ptr<KVLocaleStrings> store);
 
+  // The login and server side, installed by the layers above before start-up (none: nobody
+  // is signed in). The services must outlive the runtime. Main thread; read on any thread.
+  KVReviewerServices* reviewerServices() const { return reviewerServices_.load(); }
+  void setReviewerServices(KVReviewerServices* services) { reviewerServices_ = services; }
+
   // Any thread, while a LookupGuard is held.
   KVLocaleStrings* publishedLocaleStrings() const { return localeStrings_.get(); }
   KVLocaleStrings* publishedBaseLocaleStrings() const { return baseLocaleStrings_.get(); }
@@ -90,7 +103,9 @@ class KVMainController {
   KVMainController() = default;
   void logLoadedStrings() const;
 
+  mutable std::mutex appIdMutex_;
   std::optional<std::string> appId_;
+  std::atomic<KVReviewerServices*> reviewerServices_{nullptr};
   std::atomic<bool> appLaunched_{false};
   PublishedPtr<const KVWorkflowStep> workflowStep_;
   PublishedPtr<KVLocaleStrings> localeStrings_;

@@ -5,8 +5,7 @@
 #include <cctype>
 #include <mutex>
 
-#include "kolvane/linux_platform.h"
-#include "platform/log.h"
+#include "base/log.h"
 
 namespace kolvane {
 namespace {
@@ -15,6 +14,11 @@ namespace {
 // platforms are kept alive so that a reference handed out earlier never dangles.
 std::atomic<Platform*> gCurrent{nullptr};
 std::mutex gInstallMutex;
+
+void writeToPlatformLog(std::string_view line) { Platform::current().logSink().writeLine(line); }
+
+// The log of the lower layers reaches the platform's sink from the moment the library loads.
+[[maybe_unused]] const bool kLogRouted = (setLogLineWriter(&writeToPlatformLog), true);
 
 std::vector<std::shared_ptr<Platform>>& keptPlatforms() {
   // Never destroyed: threads of the runtime may still use a platform while the process exits.
@@ -28,7 +32,7 @@ Platform& Platform::current() {
   if (Platform* platform = gCurrent.load(std::memory_order_acquire)) return *platform;
   std::lock_guard lock(gInstallMutex);
   if (Platform* platform = gCurrent.load(std::memory_order_acquire)) return *platform;
-  auto made = makeLinuxPlatform();
+  auto made = makeDefault();
   keptPlatforms().push_back(made);
   gCurrent.store(made.get(), std::memory_order_release);
   return *made;
@@ -39,17 +43,6 @@ void Platform::install(std::shared_ptr<Platform> platform) {
   std::lock_guard lock(gInstallMutex);
   keptPlatforms().push_back(platform);
   gCurrent.store(platform.get(), std::memory_order_release);
-}
-
-LogSwitches& logSwitches() {
-  static LogSwitches switches;
-  return switches;
-}
-
-void kvLog(std::string_view message) {
-  std::string line = "[KV] ";
-  line += message;
-  Platform::current().logSink().writeLine(line);
 }
 
 bool sameHeaderName(std::string_view a, std::string_view b) {

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "strings/utf.h"
+#include "base/utf.h"
 
 namespace kolvane {
 namespace {

@@ -1,7 +1,7 @@
 #include "server/analytics.h"
 
+#include "base/error.h"
 #include "core/device_name.h"
-#include "core/error.h"
 #include "core/main_controller.h"
 #include "core/version.h"
 #include "kolvane/platform.h"

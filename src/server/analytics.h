@@ -12,7 +12,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/serial_queue.h"
+#include "base/serial_queue.h"
 
 namespace kolvane {
 

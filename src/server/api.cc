@@ -3,14 +3,14 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/log.h"
+#include "base/utf.h"
 #include "core/locale_identifiers.h"
 #include "core/main_controller.h"
-#include "core/server_url.h"
-#include "platform/log.h"
+#include "core/workflow_step.h"
 #include "server/deployment.h"
 #include "server/network.h"
-#include "server/workflow_step.h"
-#include "strings/utf.h"
+#include "server/server_url.h"
 
 namespace kolvane {
 namespace {
@@ -103,7 +103,8 @@ void KVApi::tokenWithCode(const std::string& code, bool refresh,
         if (error) return completion(std::move(error), nullptr);
         if (!answer.is_object() || !hasNumber(answer, "expires_in") ||
             !hasNumber(answer, "refresh_expires_in") || !answer.contains("access_token")) {
-          return completion(KVError{"auth", 500, "Wrong token format"}, nullptr);
+          return completion(KVError{kKVErrorDomainAuth, kKVErrorCodeInternal, "Wrong token format"},
+                            nullptr);
         }
         const double now = Platform::current().now();
         answer["expires"] = now + lifetime(answer["expires_in"]);
@@ -205,7 +206,8 @@ void KVApi::saveStrings(const KVStringGroups& strings,
   const std::string file =
       KVMainController::kolvaneFilesFolder() + "/" + std::string(kSaveFileName);
   KVWriteFailures failures;
-  if (const auto error = KVXliffWriter::writeXliffFromStrings(strings, file, &failures)) {
+  if (const auto error = KVXliffWriter::writeXliffFromStrings(
+          strings, KVMainController::sharedInstance().xliffContext(), file, &failures)) {
     kvLogIfEnabled("Save failed: " + error->localizedDescription);
     markAllFailed(strings, failures);
     return completion(std::move(failures));
@@ -235,7 +237,9 @@ void KVApi::saveStrings(const KVStringGroups& strings,
 void KVApi::createIssueForString(const std::shared_ptr<KVStringGroup>& string,
                                  std::function<void(std::optional<KVError>)> completion) {
   const auto uid = string ? string->uid() : std::nullopt;
-  if (!uid) return completion(KVError{"app", 500, "No hashcode for this string"});
+  if (!uid)
+    return completion(
+        KVError{kKVErrorDomainApp, kKVErrorCodeInternal, "No hashcode for this string"});
   KVNetwork::postPath(
       "/issues-api/v2/projects/" + projectId() + "/issues", true, KVServerApi,
       {{"string", {{"hashcode", *uid}, {"localeId", localeId()}}},

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "core/error.h"
-#include "core/session.h"
+#include "base/error.h"
+#include "server/session.h"
 #include "strings/string_group.h"
 #include "strings/xliff_writer.h"
 

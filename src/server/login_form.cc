@@ -1,7 +1,7 @@
 #include "server/login_form.h"
 
-#include "core/server_url.h"
 #include "server/deployment.h"
+#include "server/server_url.h"
 
 namespace kolvane {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <random>
 
-#include "core/server_url.h"
 #include "kolvane/platform.h"
+#include "server/server_url.h"
 
 namespace kolvane {
 namespace {
@@ -162,7 +162,7 @@ std::optional<std::string> KVNetwork::createBodyWithBoundary(
 }
 
 KVError KVNetwork::errorFromJson(const nlohmann::json& value, long code) {
-  KVError error{"server", code, "Server error"};
+  KVError error{kKVErrorDomainServer, code, "Server error"};
   if (!value.is_object()) return error;
   const auto response = value.find("response");
   if (response == value.end() || !response->is_object()) return error;
@@ -186,7 +186,8 @@ KVNetwork::Answer KVNetwork::handleAnswer(long status, std::string_view body,
     if (decoded.is_object() || decoded.is_array()) {
       answer.value = std::move(decoded);
     } else {
-      answer.error = KVError{"json", 3840, "The answer is not a JSON object or array"};
+      answer.error = KVError{kKVErrorDomainJson, kKVErrorCodeJsonCorrupt,
+                             "The answer is not a JSON object or array"};
     }
   }
   if (status != 200 && !answer.error) answer.error = errorFromJson(answer.value, status);

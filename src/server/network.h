@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/error.h"
+#include "base/error.h"
 #include "kolvane/platform.h"
 
 namespace kolvane {

@@ -1,17 +1,18 @@
 // The sending half of KVNetwork: authorisation, transport, answer decoding and logging.
 #include <filesystem>
 
-#include "core/server_url.h"
-#include "core/session.h"
-#include "platform/log.h"
+#include "base/log.h"
 #include "server/network.h"
+#include "server/server_url.h"
+#include "server/session.h"
 
 namespace kolvane {
 namespace {
 
 // What the transport would have reported for a URL it cannot use: the server kind has no base
 // URL in the current environment.
-const KVError kNoServerError{"network", 3, "No server address for this environment"};
+const KVError kNoServerError{kKVErrorDomainNetwork, kKVErrorCodeNoServerAddress,
+                             "No server address for this environment"};
 
 std::string headersText(const KVHttpRequest& request) {
   nlohmann::ordered_json headers = nlohmann::ordered_json::object();
@@ -61,8 +62,8 @@ std::optional<KVHttpRequest> postOrPutRequest(std::string_view path, int server,
 }  // namespace
 
 KVError KVNetwork::connectionError(const HttpResponse& response) {
-  if (!response.failure) return KVError{"network", 0, "No answer"};
-  return KVError{"network", response.failure->first, response.failure->second};
+  if (!response.failure) return KVError{kKVErrorDomainNetwork, kKVErrorCodeNoAnswer, "No answer"};
+  return KVError{kKVErrorDomainNetwork, response.failure->first, response.failure->second};
 }
 
 void KVNetwork::getPath(std::string_view path, bool authenticated, int server,
@@ -87,7 +88,9 @@ void KVNetwork::postPath(std::string_view path, const std::string& fileAttachmen
   auto request = uploadRequestForPath(path, {fileAttachment});
   if (!request) {
     Platform::current().mainQueue().post([completion = std::move(completion), fileAttachment] {
-      completion(KVError{"file", 260, "Could not read " + fileAttachment}, nullptr);
+      completion(KVError{kKVErrorDomainFile, kKVErrorCodeFileReadNoSuchFile,
+                         "Could not read " + fileAttachment},
+                 nullptr);
     });
     return;
   }
@@ -145,11 +148,12 @@ std::optional<KVError> KVNetwork::writeData(std::string_view data, const std::st
   std::error_code error;
   if (!folder.empty() && !std::filesystem::is_directory(folder, error)) {
     std::filesystem::create_directories(folder, error);
-    if (error) return KVError{"file", error.value(), "Could not create " + folder.string()};
+    if (error)
+      return KVError{kKVErrorDomainFile, error.value(), "Could not create " + folder.string()};
   }
   kvDebug("Writing " + std::to_string(data.size()) + " bytes to " + file);
   if (!Platform::current().fileSystem().writeFileAtomically(file, data)) {
-    return KVError{"file", 512, "Could not write " + file};
+    return KVError{kKVErrorDomainFile, kKVErrorCodeFileWriteUnknown, "Could not write " + file};
   }
   return std::nullopt;
 }

@@ -3,7 +3,7 @@
 #include <array>
 #include <cstdint>
 
-#include "strings/utf.h"
+#include "base/utf.h"
 
 namespace kolvane {
 namespace {

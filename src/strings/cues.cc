@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "platform/log.h"
-#include "strings/utf.h"
+#include "base/log.h"
+#include "base/utf.h"
 
 namespace kolvane {
 namespace {

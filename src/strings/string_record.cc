@@ -1,8 +1,8 @@
 #include "strings/string_record.h"
 
+#include "base/utf.h"
 #include "kolvane/platform.h"
 #include "strings/cues.h"
-#include "strings/utf.h"
 
 namespace kolvane {
 

@@ -7,8 +7,8 @@
 #include <climits>
 #include <cstring>
 
+#include "base/utf.h"
 #include "strings/cues.h"
-#include "strings/utf.h"
 
 namespace kolvane {
 namespace {
@@ -83,8 +83,8 @@ void onError(void* userData, const xmlError* error) {
   if (context.error || error == nullptr || error->level < XML_ERR_ERROR) return;
   std::string message = error->message ? error->message : "malformed XML";
   while (!message.empty() && message.back() == '\n') message.pop_back();
-  context.error =
-      KVError{"xml", error->code, "line " + std::to_string(error->line) + ": " + message};
+  context.error = KVError{kKVErrorDomainXml, error->code,
+                          "line " + std::to_string(error->line) + ": " + message};
 }
 
 xmlSAXHandler makeHandler() {
@@ -102,10 +102,11 @@ xmlSAXHandler makeHandler() {
 
 std::optional<KVError> runParse(std::string_view data, KVXliffParser& reader) {
   if (data.size() > static_cast<std::size_t>(INT_MAX)) {
-    return KVError{"xml", XML_ERR_NO_MEMORY, "document too large"};
+    return KVError{kKVErrorDomainXml, XML_ERR_NO_MEMORY, "document too large"};
   }
   xmlParserCtxtPtr context = xmlCreateMemoryParserCtxt(data.data(), static_cast<int>(data.size()));
-  if (context == nullptr) return KVError{"xml", XML_ERR_DOCUMENT_EMPTY, "empty document"};
+  if (context == nullptr)
+    return KVError{kKVErrorDomainXml, XML_ERR_DOCUMENT_EMPTY, "empty document"};
   xmlCtxtUseOptions(context, XML_PARSE_NONET);
   *context->sax = makeHandler();
   // Errors go to this handler with the parse's own user data, never to stderr.
@@ -116,7 +117,8 @@ std::optional<KVError> runParse(std::string_view data, KVXliffParser& reader) {
   const bool wellFormed = context->wellFormed != 0;
   xmlFreeParserCtxt(context);
   if (parse.error) return parse.error;
-  if (result != 0 || !wellFormed) return KVError{"xml", XML_ERR_INTERNAL_ERROR, "malformed XML"};
+  if (result != 0 || !wellFormed)
+    return KVError{kKVErrorDomainXml, XML_ERR_INTERNAL_ERROR, "malformed XML"};
   return std::nullopt;
 }
 

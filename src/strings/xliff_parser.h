@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/error.h"
+#include "base/error.h"
 #include "strings/string_group.h"
 
 namespace kolvane {

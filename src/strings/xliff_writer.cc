@@ -1,12 +1,8 @@
 #include "strings/xliff_writer.h"
 
-#include "core/locale_identifiers.h"
-#include "core/locale_strings.h"
-#include "core/main_controller.h"
+#include "base/utf.h"
 #include "kolvane/platform.h"
-#include "server/workflow_step.h"
 #include "strings/cues.h"
-#include "strings/utf.h"
 
 namespace kolvane {
 namespace {
@@ -39,37 +35,28 @@ std::u16string escapedText(std::u16string_view text, bool inAttribute) {
 
 std::string attribute(std::string_view value) { return toUtf8(escapedText(toUtf16(value), true)); }
 
-std::string serverId(const std::shared_ptr<KVLocaleStrings>& store) {
-  return store ? kolvaneLocaleIdentifier(store->locale()) : std::string();
-}
-
-std::string header() {
-  const KVMainController& controller = KVMainController::sharedInstance();
-  const auto step = controller.workflowStep();
-  const std::string phase = step ? step->uid : std::string();
-  const std::string process = step ? step->name : std::string();
+std::string header(const KVXliffContext& context) {
   return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
          "<xliff version=\"1.2\" xmlns=\"urn:oasis:names:tc:xliff:document:1.2\"\n"
          "xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\"\n"
          "xsi:schemaLocation=\"urn:oasis:names:tc:xliff:document:1.2 "
          "xliff-core-1.2-strict.xsd\">\n"
          "<file original=\"kolvane_offline_cat_data.xliff\" source-language=\"" +
-         attribute(serverId(controller.baseLocaleStrings())) + "\" target-language=\"" +
-         attribute(serverId(controller.localeStrings())) +
+         attribute(context.sourceLanguage) + "\" target-language=\"" +
+         attribute(context.targetLanguage) +
          "\" datatype=\"plaintext\">\n<header>\n<phase-group>\n<phase phase-name=\"" +
-         attribute(phase) + "\" process-name=\"" + attribute(process) +
+         attribute(context.phaseName) + "\" process-name=\"" + attribute(context.processName) +
          "\"/>\n</phase-group>\n</header>\n<body>\n\n";
 }
 
-std::string sourceTextFor(const KVString& string) {
-  const auto base = KVMainController::sharedInstance().baseLocaleStrings();
-  const auto source = base ? base->kolvaneStringForKey(string.key, string.pluralForm) : nullptr;
+std::string sourceTextFor(const KVString& string, const KVXliffContext& context) {
+  const auto source = context.sourceForm ? context.sourceForm(string) : nullptr;
   return source ? KVXliffWriter::stringWithTagsForString(*source) : std::string();
 }
 
-void appendUnit(std::string& body, const std::shared_ptr<KVString>& form, std::string_view phase,
-                KVWriteFailures* failures) {
-  if (auto unit = KVXliffWriter::xliffForString(*form, phase)) {
+void appendUnit(std::string& body, const std::shared_ptr<KVString>& form,
+                const KVXliffContext& context, KVWriteFailures* failures) {
+  if (auto unit = KVXliffWriter::xliffForString(*form, context)) {
     body += *unit;
   } else if (failures != nullptr) {
     (*failures)[form->key] = form;
@@ -90,42 +77,44 @@ std::string KVXliffWriter::stringWithTagsForString(const KVString& string) {
 }
 
 std::optional<std::string> KVXliffWriter::xliffForString(const KVString& string,
-                                                         std::string_view phase) {
+                                                         const KVXliffContext& context) {
   if (string.localizedFormat.empty() || string.uid.empty()) return std::nullopt;
   return "<trans-unit id=\"" + attribute(string.uid) + "\" resname=\"" + attribute(string.key) +
-         "\" phase-name=\"" + attribute(phase) + "\">\n<source>" + sourceTextFor(string) +
-         "</source>\n<target>" + stringWithTagsForString(string) + "</target>\n</trans-unit>\n\n";
+         "\" phase-name=\"" + attribute(context.phaseName) + "\">\n<source>" +
+         sourceTextFor(string, context) + "</source>\n<target>" + stringWithTagsForString(string) +
+         "</target>\n</trans-unit>\n\n";
 }
 
 std::string KVXliffWriter::xliffFromStrings(const KVStringGroups& strings,
+                                            const KVXliffContext& context,
                                             KVWriteFailures* failures) {
-  const auto step = KVMainController::sharedInstance().workflowStep();
-  const std::string phase = step ? step->uid : std::string();
-  std::string document = header();
+  std::string document = header(context);
   for (const auto& [key, group] : strings) {
     if (!group) continue;
     if (!group->hasPlurals) {
       if (auto form = group->stringForPluralForm(std::nullopt, false)) {
-        appendUnit(document, form, phase, failures);
+        appendUnit(document, form, context, failures);
       }
       continue;
     }
     document += "<group restype=\"x-cldr-plurals\">\n";
-    for (const auto& [name, form] : group->pluralForms) appendUnit(document, form, phase, failures);
+    for (const auto& [name, form] : group->pluralForms)
+      appendUnit(document, form, context, failures);
     document += "</group>\n\n";
   }
   return document + std::string(kFooter);
 }
 
 std::optional<KVError> KVXliffWriter::writeXliffFromStrings(const KVStringGroups& strings,
+                                                            const KVXliffContext& context,
                                                             const std::string& path,
                                                             KVWriteFailures* failures) {
-  const std::string document = xliffFromStrings(strings, failures);
+  const std::string document = xliffFromStrings(strings, context, failures);
   if (Platform::current().fileSystem().writeFileAtomically(path, document)) return std::nullopt;
   if (failures != nullptr) {
     for (const auto& [key, group] : strings) (*failures)[key] = group;
   }
-  return KVError{"file", 500, "Could not write " + path};
+  return KVError{kKVErrorDomainFile, kKVErrorCodeInternal, "Could not write " + path};
 }
 
 }  // namespace kolvane

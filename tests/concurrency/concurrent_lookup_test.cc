@@ -8,9 +8,9 @@
 
 #include "core/locale_strings.h"
 #include "core/main_controller.h"
+#include "core/workflow_step.h"
 #include "kolvane/kolvane.h"
 #include "platform/linux/posix_file_system.h"
-#include "server/workflow_step.h"
 #include "strings/cues.h"
 #include "strings/xliff_parser.h"
 #include "support/fake_platform.h"

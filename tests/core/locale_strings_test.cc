@@ -4,16 +4,17 @@
 #include <gtest/gtest.h>
 
 #include "core/main_controller.h"
+#include "core/review_locale_strings.h"
+#include "core/workflow_step.h"
 #include "platform/linux/posix_file_system.h"
-#include "server/workflow_step.h"
 #include "strings/cues.h"
-#include "strings/review_locale_strings.h"
 #include "strings/xliff_parser.h"
 #include "support/fake_platform.h"
 
 namespace kolvane {
 namespace {
 
+using kolvane::testing::FaultyFileSystem;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
@@ -145,7 +146,7 @@ TEST_F(LocaleStringsTest, SaveDirtyWritesTheEditedFileAndTheDecisions) {
 TEST_F(LocaleStringsTest, FailedSaveIsLoggedOnlyWithLogOn) {
   start();
   shown()->setDirtyStrings(KVXliffParser::parseXliffData(xliff({{"a", "A"}}), 0, nullptr));
-  ASSERT_TRUE(writeFileAtomically(filesFolder() + "/fr_FR_edited.xlf/blocker", "x"));
+  platform().files.fail(FaultyFileSystem::Call::writeFileAtomically, "fr_FR_edited.xlf");
   shown()->saveDirty();
   EXPECT_THAT(platform().log.lines(), IsEmpty());
   controller().setLog(true);

@@ -4,8 +4,8 @@
 #include "core/bundle_hook.h"
 #include "core/locale_strings.h"
 #include "core/main_controller.h"
+#include "core/workflow_step.h"
 #include "kolvane/kolvane.h"
-#include "server/workflow_step.h"
 #include "strings/cues.h"
 #include "support/fake_platform.h"
 

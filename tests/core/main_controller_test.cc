@@ -4,10 +4,10 @@
 #include <gtest/gtest.h>
 
 #include "core/locale_strings.h"
-#include "core/server_url.h"
-#include "core/session.h"
+#include "core/workflow_step.h"
 #include "kolvane/kolvane.h"
-#include "server/workflow_step.h"
+#include "server/server_url.h"
+#include "server/session.h"
 #include "support/fake_platform.h"
 
 namespace kolvane {

@@ -4,14 +4,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "base/utf.h"
 #include "core/locale_strings.h"
 #include "core/main_controller.h"
-#include "core/session.h"
+#include "core/workflow_step.h"
 #include "server/api.h"
 #include "server/network.h"
-#include "server/workflow_step.h"
+#include "server/session.h"
 #include "strings/cues.h"
-#include "strings/utf.h"
 #include "support/devserver_process.h"
 #include "support/fake_platform.h"
 

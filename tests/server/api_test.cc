@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 
 #include "core/main_controller.h"
-#include "core/server_url.h"
-#include "server/workflow_step.h"
+#include "core/workflow_step.h"
+#include "server/server_url.h"
 #include "support/fake_platform.h"
 
 namespace kolvane {

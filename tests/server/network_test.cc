@@ -3,9 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "core/server_url.h"
 #include "kolvane/kolvane.h"
 #include "platform/linux/posix_file_system.h"
+#include "server/server_url.h"
 #include "support/fake_platform.h"
 
 namespace kolvane {

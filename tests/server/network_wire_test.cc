@@ -7,10 +7,10 @@
 #include <regex>
 
 #include "core/main_controller.h"
-#include "core/server_url.h"
-#include "core/session.h"
 #include "server/api.h"
 #include "server/network.h"
+#include "server/server_url.h"
+#include "server/session.h"
 #include "support/capture_server.h"
 #include "support/fake_platform.h"
 

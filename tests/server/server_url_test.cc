@@ -1,4 +1,4 @@
-#include "core/server_url.h"
+#include "server/server_url.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "core/locale_strings.h"
-#include "core/main_controller.h"
-#include "server/workflow_step.h"
 #include "strings/cues.h"
 #include "strings/xliff_parser.h"
 #include "strings/xliff_writer.h"
@@ -12,6 +9,7 @@
 namespace kolvane {
 namespace {
 
+using kolvane::testing::FaultyFileSystem;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
@@ -108,22 +106,28 @@ class XliffWriterTest : public XliffTest {
  protected:
   void SetUp() override {
     XliffTest::SetUp();
-    auto base = KVLocaleStrings::localeStringsForLocale(Locale("en"));
-    base->setLoadedStrings(
-        read(document(unit("1", "greet", "Hello <ph>%@</ph> &amp; <ph>%d</ph>"))));
-    auto step = std::make_shared<KVWorkflowStep>();
-    step->uid = "step-7";
-    step->name = "Review";
-    KVMainController& controller = KVMainController::sharedInstance();
-    controller.setBaseLocaleStrings(base);
-    controller.setLocaleStrings(KVLocaleStrings::localeStringsForLocale(Locale("en_JM")));
-    controller.setWorkflowStep(step);
+    base_ = read(document(unit("1", "greet", "Hello <ph>%@</ph> &amp; <ph>%d</ph>")));
+    context_.sourceLanguage = "en";
+    context_.targetLanguage = "jm-JM";
+    context_.phaseName = "step-7";
+    context_.processName = "Review";
+    context_.sourceForm = [this](const KVString& form) -> std::shared_ptr<KVString> {
+      const auto found = base_.find(form.key);
+      return found != base_.end() ? found->second->stringForPluralForm(form.pluralForm, false)
+                                  : nullptr;
+    };
   }
+  std::string write(const KVStringGroups& groups) {
+    return KVXliffWriter::xliffFromStrings(groups, context_, nullptr);
+  }
+
+  KVStringGroups base_;
+  KVXliffContext context_;
 };
 
 TEST_F(XliffWriterTest, DocumentLayoutWithHeaderUnitsAndFooter) {
   const auto groups = read(document(unit("1", "greet", "Salut <ph>%@</ph> &amp; <ph>%d</ph>")));
-  const std::string xliff = KVXliffWriter::xliffFromStrings(groups, nullptr);
+  const std::string xliff = write(groups);
   EXPECT_THAT(xliff,
               StartsWith("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<xliff version=\"1.2\""));
   EXPECT_THAT(xliff, HasSubstr("source-language=\"en\" target-language=\"jm-JM\" "
@@ -139,8 +143,7 @@ TEST_F(XliffWriterTest, DocumentLayoutWithHeaderUnitsAndFooter) {
           "<target>Salut <ph id=\"1\" ctype=\"x-kolvane-placeholder\">%@</ph> &amp; "
           "<ph id=\"2\" ctype=\"x-kolvane-placeholder\">%d</ph></target>\n</trans-unit>\n\n"));
   EXPECT_THAT(xliff, ::testing::EndsWith("</body>\n</file>\n</xliff>"));
-  EXPECT_THAT(KVXliffWriter::xliffFromStrings({}, nullptr),
-              ::testing::EndsWith("<body>\n\n</body>\n</file>\n</xliff>"));
+  EXPECT_THAT(write({}), ::testing::EndsWith("<body>\n\n</body>\n</file>\n</xliff>"));
 }
 
 TEST_F(XliffWriterTest, WhatIsWrittenReadsBackTheSame) {
@@ -149,7 +152,7 @@ TEST_F(XliffWriterTest, WhatIsWrittenReadsBackTheSame) {
                unit("p[one]", "pl", "one <ph>%d</ph>") + unit("p[other]", "pl", "many") +
                "</group>" + unit("k&quot;&amp;", "key&lt;&quot;", "odd key")));
   ASSERT_FALSE(error_);
-  const auto reread = read(KVXliffWriter::xliffFromStrings(groups, nullptr));
+  const auto reread = read(write(groups));
   ASSERT_FALSE(error_) << error_->localizedDescription;
   ASSERT_EQ(reread.size(), groups.size());
   for (const auto& [key, group] : groups) {
@@ -174,14 +177,14 @@ TEST_F(XliffWriterTest, FormsWithoutUidFailAndAFailedWriteFailsEverything) {
 
   KVWriteFailures failures;
   const std::string path = folder() + "/out/edited.xlf";
-  EXPECT_FALSE(KVXliffWriter::writeXliffFromStrings(groups, path, &failures));
+  EXPECT_FALSE(KVXliffWriter::writeXliffFromStrings(groups, context_, path, &failures));
   EXPECT_EQ(failures.size(), 1u);
   EXPECT_TRUE(std::holds_alternative<std::shared_ptr<KVString>>(failures.at("no-uid")));
   EXPECT_EQ(read(*platform().files.readFile(path)).count("ok"), 1u);
 
   failures.clear();
-  const auto error =
-      KVXliffWriter::writeXliffFromStrings(groups, path + "/not-a-folder", &failures);
+  platform().files.fail(FaultyFileSystem::Call::writeFileAtomically);
+  const auto error = KVXliffWriter::writeXliffFromStrings(groups, context_, path, &failures);
   ASSERT_TRUE(error);
   EXPECT_EQ(failures.size(), 2u);
   EXPECT_TRUE(std::holds_alternative<std::shared_ptr<KVStringGroup>>(failures.at("ok")));

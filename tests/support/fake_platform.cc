@@ -6,13 +6,14 @@
 #include <fstream>
 #include <thread>
 
-#include "core/keychain.h"
 #include "core/main_controller.h"
-#include "core/server_url.h"
-#include "core/session.h"
+#include "core/workflow_step.h"
 #include "platform/linux/curl_transport.h"
+#include "server/keychain.h"
 #include "server/login_form.h"
-#include "server/workflow_step.h"
+#include "server/server_reviewer_services.h"
+#include "server/server_url.h"
+#include "server/session.h"
 
 namespace kolvane::testing {
 
@@ -117,6 +118,7 @@ void PlatformTest::SetUp() {
   platform_ = std::make_shared<FakePlatform>(folder_ + "/Documents");
   Platform::install(platform_);
   KVMainController::sharedInstance().resetForTesting();
+  installServerReviewerServices();
   KVSession::sharedInstance().resetForTesting();
   KVKeychain::resetForTesting();
   KVLoginViewController::setLoginForm(nullptr);

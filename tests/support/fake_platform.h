@@ -18,6 +18,7 @@
 #include "platform/linux/file_keychain.h"
 #include "platform/linux/icu_text_services.h"
 #include "platform/linux/posix_file_system.h"
+#include "support/faulty_file_system.h"
 
 namespace kolvane::testing {
 
@@ -126,7 +127,7 @@ class FakePlatform : public Platform {
 
   ManualMainQueue queue;
   MemoryUserDefaults defaults;
-  PosixFileSystem files;
+  FaultyFileSystem files;
   IcuTextServices text;
   RecordingLogSink log;
   MapBundle bundle;

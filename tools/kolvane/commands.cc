@@ -7,23 +7,23 @@
 #include <iterator>
 #include <optional>
 
+#include "base/utf.h"
 #include "core/locale_identifiers.h"
 #include "core/locale_strings.h"
 #include "core/main_controller.h"
-#include "core/session.h"
+#include "core/workflow_step.h"
 #include "json_output.h"
 #include "kolvane/kolvane.h"
 #include "kolvane/linux_platform.h"
 #include "kolvane/platform.h"
 #include "password_login.h"
 #include "server/api.h"
-#include "server/workflow_step.h"
+#include "server/session.h"
 #include "strings/base64.h"
 #include "strings/cues.h"
 #include "strings/plural_form.h"
 #include "strings/string_record.h"
 #include "strings/url_parameters.h"
-#include "strings/utf.h"
 #include "strings/xliff_parser.h"
 
 namespace kolvane::cli {

@@ -2,8 +2,8 @@
 
 #include <cstdio>
 
+#include "base/utf.h"
 #include "strings/cues.h"
-#include "strings/utf.h"
 
 namespace kolvane::cli {
 

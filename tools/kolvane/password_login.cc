@@ -1,7 +1,7 @@
 #include "password_login.h"
 
-#include "core/session.h"
 #include "server/network.h"
+#include "server/session.h"
 #include "strings/url_parameters.h"
 
 namespace kolvane::cli {

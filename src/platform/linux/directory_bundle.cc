@@ -4,10 +4,10 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "base/utf.h"
 #include "platform/linux/posix_file_system.h"
 #include "platform/linux/process_languages.h"
 #include "platform/linux/property_list.h"
-#include "strings/utf.h"
 
 namespace kolvane {
 namespace {

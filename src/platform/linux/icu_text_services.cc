@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "base/utf.h"
 #include "platform/linux/process_languages.h"
-#include "strings/utf.h"
 
 namespace kolvane {
 namespace {

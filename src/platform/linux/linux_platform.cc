@@ -113,6 +113,8 @@ std::shared_ptr<Platform> makeLinuxPlatform(const LinuxPlatformOptions& options)
   return std::make_shared<LinuxPlatform>(options);
 }
 
+std::shared_ptr<Platform> Platform::makeDefault() { return makeLinuxPlatform(); }
+
 LinuxPlatformPaths linuxPlatformPaths(const LinuxPlatformOptions& options) {
   return pathsFor(options, DirectoryBundle(bundlePathFor(options)));
 }

@@ -6,8 +6,8 @@
 #include <limits>
 #include <memory>
 
+#include "base/utf.h"
 #include "platform/strings_text_format.h"
-#include "strings/utf.h"
 
 namespace kolvane {
 namespace {

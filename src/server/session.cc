@@ -1,16 +1,16 @@
-#include "core/session.h"
+#include "server/session.h"
 
 #include <algorithm>
 #include <cctype>
 #include <cmath>
 
-#include "core/keychain.h"
+#include "base/log.h"
+#include "base/utf.h"
 #include "core/main_controller.h"
-#include "platform/log.h"
 #include "server/api.h"
+#include "server/keychain.h"
 #include "server/login_form.h"
 #include "strings/base64.h"
-#include "strings/utf.h"
 
 namespace kolvane {
 namespace {

@@ -1,6 +1,6 @@
-#include "core/keychain.h"
+#include "server/keychain.h"
 
-#include "platform/keyed_archive.h"
+#include "base/keyed_archive.h"
 
 namespace kolvane {
 namespace {

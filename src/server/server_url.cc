@@ -1,17 +1,13 @@
-#include "core/server_url.h"
+#include "server/server_url.h"
 
-#include "kolvane/kolvane.h"
 #include "server/deployment.h"
 
 namespace kolvane {
 
-// Zero-initialised: staging until start-up chooses.
-int kolvaneEnvironment = KVEnvironmentStaging;
-
-void KVServerUrl::setEnvironment(int environment) { kolvaneEnvironment = environment; }
+void KVServerUrl::setEnvironment(int environment) { kolvane::setEnvironment(environment); }
 
 std::optional<std::string> KVServerUrl::baseUrlForServer(int server) {
-  const int environment = kolvaneEnvironment;
+  const int environment = kolvane::environment();
   if (environment != KVEnvironmentStaging && environment != KVEnvironmentProduction) {
     return std::nullopt;
   }

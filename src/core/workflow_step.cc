@@ -1,9 +1,9 @@
-#include "server/workflow_step.h"
+#include "core/workflow_step.h"
 
 #include <optional>
 
+#include "base/keyed_archive.h"
 #include "core/locale_identifiers.h"
-#include "platform/keyed_archive.h"
 
 namespace kolvane {
 namespace {

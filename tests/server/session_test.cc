@@ -1,14 +1,14 @@
 // The session's token states, credentials in the keychain, token decoding and logout, with
 // the server answered by a script.
-#include "core/session.h"
+#include "server/session.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "core/keychain.h"
 #include "core/main_controller.h"
+#include "core/workflow_step.h"
+#include "server/keychain.h"
 #include "server/login_form.h"
-#include "server/workflow_step.h"
 #include "support/fake_platform.h"
 
 namespace kolvane {

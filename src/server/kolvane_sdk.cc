@@ -3,6 +3,7 @@
 #include "core/main_controller.h"
 #include "core/version.h"
 #include "kolvane/kolvane.h"
+#include "server/server_reviewer_services.h"
 
 namespace kolvane {
 
@@ -12,6 +13,7 @@ static_assert(std::string_view(kKolvaneVersion) == "0.1.0", "keep the version st
 
 void KolvaneSDK::startWithProjectId(const std::optional<std::string>& projectId,
                                     const nlohmann::json& options) {
+  installServerReviewerServices();
   KVMainController::sharedInstance().startWithProjectId(projectId, options);
 }
 

@@ -1,4 +1,4 @@
-#include "server/workflow_step.h"
+#include "core/workflow_step.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "strings/utf.h"
+#include "base/utf.h"
 
 namespace kolvane {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/keyed_archive.h"
+#include "base/keyed_archive.h"
 
 namespace kolvane {
 namespace {

@@ -1,4 +1,4 @@
-#include "strings/review_locale_strings.h"
+#include "core/review_locale_strings.h"
 
 #include "kolvane/platform.h"
 

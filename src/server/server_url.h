@@ -4,12 +4,9 @@
 #include <optional>
 #include <string>
 
-namespace kolvane {
+#include "core/environment.h"
 
-enum KVEnvironment : int {
-  KVEnvironmentStaging = 0,
-  KVEnvironmentProduction = 1,
-};
+namespace kolvane {
 
 enum KVServer : int {
   KVServerApi = 0,   // the REST API host

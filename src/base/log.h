@@ -1,5 +1,6 @@
-// The runtime's log: one line per entry, "[KV] " and the message, to the platform's log sink.
-// The `log` and `debug` switches are read on every thread, so they are atomics.
+// The runtime's log: one line per entry, "[KV] " and the message, handed to the line writer the
+// platform layer installs. The `log` and `debug` switches are read on every thread, so they are
+// atomics.
 #pragma once
 
 #include <atomic>
@@ -16,6 +17,10 @@ LogSwitches& logSwitches();
 
 inline bool logEnabled() { return logSwitches().log.load(std::memory_order_relaxed); }
 inline bool debugEnabled() { return logSwitches().debug.load(std::memory_order_relaxed); }
+
+// Where finished lines go. Until one is set, lines are dropped.
+using LogLineWriter = void (*)(std::string_view line);
+void setLogLineWriter(LogLineWriter writer);
 
 // Writes the line whatever the switches say; callers test them first, as each caller's rule
 // differs.

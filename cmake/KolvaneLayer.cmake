@@ -1,0 +1,36 @@
+# One layer of the library: an object library whose sources live in one folder of src/.
+#
+# Each layer compiles against an include root of its own, made in the build tree, that holds
+# links to its own headers only (and to the public headers it introduces). A layer sees the
+# roots of the layers it links, so an include that reaches up the stack finds no file and does
+# not compile.
+#
+#   kolvane_layer(NAME core FOLDER core PUBLIC_HEADERS kolvane.h SOURCES ... LINKS kolvane_strings)
+function(kolvane_layer)
+  cmake_parse_arguments(LAYER "" "NAME;FOLDER" "PUBLIC_HEADERS;SOURCES;LINKS" ${ARGN})
+  set(target kolvane_${LAYER_NAME})
+  set(root ${PROJECT_BINARY_DIR}/layers/${LAYER_NAME})
+  set(source_folder ${PROJECT_SOURCE_DIR}/src/${LAYER_FOLDER})
+
+  file(REMOVE_RECURSE ${root})
+  file(MAKE_DIRECTORY ${root}/${LAYER_FOLDER} ${root}/kolvane)
+  file(GLOB headers CONFIGURE_DEPENDS ${source_folder}/*.h)
+  foreach(header IN LISTS headers)
+    get_filename_component(name ${header} NAME)
+    file(CREATE_LINK ${header} ${root}/${LAYER_FOLDER}/${name} SYMBOLIC)
+  endforeach()
+  foreach(name IN LISTS LAYER_PUBLIC_HEADERS)
+    file(CREATE_LINK ${PROJECT_SOURCE_DIR}/include/kolvane/${name} ${root}/kolvane/${name}
+         SYMBOLIC)
+  endforeach()
+
+  list(TRANSFORM LAYER_SOURCES PREPEND ${source_folder}/)
+  add_library(${target} OBJECT ${LAYER_SOURCES})
+  target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${root}>)
+  target_link_libraries(${target} PUBLIC ${LAYER_LINKS} PRIVATE kolvane_options)
+  set_target_properties(${target} PROPERTIES
+    POSITION_INDEPENDENT_CODE ON
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON)
+  target_compile_definitions(${target} PRIVATE KOLVANE_BUILDING_LIBRARY)
+endfunction()

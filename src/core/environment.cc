@@ -1,0 +1,13 @@
+#include "core/environment.h"
+
+#include "kolvane/kolvane.h"
+
+namespace kolvane {
+
+// Zero-initialised: staging until start-up chooses.
+int kolvaneEnvironment = KVEnvironmentStaging;
+
+void setEnvironment(int environment) { kolvaneEnvironment = environment; }
+int environment() { return kolvaneEnvironment; }
+
+}  // namespace kolvane
