@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/log.h"
+#include "base/saturating.h"
 #include "base/utf.h"
 #include "core/main_controller.h"
 #include "kolvane/bundle.h"
@@ -165,14 +166,14 @@ const KVString* KVLocaleStrings::formForKey(std::string_view key, std::string_vi
   return named ? (*entry->group)->formForPluralForm(plural, false) : entry->defaultForm;
 }
 
-std::shared_ptr<KVStringGroup> KVLocaleStrings::kolvaneStringGroupForKey(
+std::shared_ptr<const KVStringGroup> KVLocaleStrings::kolvaneStringGroupForKey(
     std::string_view key) const {
   LookupGuard guard;
   const auto* entry = entryForKey(key);
   return entry ? *entry->group : nullptr;
 }
 
-std::shared_ptr<KVString> KVLocaleStrings::kolvaneStringForKey(
+std::shared_ptr<const KVString> KVLocaleStrings::kolvaneStringForKey(
     std::string_view key, const std::optional<std::string>& plural) const {
   const auto group = kolvaneStringGroupForKey(key);
   return group ? group->stringForPluralForm(plural, false) : nullptr;
@@ -204,7 +205,7 @@ std::shared_ptr<KVString> KVLocaleStrings::findLocalizedString(std::u16string_vi
   return nullptr;
 }
 
-std::shared_ptr<KVString> KVLocaleStrings::kolvaneStringForLocalizedString(
+std::shared_ptr<const KVString> KVLocaleStrings::kolvaneStringForLocalizedString(
     std::u16string_view hash) const {
   LookupGuard guard;
   for (const Snapshot* snapshot : {dirty_.get(), loaded_.get()}) {
@@ -287,23 +288,64 @@ void KVLocaleStrings::loadDirtyStatuses() {
         (saved ? saved->dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) : "(null)"));
   }
   if (!saved || !saved->is_object()) return;
-  const auto loaded = loadedStrings();
-  const KVStringGroups& dirty = dirtyStrings();
+  std::map<std::string, unsigned> statuses;
   for (const auto& [key, value] : saved->items()) {
-    if (!value.is_number_unsigned() && !value.is_number_integer()) continue;
-    const auto status = value.get<unsigned>();
-    std::shared_ptr<KVStringGroup> group;
-    if (loaded) {
-      if (const auto found = loaded->find(key); found != loaded->end()) group = found->second;
+    if (!value.is_number_integer()) continue;
+    const auto status = saturatingInteger(value);
+    if (!status || *status < 0) continue;
+    statuses[key] = saturatingCast<unsigned>(static_cast<double>(*status));
+  }
+  applyReviewStatuses(statuses);
+}
+
+std::shared_ptr<const KVStringGroup> KVLocaleStrings::setReviewStatus(const std::string& key,
+                                                                      unsigned status) {
+  applyReviewStatuses({{key, status}});
+  if (status != KVStringStatusAccepted && status != KVStringStatusRejected) {
+    acceptedStrings_.erase(key);
+    rejectedStrings_.erase(key);
+  }
+  LookupGuard guard;
+  for (const Snapshot* snapshot : {dirty_.get(), loaded_.get()}) {
+    if (snapshot == nullptr) continue;
+    if (const auto found = snapshot->groups.find(key); found != snapshot->groups.end()) {
+      return found->second;
     }
-    if (group) group->status = status;
-    if (const auto edited = dirty.find(key); edited != dirty.end() && edited->second) {
-      edited->second->status = status;
-      group = edited->second;
+  }
+  return nullptr;
+}
+
+void KVLocaleStrings::applyReviewStatuses(const std::map<std::string, unsigned>& statuses) {
+  // Each snapshot is copied only when one of its groups changes; the edited group, when there
+  // is one, is the one the review decision holds.
+  const auto restamp = [&statuses](const Snapshot* snapshot,
+                                   std::map<std::string, std::shared_ptr<KVStringGroup>>& decided) {
+    if (snapshot == nullptr) return std::optional<KVStringGroups>();
+    std::optional<KVStringGroups> changed;
+    for (const auto& [key, status] : statuses) {
+      const auto found = snapshot->groups.find(key);
+      if (found == snapshot->groups.end() || !found->second) continue;
+      if (!changed) changed = snapshot->groups;
+      auto copy = found->second->copy();
+      for (const auto& [name, form] : copy->pluralForms) form->group = copy;
+      copy->status = status;
+      (*changed)[key] = copy;
+      decided[key] = std::move(copy);
     }
-    if (!group) continue;
-    if (status == KVStringStatusAccepted) acceptedStrings_[group->key] = group;
-    if (status == KVStringStatusRejected) rejectedStrings_[group->key] = group;
+    return changed;
+  };
+  std::map<std::string, std::shared_ptr<KVStringGroup>> decided;
+  if (auto loaded = restamp(loaded_.owner().get(), decided)) setLoadedStrings(std::move(*loaded));
+  if (auto dirty = restamp(dirty_.owner().get(), decided)) setDirtyStrings(std::move(*dirty));
+  for (auto& [key, group] : decided) {
+    if (group->status == KVStringStatusAccepted) {
+      rejectedStrings_.erase(group->key);
+      acceptedStrings_[group->key] = group;
+    }
+    if (group->status == KVStringStatusRejected) {
+      acceptedStrings_.erase(group->key);
+      rejectedStrings_[group->key] = group;
+    }
   }
 }
 

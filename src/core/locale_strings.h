@@ -3,7 +3,9 @@
 //
 // Lookups (by key and by displayed text) may come from any thread while the main thread
 // reloads or edits: the loaded and the edited strings are immutable snapshots, each with an
-// index by matching key, published atomically. Everything else is for the main thread.
+// index by matching key, published atomically; what a lookup hands out is const. A change of
+// review status or text copies the group and publishes a new snapshot. Everything else is for
+// the main thread.
 #pragma once
 
 #include <functional>
@@ -48,7 +50,8 @@ class KVLocaleStrings {
   // The XLIFF file of this locale shipped in the app's bundle, if any.
   std::optional<std::string> packagedFilePath() const;
 
-  // Main thread. The strings read from files; null until a load found some.
+  // Main thread. The strings read from files; null until a load found some. Published: copy a
+  // group before changing it.
   std::shared_ptr<const KVStringGroups> loadedStrings() const;
   void setLoadedStrings(KVStringGroups groups);
   // Main thread. The strings edited on this device and not yet sent.
@@ -65,9 +68,9 @@ class KVLocaleStrings {
 
   // Any thread. The edited group while editing is enabled and the key was edited, else the
   // loaded group.
-  std::shared_ptr<KVStringGroup> kolvaneStringGroupForKey(std::string_view key) const;
-  std::shared_ptr<KVString> kolvaneStringForKey(std::string_view key,
-                                                const std::optional<std::string>& plural) const;
+  std::shared_ptr<const KVStringGroup> kolvaneStringGroupForKey(std::string_view key) const;
+  std::shared_ptr<const KVString> kolvaneStringForKey(
+      std::string_view key, const std::optional<std::string>& plural) const;
   std::optional<std::u16string> localizedStringForKey(std::string_view key) const;
   std::optional<std::u16string> localizedStringForKey(
       std::string_view key, const std::optional<std::string>& plural) const;
@@ -76,7 +79,7 @@ class KVLocaleStrings {
   static std::shared_ptr<KVString> findLocalizedString(std::u16string_view hash,
                                                        const KVStringGroups& groups);
   // Any thread. By matching key, through the index: the edited strings first, then the loaded.
-  std::shared_ptr<KVString> kolvaneStringForLocalizedString(std::u16string_view hash) const;
+  std::shared_ptr<const KVString> kolvaneStringForLocalizedString(std::u16string_view hash) const;
 
   // Main thread. Indexes the loaded plain texts of keys shaped like interface-file keys
   // (holding "." and "-"). Nothing in the runtime calls it; hosts may.
@@ -86,6 +89,10 @@ class KVLocaleStrings {
   // Main thread. Writes the edited strings to the edited file and the review decisions to the
   // user defaults ("KVStatuses").
   void saveDirty();
+  // Main thread. Gives the group of `key` the review status `status` (accepted and rejected
+  // groups are kept in their maps, any other status leaves both) and returns the group now
+  // published; none when the store has no such key.
+  std::shared_ptr<const KVStringGroup> setReviewStatus(const std::string& key, unsigned status);
   void clearDirtyStrings();
   void clearDirtyStatuses();
   void loadDirtyStatuses();
@@ -98,8 +105,8 @@ class KVLocaleStrings {
   std::optional<double> lastDownloadDate() const;
 
  private:
-  // The groups of a snapshot are not changed once it is published (their status and reject
-  // fields aside); edits publish a new snapshot. The indexes below rely on it.
+  // The groups of a snapshot are never changed once it is published; edits and review
+  // decisions publish a new snapshot. The indexes below rely on it.
   struct Snapshot {
     explicit Snapshot(KVStringGroups strings);
     struct Entry {
@@ -111,8 +118,8 @@ class KVLocaleStrings {
     std::unordered_map<std::string_view, Entry, KVStringHash, std::equal_to<>> byKey;
     // By matching key, for the reviewer's touches. Keys view the forms' own texts. Built on
     // the first reverse lookup, so an app whose users never review pays nothing for it.
-    using HashIndex = std::unordered_map<std::u16string_view, std::shared_ptr<KVString>, KVTextHash,
-                                         std::equal_to<>>;
+    using HashIndex = std::unordered_map<std::u16string_view, std::shared_ptr<const KVString>,
+                                         KVTextHash, std::equal_to<>>;
     const HashIndex& byHash() const;
 
    private:
@@ -123,6 +130,9 @@ class KVLocaleStrings {
   // Lookups without taking references; the caller holds a LookupGuard.
   const Snapshot::Entry* entryForKey(std::string_view key) const;
   const KVString* formForKey(std::string_view key, std::string_view plural, bool named) const;
+  // Publishes the loaded and edited snapshots again with `statuses` (key to status) applied
+  // to copies of their groups, and keeps accepted and rejected groups in their maps.
+  void applyReviewStatuses(const std::map<std::string, unsigned>& statuses);
 
   Locale locale_;
   PublishedPtr<const Snapshot> loaded_;

@@ -61,7 +61,7 @@ std::u16string KolvaneLocalizedStringForKey(const Bundle& self, std::string_view
   return kv_stringWithCues(platformText);
 }
 
-std::shared_ptr<KVString> KVMainController::kolvaneStringForLocalizedString(
+std::shared_ptr<const KVString> KVMainController::kolvaneStringForLocalizedString(
     std::u16string_view text) const {
   const std::u16string hash = Platform::current().textServices().lowercase(withOuterCues(text));
   LookupGuard guard;
@@ -72,7 +72,7 @@ std::shared_ptr<KVString> KVMainController::kolvaneStringForLocalizedString(
   return base ? base->kolvaneStringForLocalizedString(hash) : nullptr;
 }
 
-std::shared_ptr<KVString> KVMainController::kolvaneStringWithNonNestedString(
+std::shared_ptr<const KVString> KVMainController::kolvaneStringWithNonNestedString(
     std::u16string_view text, std::optional<std::vector<KVArgumentValue>>* values) const {
   static const std::u16string kEmptiedArgument{kv_beginCue, kv_endCue};
   const bool valuesInUse = values != nullptr && values->has_value();

@@ -169,7 +169,8 @@ KVXliffContext KVMainController::xliffContext() const {
     context.phaseName = step->uid;
     context.processName = step->name;
   }
-  context.sourceForm = [base = baseLocaleStrings()](const KVString& form) {
+  context.sourceForm =
+      [base = baseLocaleStrings()](const KVString& form) -> std::shared_ptr<const KVString> {
     return base ? base->kolvaneStringForKey(form.key, form.pluralForm) : nullptr;
   };
   return context;

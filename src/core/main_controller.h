@@ -57,11 +57,11 @@ class KVMainController {
 
   // The record whose matching key is `text` (cues added at either end when missing,
   // lowercased): the shown locale's store first, then the base store.
-  std::shared_ptr<KVString> kolvaneStringForLocalizedString(std::u16string_view text) const;
+  std::shared_ptr<const KVString> kolvaneStringForLocalizedString(std::u16string_view text) const;
   // Finds the record of a text whose nested strings were replaced by empty markers, and
   // collects its argument values in `values`: the literal argument texts and, for each empty
   // marker, the next of the values `values` held on entry.
-  std::shared_ptr<KVString> kolvaneStringWithNonNestedString(
+  std::shared_ptr<const KVString> kolvaneStringWithNonNestedString(
       std::u16string_view text, std::optional<std::vector<KVArgumentValue>>* values) const;
   // The format of the plural form of `key` for `value`: shown locale, base, then the bundle.
   std::u16string pluralizedStringWithKey(std::string_view key,

@@ -41,6 +41,6 @@ class KVString {
 
 // An argument value of a displayed string: the text shown in place of a specifier, or the
 // record of a string nested there.
-using KVArgumentValue = std::variant<std::u16string, std::shared_ptr<KVString>>;
+using KVArgumentValue = std::variant<std::u16string, std::shared_ptr<const KVString>>;
 
 }  // namespace kolvane

@@ -29,7 +29,7 @@ struct KVXliffContext {
   std::string phaseName;    // the step's uid
   std::string processName;  // the step's name
   // The source-language form of a translated one; none leaves <source> empty.
-  std::function<std::shared_ptr<KVString>(const KVString& form)> sourceForm;
+  std::function<std::shared_ptr<const KVString>(const KVString& form)> sourceForm;
 };
 
 class KVXliffWriter {

@@ -119,6 +119,28 @@ TEST_F(LocaleStringsTest, SavedDecisionsComeBackOnTheRightGroups) {
   EXPECT_EQ(shown()->loadedStrings()->at("c")->status, 1u);
 }
 
+TEST_F(LocaleStringsTest, ReviewDecisionsPublishNewGroupsAndLeaveHandedOutOnesAlone) {
+  writeFile("fr_FR_published.xlf", xliff({{"a", "A"}, {"b", "B"}}));
+  start();
+  const auto before = shown()->kolvaneStringGroupForKey("a");
+  const unsigned statusBefore = before->status;
+  const auto accepted = shown()->setReviewStatus("a", KVStringStatusAccepted);
+  ASSERT_NE(accepted, nullptr);
+  EXPECT_NE(accepted, before);
+  EXPECT_EQ(before->status, statusBefore);
+  EXPECT_EQ(shown()->kolvaneStringGroupForKey("a")->status, KVStringStatusAccepted);
+  EXPECT_EQ(accepted->pluralForms.at("none")->group.lock(), accepted);
+  EXPECT_EQ(shown()->acceptedStrings().at("a"), accepted);
+
+  shown()->setReviewStatus("a", KVStringStatusRejected);
+  EXPECT_THAT(shown()->acceptedStrings(), IsEmpty());
+  EXPECT_EQ(shown()->rejectedStrings().count("a"), 1u);
+  shown()->setReviewStatus("a", 0);
+  EXPECT_THAT(shown()->rejectedStrings(), IsEmpty());
+  EXPECT_EQ(shown()->setReviewStatus("ghost", KVStringStatusAccepted), nullptr);
+  EXPECT_THAT(shown()->acceptedStrings(), IsEmpty());
+}
+
 TEST_F(LocaleStringsTest, SaveDirtyWritesTheEditedFileAndTheDecisions) {
   start();
   auto edited = KVXliffParser::parseXliffData(xliff({{"a", "A2"}, {"b", "B2"}}), 0, nullptr);

@@ -129,7 +129,7 @@ TEST_F(LookupTest, NestedStringCollectsLiteralAndNestedValues) {
   EXPECT_EQ(outer->key, "outer");
   ASSERT_EQ(values->size(), 3u);
   EXPECT_EQ(std::get<std::u16string>((*values)[0]), u"Ann");
-  EXPECT_EQ(std::get<std::shared_ptr<KVString>>((*values)[2]), inner);
+  EXPECT_EQ(std::get<std::shared_ptr<const KVString>>((*values)[2]), inner);
 }
 
 TEST_F(LookupTest, NestedStringWithTooFewValuesLogsEachMissingOne) {

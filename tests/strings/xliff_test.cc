@@ -111,7 +111,7 @@ class XliffWriterTest : public XliffTest {
     context_.targetLanguage = "jm-JM";
     context_.phaseName = "step-7";
     context_.processName = "Review";
-    context_.sourceForm = [this](const KVString& form) -> std::shared_ptr<KVString> {
+    context_.sourceForm = [this](const KVString& form) -> std::shared_ptr<const KVString> {
       const auto found = base_.find(form.key);
       return found != base_.end() ? found->second->stringForPluralForm(form.pluralForm, false)
                                   : nullptr;
