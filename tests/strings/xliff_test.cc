@@ -166,6 +166,13 @@ TEST_F(XliffWriterTest, WhatIsWrittenReadsBackTheSame) {
   }
 }
 
+TEST_F(XliffWriterTest, AnEmptyPlaceholderIsReadButNotWrittenBack) {
+  const auto groups = read(document(unit("e", "empty", "a <ph id=\"1\"></ph> b")));
+  EXPECT_EQ(groups.at("empty")->pluralForms.at("none")->localizedFormat,
+            u"\u200Ba \u2063\u2064 b\u2062");
+  EXPECT_THAT(write(groups), HasSubstr("<target>a  b</target>"));
+}
+
 TEST_F(XliffWriterTest, FormsWithoutUidFailAndAFailedWriteFailsEverything) {
   auto group = std::make_shared<KVStringGroup>();
   auto form = std::make_shared<KVString>();
