@@ -159,6 +159,7 @@ void Server::importContent(const httplib::Request& request, httplib::Response& r
   const auto fail = [&errors](const std::string& hashcode, const std::string& message) {
     errors.push_back({{"stringHashCode", hashcode}, {"messages", {message}}});
   };
+  std::vector<Store::TextPut> accepted;
   for (const auto& unit : *units) {
     const std::string hashcode = hashcodeOf(unit.id);
     if (failing.count(hashcode)) {
@@ -168,9 +169,11 @@ void Server::importContent(const httplib::Request& request, httplib::Response& r
     } else if (workflowOf(*project, unit.phase).empty()) {
       fail(hashcode, "Unknown workflow step " + unit.phase);
     } else {
-      store_.putText(id, locale, unit.id, unit.phase, unit.target, publishedStep(*project));
+      accepted.push_back({unit.id, unit.phase, unit.target});
     }
   }
+  // Acknowledged only once every accepted text is committed.
+  store_.putTexts(id, locale, accepted, publishedStep(*project));
   sendJson(response, 200, envelope({{"translationImportErrors", errors}}));
 }
 

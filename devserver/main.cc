@@ -1,7 +1,7 @@
 // kolvane-devserver: a local translation server for trying the review flow offline and for
 // the SDK's end-to-end tests.
 //   kolvane-devserver [--port N] [--db FILE] [--seed DIR] [--token-lifetime SECONDS]
-//                     [--refresh-lifetime SECONDS]
+//                     [--refresh-lifetime SECONDS] [--test-faults]
 #include <httplib.h>
 #include <signal.h>
 
@@ -11,6 +11,7 @@
 #include <string>
 #include <thread>
 
+#include "base/saturating.h"
 #include "seed.h"
 #include "server.h"
 
@@ -30,36 +31,50 @@ struct CommandLine {
 [[noreturn]] void usage(const std::string& problem) {
   std::cerr << "kolvane-devserver: " << problem
             << "\nusage: kolvane-devserver [--port N] [--db FILE] [--seed DIR]"
-               " [--token-lifetime SECONDS] [--refresh-lifetime SECONDS]\n";
+               " [--token-lifetime SECONDS] [--refresh-lifetime SECONDS] [--test-faults]"
+               " [--redirect-scheme SCHEME]...\n";
   std::exit(2);
 }
 
-double number(const std::string& text, const std::string& flag) {
-  try {
-    std::size_t used = 0;
-    const double value = std::stod(text, &used);
-    if (used == text.size() && value >= 0) return value;
-  } catch (const std::exception&) {
+// A whole number from `lowest` to `highest`; anything else stops with a usage error.
+long long number(const std::string& text, const std::string& flag, long long lowest,
+                 long long highest) {
+  const auto value = kolvane::saturatingIntegerFromText(text);
+  if (!value) usage(flag + " needs a number, not \"" + text + "\"");
+  if (*value < lowest || *value > highest) {
+    usage(flag + " must be from " + std::to_string(lowest) + " to " + std::to_string(highest) +
+          ", not " + text);
   }
-  usage(flag + " needs a number, not \"" + text + "\"");
+  return *value;
 }
+
+// A century: long enough for any test, small enough that no date overflows.
+constexpr long long kLongestLifetime = 100LL * 365 * 24 * 3600;
 
 CommandLine parse(int argc, char** argv) {
   CommandLine line;
   for (int i = 1; i < argc; ++i) {
     const std::string flag = argv[i];
+    if (flag == "--test-faults") {
+      line.options.faultsEnabled = true;
+      continue;
+    }
     if (i + 1 >= argc) usage(flag + " needs a value");
+    if (flag == "--redirect-scheme") {
+      line.options.redirectSchemes.insert(argv[++i]);
+      continue;
+    }
     const std::string value = argv[++i];
     if (flag == "--port")
-      line.port = static_cast<int>(number(value, flag));
+      line.port = static_cast<int>(number(value, flag, 0, 65535));
     else if (flag == "--db")
       line.db = value;
     else if (flag == "--seed")
       line.seed = value;
     else if (flag == "--token-lifetime")
-      line.options.tokenLifetime = number(value, flag);
+      line.options.tokenLifetime = number(value, flag, 1, kLongestLifetime);
     else if (flag == "--refresh-lifetime")
-      line.options.refreshLifetime = number(value, flag);
+      line.options.refreshLifetime = number(value, flag, 1, kLongestLifetime);
     else
       usage("unknown option " + flag);
   }
@@ -82,6 +97,15 @@ int main(int argc, char** argv) {
       devserver::loadSeed(store, line.seed.empty() ? KOLVANE_DEMO_SEED : line.seed);
     }
     httplib::Server http;
+    // Deadlines and limits, so that slow or huge requests cannot take the server from others:
+    // a client must send something every two seconds, one request per connection, bodies up to
+    // 16 MiB (refused from their Content-Length, before any byte is read), and enough workers
+    // that a handful of stalled clients leaves the rest served.
+    http.set_read_timeout(2);
+    http.set_write_timeout(10);
+    http.set_keep_alive_max_count(1);
+    http.set_payload_max_length(16u << 20);
+    http.new_task_queue = [] { return new httplib::ThreadPool(32); };
     devserver::Server server(store, line.options);
     server.install(http);
     const int port = line.port == 0 ? http.bind_to_any_port("127.0.0.1")

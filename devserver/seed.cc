@@ -32,11 +32,12 @@ void loadSeed(Store& store, const std::string& folder) {
     const std::string path = folder + "/" + locale.get<std::string>() + ".xlf";
     const auto units = readXliff(readFile(path));
     if (!units) throw std::runtime_error(path + " is not XLIFF");
+    std::vector<Store::TextPut> texts;
     for (const auto& unit : *units) {
       store.putUnit(project, {unit.id, hashcodeOf(unit.id), unit.resname});
-      store.putText(project, locale, unit.id, unit.phase.empty() ? published : unit.phase,
-                    unit.target, published);
+      texts.push_back({unit.id, unit.phase.empty() ? published : unit.phase, unit.target});
     }
+    store.putTexts(project, locale, texts, published);
   }
 }
 

@@ -21,6 +21,28 @@ void sendError(httplib::Response& response, int status, const std::string& code,
            {{"response", {{"code", code}, {"errors", {{{"code", code}, {"message", message}}}}}}});
 }
 
+namespace {
+
+// The code and words of an error answer the routes did not write themselves.
+std::pair<const char*, const char*> errorWords(int status) {
+  switch (status) {
+    case 400:
+      return {"BAD_REQUEST", "The request could not be understood"};
+    case 404:
+      return {"NOT_FOUND", "No such resource"};
+    case 408:
+      return {"TIMEOUT", "The request took too long to arrive"};
+    case 413:
+      return {"TOO_LARGE", "The request body is larger than the server takes"};
+    case 414:
+      return {"TOO_LARGE", "The request line is too long"};
+    default:
+      return {"ERROR", "The request failed"};
+  }
+}
+
+}  // namespace
+
 double now() {
   return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
 }
@@ -49,12 +71,12 @@ void Server::install(httplib::Server& http) {
       });
   http.set_error_handler([](const httplib::Request&, httplib::Response& response) {
     if (!response.body.empty()) return;
-    sendError(response, response.status, response.status == 404 ? "NOT_FOUND" : "ERROR",
-              "No such resource");
+    const auto [code, message] = errorWords(response.status);
+    sendError(response, response.status, code, message);
   });
   installSignOn(http);
   installApi(http);
-  installFaults(http);
+  if (options_.faultsEnabled) installFaults(http);
 }
 
 void Server::installFaults(httplib::Server& http) {

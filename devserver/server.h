@@ -15,8 +15,11 @@
 namespace devserver {
 
 struct Options {
-  double tokenLifetime = 300;     // seconds an access token lives
-  double refreshLifetime = 1800;  // seconds a refresh token lives
+  long long tokenLifetime = 300;     // seconds an access token lives
+  long long refreshLifetime = 1800;  // seconds a refresh token lives
+  bool faultsEnabled = false;        // /_dev/faults answers only when started for tests
+  // The app schemes sign-on may redirect to, besides loopback addresses.
+  std::set<std::string> redirectSchemes{"kolvane"};
 };
 
 // What the fault switch makes the server do to requests whose path starts with `path`.

@@ -1,4 +1,8 @@
 // The sign-on endpoints: the authorisation page, the token exchange and logout.
+#include <cctype>
+#include <set>
+#include <string_view>
+
 #include "server.h"
 #include "tokens.h"
 
@@ -38,6 +42,24 @@ std::string loginPage(const httplib::Request& request, const std::string& messag
          "<button type=\"submit\">Sign in</button></form></body></html>\n";
 }
 
+// The codes go only to the app itself: its registered scheme, or a loopback address on any
+// port (RFC 8252), and never with characters that could split the Location header.
+bool acceptedRedirect(const std::string& redirect, const std::set<std::string>& schemes) {
+  if (redirect.empty()) return false;
+  for (unsigned char c : redirect) {
+    if (c < 0x21 || c == 0x7f) return false;
+  }
+  for (const std::string& scheme : schemes) {
+    if (redirect.rfind(scheme + ":", 0) == 0) return true;
+  }
+  constexpr std::string_view kLoopback = "http://127.0.0.1:";
+  if (redirect.rfind(kLoopback, 0) != 0) return false;
+  std::size_t at = kLoopback.size();
+  const std::size_t digits = at;
+  while (at < redirect.size() && std::isdigit(static_cast<unsigned char>(redirect[at]))) ++at;
+  return at > digits && at - digits <= 5 && (at == redirect.size() || redirect[at] == '/');
+}
+
 }  // namespace
 
 nlohmann::json Server::tokenAnswer(const std::string& username) {
@@ -48,17 +70,19 @@ nlohmann::json Server::tokenAnswer(const std::string& username) {
                                  {"email", user.value("email", "")},
                                  {"preferred_username", username},
                                  {"iat", static_cast<long long>(issued)},
-                                 {"exp", static_cast<long long>(issued + options_.tokenLifetime)},
+                                 {"exp", static_cast<long long>(issued) + options_.tokenLifetime},
                                  {"jti", randomHex(8)}};
   const std::string access = makeJwt(claims);
   const std::string refresh = randomHex(24);
-  store_.putGrant("access", access, {username, issued + options_.tokenLifetime});
-  store_.putGrant("refresh", refresh, {username, issued + options_.refreshLifetime});
+  store_.putGrant("access", access,
+                  {username, issued + static_cast<double>(options_.tokenLifetime)});
+  store_.putGrant("refresh", refresh,
+                  {username, issued + static_cast<double>(options_.refreshLifetime)});
   return {{"access_token", access},
           {"refresh_token", refresh},
           {"token_type", "Bearer"},
-          {"expires_in", static_cast<long long>(options_.tokenLifetime)},
-          {"refresh_expires_in", static_cast<long long>(options_.refreshLifetime)},
+          {"expires_in", options_.tokenLifetime},
+          {"refresh_expires_in", options_.refreshLifetime},
           {"uid", user.value("uid", username)}};
 }
 
@@ -76,8 +100,9 @@ void Server::installSignOn(httplib::Server& http) {
       return;
     }
     const std::string redirect = request.get_param_value("redirect_uri");
-    if (redirect.empty()) {
-      return sendError(response, 400, "INVALID_REQUEST", "redirect_uri is missing");
+    if (!acceptedRedirect(redirect, options_.redirectSchemes)) {
+      return sendError(response, 400, "INVALID_REQUEST",
+                       "redirect_uri must be the app's scheme or http://127.0.0.1:<port>/");
     }
     const std::string code = randomHex(16);
     store_.putGrant("code", code, {request.get_param_value("username"), now() + 60});
@@ -92,11 +117,11 @@ void Server::installSignOn(httplib::Server& http) {
     }
     const char* kind = refresh ? "refresh" : "code";
     const std::string value = request.get_param_value(refresh ? "refresh_token" : "code");
-    const auto grant = store_.grant(kind, value);
+    // Codes and refresh tokens are used once: taking one removes it.
+    const auto grant = store_.takeGrant(kind, value);
     if (!grant || grant->expires < now()) {
       return sendError(response, 400, "INVALID_GRANT", "The code or refresh token is not valid");
     }
-    store_.removeGrant(kind, value);  // codes and refresh tokens are used once
     sendJson(response, 200, tokenAnswer(grant->username));
   });
   http.Get(realm + "/logout", [this](const httplib::Request& request, httplib::Response& response) {

@@ -1,5 +1,6 @@
 #include "store.h"
 
+#include <chrono>
 #include <stdexcept>
 
 namespace devserver {
@@ -62,6 +63,23 @@ void Store::execute(const char* sql) {
   }
 }
 
+// BEGIN IMMEDIATE ... COMMIT around a group of writes; rolled back when left by an exception.
+class Store::Transaction {
+ public:
+  explicit Transaction(Store& store) : store_(store) { store_.execute("BEGIN IMMEDIATE"); }
+  ~Transaction() {
+    if (!committed_) sqlite3_exec(store_.db_, "ROLLBACK", nullptr, nullptr, nullptr);
+  }
+  void commit() {
+    store_.execute("COMMIT");
+    committed_ = true;
+  }
+
+ private:
+  Store& store_;
+  bool committed_ = false;
+};
+
 bool Store::hasProjects() {
   std::lock_guard lock(mutex_);
   return Statement(db_, "SELECT 1 FROM projects LIMIT 1", {}).step();
@@ -117,18 +135,22 @@ std::optional<Unit> Store::unit(const std::string& project, const std::string& i
   return Unit{query.text(0), query.text(1), query.text(2)};
 }
 
-void Store::putText(const std::string& project, const std::string& locale,
-                    const std::string& unitId, const std::string& step, const std::string& target,
-                    const std::string& publishedStep) {
+void Store::putTexts(const std::string& project, const std::string& locale,
+                     const std::vector<TextPut>& texts, const std::string& publishedStep) {
   std::lock_guard lock(mutex_);
-  if (step != publishedStep) {
-    Statement(db_, "DELETE FROM texts WHERE project = ? AND locale = ? AND unit = ? AND step != ?",
-              {project, locale, unitId, publishedStep})
+  Transaction transaction(*this);
+  for (const auto& [unitId, step, target] : texts) {
+    if (step != publishedStep) {
+      Statement(db_,
+                "DELETE FROM texts WHERE project = ? AND locale = ? AND unit = ? AND step != ?",
+                {project, locale, unitId, publishedStep})
+          .step();
+    }
+    Statement(db_, "INSERT OR REPLACE INTO texts VALUES(?, ?, ?, ?, ?)",
+              {project, locale, unitId, step, target})
         .step();
   }
-  Statement(db_, "INSERT OR REPLACE INTO texts VALUES(?, ?, ?, ?, ?)",
-            {project, locale, unitId, step, target})
-      .step();
+  transaction.commit();
 }
 
 std::vector<Text> Store::textsInStep(const std::string& project, const std::string& locale,
@@ -149,6 +171,12 @@ std::vector<Text> Store::textsInStep(const std::string& project, const std::stri
 std::optional<std::string> Store::textOf(const std::string& project, const std::string& locale,
                                          const std::string& unitId, const std::string& step) {
   std::lock_guard lock(mutex_);
+  return textOfLocked(project, locale, unitId, step);
+}
+
+std::optional<std::string> Store::textOfLocked(const std::string& project,
+                                               const std::string& locale, const std::string& unitId,
+                                               const std::string& step) {
   Statement query(
       db_, "SELECT target FROM texts WHERE project = ? AND locale = ? AND unit = ? AND step = ?",
       {project, locale, unitId, step});
@@ -158,20 +186,28 @@ std::optional<std::string> Store::textOf(const std::string& project, const std::
 
 bool Store::moveText(const std::string& project, const std::string& locale,
                      const std::string& unitId, const std::string& from, const std::string& to) {
-  const auto target = textOf(project, locale, unitId, from);
-  if (!target) return false;
   std::lock_guard lock(mutex_);
+  const auto target = textOfLocked(project, locale, unitId, from);
+  if (!target) return false;
+  Transaction transaction(*this);
   Statement(db_, "DELETE FROM texts WHERE project = ? AND locale = ? AND unit = ? AND step = ?",
             {project, locale, unitId, from})
       .step();
   Statement(db_, "INSERT OR REPLACE INTO texts VALUES(?, ?, ?, ?, ?)",
             {project, locale, unitId, to, *target})
       .step();
+  transaction.commit();
   return true;
 }
 
 void Store::putGrant(const std::string& kind, const std::string& value, const Grant& grant) {
   std::lock_guard lock(mutex_);
+  // Expired grants go as new ones come, so the table holds only live ones.
+  Statement purge(db_, "DELETE FROM grants WHERE expires < ?", {});
+  purge.bindNumber(
+      1,
+      std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count());
+  purge.step();
   Statement insert(db_, "INSERT OR REPLACE INTO grants VALUES(?, ?, ?, ?)",
                    {kind, value, grant.username});
   insert.bindNumber(4, grant.expires);
@@ -184,6 +220,16 @@ std::optional<Grant> Store::grant(const std::string& kind, const std::string& va
                   {kind, value});
   if (!query.step()) return std::nullopt;
   return Grant{query.text(0), query.number(1)};
+}
+
+std::optional<Grant> Store::takeGrant(const std::string& kind, const std::string& value) {
+  std::lock_guard lock(mutex_);
+  Statement query(db_, "SELECT username, expires FROM grants WHERE kind = ? AND value = ?",
+                  {kind, value});
+  if (!query.step()) return std::nullopt;
+  Grant taken{query.text(0), query.number(1)};
+  Statement(db_, "DELETE FROM grants WHERE kind = ? AND value = ?", {kind, value}).step();
+  return taken;
 }
 
 void Store::removeGrant(const std::string& kind, const std::string& value) {

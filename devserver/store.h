@@ -48,21 +48,30 @@ class Store {
   std::vector<Unit> unitsOfHashcode(const std::string& project, const std::string& hashcode);
   std::optional<Unit> unit(const std::string& project, const std::string& id);
 
-  // Puts the text of a unit in a step; a unit is pending in one step at a time, so its texts in
-  // other pending steps go. `publishedStep` is the project's last step.
-  void putText(const std::string& project, const std::string& locale, const std::string& unitId,
-               const std::string& step, const std::string& target,
-               const std::string& publishedStep);
+  // Puts the texts of units in steps, all or none in one transaction; a unit is pending in one
+  // step at a time, so its texts in other pending steps go. `publishedStep` is the project's
+  // last step.
+  struct TextPut {
+    std::string unitId;
+    std::string step;
+    std::string target;
+  };
+  void putTexts(const std::string& project, const std::string& locale,
+                const std::vector<TextPut>& texts, const std::string& publishedStep);
   std::vector<Text> textsInStep(const std::string& project, const std::string& locale,
                                 const std::string& step);
   std::optional<std::string> textOf(const std::string& project, const std::string& locale,
                                     const std::string& unitId, const std::string& step);
-  // Moves the unit's text from one step to another (replacing what is there).
+  // Moves the unit's text from one step to another (replacing what is there), in one
+  // transaction.
   bool moveText(const std::string& project, const std::string& locale, const std::string& unitId,
                 const std::string& from, const std::string& to);
 
+  // Also forgets every grant that has expired.
   void putGrant(const std::string& kind, const std::string& value, const Grant& grant);
   std::optional<Grant> grant(const std::string& kind, const std::string& value);
+  // Finds and removes the grant in one step, so that it is redeemed once however many ask.
+  std::optional<Grant> takeGrant(const std::string& kind, const std::string& value);
   void removeGrant(const std::string& kind, const std::string& value);
 
   void addIssue(const std::string& project, const nlohmann::json& issue);
@@ -70,7 +79,10 @@ class Store {
 
  private:
   class Statement;
+  class Transaction;
   void execute(const char* sql);
+  std::optional<std::string> textOfLocked(const std::string& project, const std::string& locale,
+                                          const std::string& unitId, const std::string& step);
 
   std::mutex mutex_;
   sqlite3* db_ = nullptr;

@@ -21,15 +21,6 @@ bool named(xmlNode* node, const char* name) {
          std::strcmp(reinterpret_cast<const char*>(node->name), name) == 0;
 }
 
-std::string innerXml(xmlDoc* doc, xmlNode* node) {
-  std::unique_ptr<xmlBuffer, decltype(&xmlBufferFree)> buffer(xmlBufferCreate(), &xmlBufferFree);
-  for (xmlNode* child = node->children; child; child = child->next) {
-    xmlNodeDump(buffer.get(), doc, child, 0, 0);
-  }
-  return std::string(reinterpret_cast<const char*>(xmlBufferContent(buffer.get())),
-                     xmlBufferLength(buffer.get()));
-}
-
 // Every element below `node`, depth first, in document order.
 template <typename Visit>
 void walk(xmlNode* node, Visit& visit) {
@@ -63,6 +54,24 @@ std::string escaped(const std::string& text) {
   return out;
 }
 
+// The target as this server stores it: its text, escaped, with each placeholder as a plain
+// <ph id="..."> element. Markup of any other kind (foreign elements, namespace prefixes) keeps
+// only its text, so that nothing an upload carries can break a later export.
+std::string canonicalContent(xmlNode* node) {
+  std::string out;
+  for (xmlNode* child = node->children; child; child = child->next) {
+    if (child->type == XML_TEXT_NODE || child->type == XML_CDATA_SECTION_NODE) {
+      out += escaped(reinterpret_cast<const char*>(child->content ? child->content : BAD_CAST ""));
+    } else if (child->type == XML_ELEMENT_NODE && child->ns == nullptr && named(child, "ph")) {
+      out +=
+          "<ph id=\"" + escaped(attribute(child, "id")) + "\">" + canonicalContent(child) + "</ph>";
+    } else if (child->type == XML_ELEMENT_NODE) {
+      out += canonicalContent(child);
+    }
+  }
+  return out;
+}
+
 }  // namespace
 
 std::optional<std::vector<XliffUnit>> readXliff(std::string_view bytes) {
@@ -70,7 +79,8 @@ std::optional<std::vector<XliffUnit>> readXliff(std::string_view bytes) {
       xmlReadMemory(bytes.data(), static_cast<int>(bytes.size()), "upload.xlf", nullptr,
                     XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING),
       &xmlFreeDoc);
-  if (!doc) return std::nullopt;
+  // A document type of its own could define entities that no later reader knows.
+  if (!doc || doc->intSubset != nullptr) return std::nullopt;
   std::vector<XliffUnit> units;
   std::string headerPhase;
   auto visit = [&](xmlNode* node) {
@@ -79,7 +89,7 @@ std::optional<std::vector<XliffUnit>> readXliff(std::string_view bytes) {
     XliffUnit unit{attribute(node, "id"), attribute(node, "resname"), attribute(node, "phase-name"),
                    ""};
     for (xmlNode* child = node->children; child; child = child->next) {
-      if (named(child, "target")) unit.target = innerXml(doc.get(), child);
+      if (named(child, "target")) unit.target = canonicalContent(child);
     }
     units.push_back(std::move(unit));
   };

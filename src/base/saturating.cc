@@ -23,7 +23,7 @@ std::optional<long long> saturatingInteger(const nlohmann::json& value) {
   return std::nullopt;
 }
 
-std::optional<long long> saturatingInteger(std::string_view text) {
+std::optional<long long> saturatingIntegerFromText(std::string_view text) {
   if (text.empty() || std::isspace(static_cast<unsigned char>(text.front()))) return std::nullopt;
   long long whole = 0;
   const char* end = text.data() + text.size();

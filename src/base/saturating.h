@@ -29,6 +29,6 @@ std::optional<long long> saturatingInteger(const nlohmann::json& value);
 
 // Decimal text (an integer or a floating-point number, "inf" included) as a saturated integer;
 // none when the whole text is not a number, or is NaN.
-std::optional<long long> saturatingInteger(std::string_view text);
+std::optional<long long> saturatingIntegerFromText(std::string_view text);
 
 }  // namespace kolvane

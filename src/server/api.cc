@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "base/log.h"
+#include "base/saturating.h"
 #include "base/utf.h"
 #include "core/locale_identifiers.h"
 #include "core/main_controller.h"
@@ -79,8 +80,7 @@ bool hasNumber(const nlohmann::json& answer, const char* key) {
 
 // The lifetime read as whole seconds; out-of-range values saturate.
 double lifetime(const nlohmann::json& value) {
-  constexpr double kLimit = 9.0e18;
-  return std::trunc(std::clamp(value.get<double>(), -kLimit, kLimit));
+  return static_cast<double>(saturatingCast<long long>(value.get<double>()));
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "base/log.h"
+#include "base/saturating.h"
 #include "base/utf.h"
 #include "core/main_controller.h"
 #include "server/api.h"
@@ -33,8 +34,7 @@ std::optional<std::string> textField(const nlohmann::json& record, const char* k
 
 // The number read as an integer, as the expiry check does; out-of-range values saturate.
 double wholeSeconds(double value) {
-  constexpr double kLimit = 9.0e18;
-  return std::trunc(std::clamp(value, -kLimit, kLimit));
+  return static_cast<double>(saturatingCast<long long>(value));
 }
 
 bool isBase64Text(std::string_view text) {

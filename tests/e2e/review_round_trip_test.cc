@@ -254,7 +254,7 @@ TEST(DevServerTest, StateSurvivesARestartWithAFileAndBadRequestsGetEnvelopes) {
     EXPECT_EQ(missing.status, 404);
     EXPECT_THAT(missing.body, HasSubstr(R"("errors")"));
     const auto login = testing::directRequest(
-        "POST", server.baseUrl() + kRealm + "/auth?redirect_uri=x://login/",
+        "POST", server.baseUrl() + kRealm + "/auth?redirect_uri=kolvane-test://login/",
         "username=reviewer&password=reviewer", "application/x-www-form-urlencoded");
     ASSERT_EQ(login.status, 302);
     const std::string code = login.location.substr(login.location.find("code=") + 5);

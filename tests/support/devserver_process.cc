@@ -21,7 +21,8 @@ DevServerProcess::DevServerProcess(std::vector<std::string> arguments) {
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
   posix_spawn_file_actions_addclose(&actions, output[0]);
-  arguments.insert(arguments.begin(), KOLVANE_DEVSERVER);
+  arguments.insert(arguments.begin(),
+                   {KOLVANE_DEVSERVER, "--test-faults", "--redirect-scheme", "kolvane-test"});
   std::vector<char*> argv;
   for (auto& argument : arguments) argv.push_back(argument.data());
   argv.push_back(nullptr);
@@ -65,12 +66,15 @@ size_t collect(char* data, size_t size, size_t count, void* body) {
 }  // namespace
 
 DirectAnswer directRequest(const std::string& method, const std::string& url,
-                           const std::string& body, const std::string& contentType) {
+                           const std::string& body, const std::string& contentType,
+                           const std::vector<std::string>& extraHeaders) {
   DirectAnswer answer;
   CURL* easy = curl_easy_init();
   curl_slist* headers = nullptr;
   if (!contentType.empty())
     headers = curl_slist_append(headers, ("Content-Type: " + contentType).c_str());
+  for (const std::string& header : extraHeaders)
+    headers = curl_slist_append(headers, header.c_str());
   curl_easy_setopt(easy, CURLOPT_URL, url.c_str());
   curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, method.c_str());
   if (method != "GET") {

@@ -34,6 +34,7 @@ struct DirectAnswer {
   std::string location;
 };
 DirectAnswer directRequest(const std::string& method, const std::string& url,
-                           const std::string& body = {}, const std::string& contentType = {});
+                           const std::string& body = {}, const std::string& contentType = {},
+                           const std::vector<std::string>& extraHeaders = {});
 
 }  // namespace kolvane::testing

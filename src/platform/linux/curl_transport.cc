@@ -1,5 +1,7 @@
 #include "platform/linux/curl_transport.h"
 
+#include "base/saturating.h"
+
 #include <curl/curl.h>
 
 #include <algorithm>
@@ -87,7 +89,7 @@ struct CurlTransport::Exchange {
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
     curl_easy_setopt(easy, CURLOPT_PRIVATE, this);
     const long timeoutMs =
-        request.timeout > 0 ? static_cast<long>(request.timeout * 1000) : kDefaultTimeoutMs;
+        request.timeout > 0 ? saturatingCast<long>(request.timeout * 1000) : kDefaultTimeoutMs;
     curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, std::max(timeoutMs, 1L));
     if (request.method == "GET") {
       curl_easy_setopt(easy, CURLOPT_HTTPGET, 1L);
