@@ -2,7 +2,9 @@
 #include <gtest/gtest.h>
 #include <plist/plist.h>
 
+#include <cstdint>
 #include <cstdlib>
+#include <vector>
 
 #include "platform/linux/property_list.h"
 #include "platform/strings_text_format.h"
@@ -113,6 +115,62 @@ TEST(PropertyListTest, DamagedPropertyListsAreErrors) {
             "not a property list of strings");
   EXPECT_EQ(errorOf("bplist00garbage"), "not a property list of strings");
   EXPECT_EQ(errorOf("<plist><dict><key>a</key>"), "not a property list of strings");
+}
+
+// A binary property list of `count` arrays, each referring `fanOut` times to the next, the last
+// one holding a string; `root` wraps it all in a dictionary under "k".
+std::string chainedBinaryPlist(std::uint32_t count, int fanOut) {
+  std::string bytes = "bplist00";
+  std::vector<std::uint32_t> offsets;
+  const auto put32 = [&bytes](std::uint64_t value, int width) {
+    for (int shift = (width - 1) * 8; shift >= 0; shift -= 8) {
+      bytes += static_cast<char>((value >> shift) & 0xFF);
+    }
+  };
+  // Object 0: {"k": object 2}; object 1: "k"; objects 2...: the arrays; last: "x".
+  offsets.push_back(static_cast<std::uint32_t>(bytes.size()));
+  bytes += '\xD1';
+  put32(1, 4);
+  put32(2, 4);
+  offsets.push_back(static_cast<std::uint32_t>(bytes.size()));
+  bytes += "\x51k";
+  for (std::uint32_t i = 0; i < count; ++i) {
+    offsets.push_back(static_cast<std::uint32_t>(bytes.size()));
+    bytes += static_cast<char>(0xA0 | fanOut);
+    for (int ref = 0; ref < fanOut; ++ref) put32(3 + i, 4);
+  }
+  offsets.push_back(static_cast<std::uint32_t>(bytes.size()));
+  bytes += "\x51x";
+  const std::size_t table = bytes.size();
+  for (std::uint32_t offset : offsets) put32(offset, 4);
+  bytes += std::string(6, '\0');
+  bytes += '\x04';
+  bytes += '\x04';
+  put32(offsets.size(), 8);
+  put32(0, 8);
+  put32(table, 8);
+  return bytes;
+}
+
+TEST(PropertyListTest, NestingAndSharedChildrenAreBoundedBeforeTheLibrarySeesThem) {
+  // Deep enough to overflow the stack of a recursive reader.
+  const std::size_t deep = 300'000;
+  std::string xml = "<?xml version=\"1.0\"?><plist><dict><key>k</key>";
+  for (std::size_t i = 0; i < deep; ++i) xml += "<array>";
+  for (std::size_t i = 0; i < deep; ++i) xml += "</array>";
+  xml += "</dict></plist>";
+  EXPECT_EQ(errorOf(xml), "not a property list of strings");
+  EXPECT_EQ(errorOf(chainedBinaryPlist(deep, 1)), "not a property list of strings");
+  // Forty levels of two shared children each: 2^40 values once expanded.
+  EXPECT_EQ(errorOf(chainedBinaryPlist(40, 2)), "not a property list of strings");
+  // Within bounds, the same shapes read.
+  EXPECT_EQ(tableOf(chainedBinaryPlist(10, 2)).size(), 0u);
+  const std::string cycle = [] {
+    std::string bytes = chainedBinaryPlist(2, 1);
+    bytes[bytes.find('\xA1', 8) + 4] = 2;  // the first array refers to itself
+    return bytes;
+  }();
+  EXPECT_EQ(errorOf(cycle), "not a property list of strings");
 }
 
 }  // namespace

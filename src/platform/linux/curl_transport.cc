@@ -1,11 +1,11 @@
 #include "platform/linux/curl_transport.h"
 
-#include "base/saturating.h"
-
 #include <curl/curl.h>
 
 #include <algorithm>
 #include <string>
+
+#include "base/saturating.h"
 
 namespace kolvane {
 namespace {

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "base/utf.h"
+#include "platform/linux/property_list_bounds.h"
 #include "platform/strings_text_format.h"
 
 namespace kolvane {
@@ -40,7 +41,7 @@ bool looksLikePropertyList(std::string_view bytes) {
 }
 
 std::optional<std::map<std::string, std::string>> readPropertyListStrings(std::string_view bytes) {
-  if (bytes.empty() || bytes.size() > std::numeric_limits<uint32_t>::max()) return std::nullopt;
+  if (bytes.empty() || !propertyListWithinBounds(bytes)) return std::nullopt;
   plist_t raw = nullptr;
   plist_from_memory(bytes.data(), static_cast<uint32_t>(bytes.size()), &raw);
   PlistPtr root(raw);
