@@ -1,5 +1,7 @@
 #include "base/keyed_archive.h"
 
+#include "base/bounded_json.h"
+
 namespace kolvane {
 namespace {
 
@@ -21,7 +23,7 @@ std::string KeyedArchiver::archivedData() const {
 
 std::optional<KeyedUnarchiver> KeyedUnarchiver::forData(std::string_view data,
                                                         std::string_view className) {
-  nlohmann::json root = nlohmann::json::parse(data, nullptr, /*allow_exceptions=*/false);
+  nlohmann::json root = parseBoundedJson(data);
   if (!root.is_object()) return std::nullopt;
   const auto tag = root.find(kClassKey);
   if (tag == root.end() || !tag->is_string() || tag->get_ref<const std::string&>() != className) {

@@ -1,5 +1,6 @@
 #include "server/analytics.h"
 
+#include "base/bounded_json.h"
 #include "base/error.h"
 #include "core/device_name.h"
 #include "core/main_controller.h"
@@ -79,7 +80,7 @@ void KVAnalytics::record(const std::string& name, const Properties& params) {
 void KVAnalytics::loadSavedEvents() {
   Properties loaded = Properties::array();
   if (const auto bytes = Platform::current().fileSystem().readFile(saveFilePath())) {
-    const Properties saved = Properties::parse(*bytes, nullptr, /*allow_exceptions=*/false);
+    const Properties saved = parseBoundedJson<Properties>(*bytes);
     if (saved.is_object()) {
       if (const auto found = saved.find("events"); found != saved.end() && found->is_array()) {
         for (const auto& event : *found) loaded.push_back(event);

@@ -4,6 +4,7 @@
 #include <mutex>
 #include <nlohmann/json.hpp>
 
+#include "base/bounded_json.h"
 #include "kolvane/bundle.h"
 #include "kolvane/platform.h"
 #include "server/deployment_defaults.h"
@@ -22,7 +23,7 @@ KVDeployment readDeployment(const Bundle& bundle) {
   if (!path) return deployment;
   const auto bytes = Platform::current().fileSystem().readFile(*path);
   if (!bytes) return deployment;
-  const nlohmann::json file = nlohmann::json::parse(*bytes, nullptr, /*allow_exceptions=*/false);
+  const nlohmann::json file = parseBoundedJson(*bytes);
   if (!file.is_object()) return deployment;
   overrideFrom(file, "stagingApiUrl", deployment.stagingApiUrl);
   overrideFrom(file, "productionApiUrl", deployment.productionApiUrl);

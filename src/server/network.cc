@@ -2,6 +2,7 @@
 
 #include <random>
 
+#include "base/bounded_json.h"
 #include "kolvane/platform.h"
 #include "server/server_url.h"
 
@@ -182,7 +183,7 @@ KVNetwork::Answer KVNetwork::handleAnswer(long status, std::string_view body,
                                           std::optional<KVError> connectionError) {
   Answer answer{std::move(connectionError), nullptr};
   if (!body.empty()) {
-    nlohmann::json decoded = nlohmann::json::parse(body, nullptr, /*allow_exceptions=*/false);
+    nlohmann::json decoded = parseBoundedJson(body);
     if (decoded.is_object() || decoded.is_array()) {
       answer.value = std::move(decoded);
     } else {

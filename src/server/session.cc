@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cmath>
 
+#include "base/bounded_json.h"
 #include "base/log.h"
 #include "base/saturating.h"
 #include "base/utf.h"
@@ -33,9 +34,7 @@ std::optional<std::string> textField(const nlohmann::json& record, const char* k
 }
 
 // The number read as an integer, as the expiry check does; out-of-range values saturate.
-double wholeSeconds(double value) {
-  return static_cast<double>(saturatingCast<long long>(value));
-}
+double wholeSeconds(double value) { return static_cast<double>(saturatingCast<long long>(value)); }
 
 bool isBase64Text(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) {
@@ -51,8 +50,31 @@ KVSession& KVSession::sharedInstance() {
 }
 
 void KVSession::setToken(nlohmann::json token) {
-  token_ = std::move(token);
+  token_ = keptTokenFields(std::move(token));
   loggedIn_ = !token_.is_null();
+}
+
+nlohmann::json KVSession::keptTokenFields(nlohmann::json token) {
+  if (!token.is_object()) return token;
+  // The record is saved whole in the keychain and read back at every launch: only the
+  // fields the session uses, and only when they are plain texts or numbers.
+  static constexpr std::string_view kKept[] = {"access_token",       "refresh_token",  "token_type",
+                                               "expires_in",         "expires",        "uid",
+                                               "refresh_expires_in", "refresh_expires"};
+  nlohmann::json kept = nlohmann::json::object();
+  for (std::string_view name : kKept) {
+    const auto found = token.find(name);
+    if (found != token.end() && (found->is_string() || found->is_number())) {
+      kept[std::string(name)] = std::move(*found);
+    }
+  }
+  return kept;
+}
+
+std::string KVSession::userName() const {
+  if (!userInfo_.is_object()) return {};
+  const auto found = userInfo_.find("name");
+  return found != userInfo_.end() && found->is_string() ? found->get<std::string>() : "";
 }
 
 bool KVSession::hasFreshToken() const {
@@ -71,7 +93,7 @@ bool KVSession::loadSavedCredentials() {
 bool KVSession::loadCredentialsFromKeychain() {
   if (const auto saved = KVKeychain::loadValueForKey(kTokenKey);
       saved && saved->is_string() && !saved->get<std::string>().empty()) {
-    auto token = nlohmann::json::parse(saved->get<std::string>(), nullptr, false);
+    auto token = parseBoundedJson(saved->get<std::string>());
     // A damaged record counts as no login: every later read expects an object.
     if (token.is_object()) setToken(std::move(token));
   }
@@ -157,7 +179,7 @@ std::optional<nlohmann::json> KVSession::userInfoFromToken(std::string_view toke
   if (!isBase64Text(payload)) return std::nullopt;
   const auto text = kv_stringWithBase64EncodedString(payload);
   if (!text) return std::nullopt;
-  auto claims = nlohmann::json::parse(*text, nullptr, false);
+  auto claims = parseBoundedJson(*text);
   if (claims.is_discarded()) return std::nullopt;
   return claims;
 }

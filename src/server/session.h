@@ -57,6 +57,10 @@ class KVSession {
   const nlohmann::json& token() const { return token_; }
   void setToken(nlohmann::json token);
   const nlohmann::json& userInfo() const { return userInfo_; }  // null when unknown
+  // The "name" claim of the user info when it is a text, else empty.
+  std::string userName() const;
+  // What of a token record is kept: the session's own fields with plain values.
+  static nlohmann::json keptTokenFields(nlohmann::json token);
   const nlohmann::json& projectInfo() const { return projectInfo_; }
   void setProjectInfo(nlohmann::json info) { projectInfo_ = std::move(info); }
   const std::optional<KVWorkflowSteps>& workflows() const { return workflows_; }

@@ -3,6 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
+
 #include "core/locale_strings.h"
 #include "core/workflow_step.h"
 #include "kolvane/kolvane.h"
@@ -66,7 +69,11 @@ TEST_F(MainControllerTest, LoggingLevels) {
   EXPECT_FALSE(controller().debug());
   controller().parseLaunchOptions({{"logging", "2"}});
   EXPECT_FALSE(controller().log());
-  controller().parseLaunchOptions({{"logging", 2}});
+  for (double huge : {1e300, std::numeric_limits<double>::infinity(), std::nan("")}) {
+    controller().parseLaunchOptions({{"logging", huge}});
+    EXPECT_FALSE(controller().log()) << huge;
+  }
+  controller().parseLaunchOptions({{"logging", 2.7}});  // whole part: 2
   EXPECT_TRUE(controller().log());
   EXPECT_TRUE(controller().debug());
 }

@@ -63,6 +63,17 @@ TEST_F(FilesAndDefaultsTest, DamagedDefaultsFileIsSetAsideNotLost) {
   EXPECT_TRUE(defaults.synchronize());
 }
 
+TEST_F(FilesAndDefaultsTest, DeeplyNestedDefaultsAreSetAsideAndTheNextSaveWorks) {
+  const std::string path = folder() + "/defaults.json";
+  const std::string deep = "{\"k\": " + std::string(200'000, '[') + std::string(200'000, ']') + "}";
+  ASSERT_TRUE(writeFileAtomically(path, deep));
+  JsonUserDefaults defaults(path);
+  EXPECT_EQ(defaults.objectForKey("k"), std::nullopt);
+  EXPECT_EQ(readWholeFile(path + ".damaged")->size(), deep.size());
+  defaults.setObject("KVLocale", "fr_FR");
+  EXPECT_TRUE(defaults.synchronize());
+}
+
 TEST_F(FilesAndDefaultsTest, StringsFilesThroughTheFileSystem) {
   PosixFileSystem files;
   ASSERT_TRUE(files.writeFileAtomically(folder() + "/t.strings", "\"k\" = \"v\";"));

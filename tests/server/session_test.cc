@@ -192,6 +192,18 @@ TEST_F(SessionTest, UserInfoFromTheTokenPayload) {
   }
 }
 
+TEST_F(SessionTest, OnlyTheSessionsOwnTokenFieldsAreKeptAndAnOpaqueTokenHasNoName) {
+  nlohmann::json deep = "leaf";
+  for (int i = 0; i < 10'000; ++i) deep = nlohmann::json::array({std::move(deep)});
+  session().setToken({{"access_token", "opaque"},
+                      {"expires", 5},
+                      {"scope", deep},
+                      {"refresh_token", nlohmann::json::object()}});
+  EXPECT_EQ(session().token(), (nlohmann::json{{"access_token", "opaque"}, {"expires", 5}}));
+  EXPECT_EQ(session().userName(), "");
+  EXPECT_EQ(KVSession::userInfoFromToken("opaque"), std::nullopt);
+}
+
 TEST_F(SessionTest, CodeExchangeKeepsAndSavesTheCredentials) {
   const std::string access = "h." + base64Url(R"({"name":"Ana"})") + ".s";
   answerTokens(access);

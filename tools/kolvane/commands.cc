@@ -327,7 +327,7 @@ int runPull(const Arguments& args) {
   if (failure) throw Failure("pull: " + failure->localizedDescription);
   KVMainController::sharedInstance().loadStrings();
   const auto& step = KVMainController::sharedInstance().workflowStep();
-  printJson({{"user", KVSession::sharedInstance().userInfo().value("name", "")},
+  printJson({{"user", KVSession::sharedInstance().userName()},
              {"step", step ? nlohmann::json(step->name) : nlohmann::json()},
              {"published", store->publishedFilePath()},
              {"pending", step ? nlohmann::json(store->pendingFilePath()) : nlohmann::json()},

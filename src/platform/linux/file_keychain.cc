@@ -2,6 +2,7 @@
 
 #include <glib.h>
 
+#include "base/bounded_json.h"
 #include "platform/linux/posix_file_system.h"
 
 namespace kolvane {
@@ -42,7 +43,7 @@ FileKeychain::FileKeychain(std::string path, std::string defaultAccessGroup)
 std::optional<nlohmann::json> FileKeychain::readItems() const {
   const auto text = readWholeFile(path_);
   if (!text) return nlohmann::json::array();  // no file yet: an empty keychain
-  auto items = nlohmann::json::parse(*text, nullptr, false);
+  auto items = parseBoundedJson(*text);
   if (!items.is_array()) return std::nullopt;
   return items;
 }

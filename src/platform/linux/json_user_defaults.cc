@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "base/bounded_json.h"
 #include "platform/linux/posix_file_system.h"
 
 namespace kolvane {
@@ -13,7 +14,7 @@ void JsonUserDefaults::loadIfNeeded() const {
   loaded_ = true;
   const auto bytes = readWholeFile(path_);
   if (!bytes) return;
-  nlohmann::json parsed = nlohmann::json::parse(*bytes, nullptr, /*allow_exceptions=*/false);
+  nlohmann::json parsed = parseBoundedJson(*bytes);
   if (parsed.is_object()) {
     values_ = std::move(parsed);
   } else {
