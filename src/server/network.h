@@ -42,11 +42,13 @@ class KVNetwork {
   // Uploads one file as the multipart field "file"; always authenticated.
   static void postPath(std::string_view path, const std::string& fileAttachment,
                        KVJsonCompletion completion);
-  // GET on the API host, authenticated, whose body is written to `file` whatever the status
-  // (the caller judges the file). The error is the connection's or the write's.
+  // GET on the API host, authenticated, whose body replaces `file` (atomically) when the answer
+  // is 200. Any other status leaves the file as it was and is a "server" error with that
+  // status; otherwise the error is the connection's or the write's.
   static void downloadPath(std::string_view path, const KVParametersJson& parameters,
                            double timeout, const std::string& file, KVErrorCompletion completion);
-  // A plain GET of a full URL; what arrives is also written to `localPath` (best effort).
+  // A plain GET of a full URL; a 200 answer is also written to `localPath` (best effort), any
+  // other status is a "server" error with that status.
   static void downloadFileAtURL(
       const std::string& url, const std::string& localPath,
       std::function<void(std::optional<KVError>, std::string)> completion);

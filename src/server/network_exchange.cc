@@ -2,6 +2,7 @@
 #include <filesystem>
 
 #include "base/log.h"
+#include "server/log_redaction.h"
 #include "server/network.h"
 #include "server/server_url.h"
 #include "server/session.h"
@@ -14,14 +15,19 @@ namespace {
 const KVError kNoServerError{kKVErrorDomainNetwork, kKVErrorCodeNoServerAddress,
                              "No server address for this environment"};
 
-std::string headersText(const KVHttpRequest& request) {
-  nlohmann::ordered_json headers = nlohmann::ordered_json::object();
-  for (const auto& [name, value] : request.headers) headers[name] = value;
-  return headers.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
+// The request as a log shows it: method, URL, headers and body, secrets redacted.
+std::string requestText(const KVHttpRequest& request) {
+  return request.method + " " + redactedUrl(request.url) + "\n\n" + redactedHeadersText(request) +
+         "\n\n" + redactedBody(request.body);
 }
 
 std::string valueText(const nlohmann::json& value) {
-  return value.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
+  return redactedJson(value).dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+KVError statusError(long status) {
+  return KVError{kKVErrorDomainServer, status,
+                 "The server answered " + std::to_string(status) + " instead of the file"};
 }
 
 void failSoon(KVJsonCompletion completion) {
@@ -114,12 +120,14 @@ void KVNetwork::downloadPath(std::string_view path, const KVParametersJson& para
           std::optional<KVError> error;
           if (response.failure) {
             error = connectionError(response);
+          } else if (response.status != 200) {
+            // The file it would replace stays as it was: an error page is not a translation.
+            error = statusError(response.status);
           } else if (!response.body.empty()) {
             error = writeData(response.body, file);
           }
           if (debugEnabled()) {
-            kvLog("\n-- Kolvane Sync Download Network Request --\n" + shared->method + " " +
-                  shared->url + "\n\n" + headersText(*shared) + "\n\n" + shared->body +
+            kvLog("\n-- Kolvane Sync Download Network Request --\n" + requestText(*shared) +
                   "\n----\nResponse [" + std::to_string(response.status) + "]" +
                   (error ? "\nError: " + error->localizedDescription : "\nSaved at " + file) +
                   "\n----");
@@ -135,10 +143,16 @@ void KVNetwork::downloadFileAtURL(
     std::function<void(std::optional<KVError>, std::string)> completion) {
   KVHttpRequest request{"GET", url, {}, {}, 0};
   Platform::current().httpTransport().send(
-      std::move(request), [localPath, completion = std::move(completion)](HttpResponse response) {
+      std::move(request),
+      [url, localPath, completion = std::move(completion)](HttpResponse response) {
         std::optional<KVError> error;
-        if (response.failure) error = connectionError(response);
-        if (!response.body.empty()) writeData(response.body, localPath);
+        if (response.failure) {
+          error = connectionError(response);
+        } else if (response.status != 200) {
+          error = statusError(response.status);
+        } else if (!response.body.empty() && writeData(response.body, localPath)) {
+          kvDebug("Could not keep the download of " + redactedUrl(url) + " at " + localPath);
+        }
         completion(std::move(error), std::move(response.body));
       });
 }
@@ -161,14 +175,13 @@ std::optional<KVError> KVNetwork::writeData(std::string_view data, const std::st
 void KVNetwork::debugRequest(const KVHttpRequest& request, long status,
                              const std::optional<KVError>& error, const nlohmann::json& value) {
   if (debugEnabled()) {
-    kvLog("\n-- Kolvane Network Request --\n" + request.method + " " + request.url + "\n\n" +
-          headersText(request) + "\n\n" + request.body + "\n----\nResponse [" +
+    kvLog("\n-- Kolvane Network Request --\n" + requestText(request) + "\n----\nResponse [" +
           std::to_string(status) + "]" +
           (error ? "\nError: " + error->localizedDescription : std::string()) +
           (value.is_null() ? std::string() : "\nJSON: " + valueText(value)) + "\n----");
   } else if (logEnabled() && error) {
-    kvLog("[JN] " + request.method + " " + request.url + " => " + std::to_string(status) + " " +
-          error->localizedDescription);
+    kvLog("[JN] " + request.method + " " + redactedUrl(request.url) + " => " +
+          std::to_string(status) + " " + error->localizedDescription);
   }
 }
 

@@ -11,6 +11,7 @@
 #include "core/main_controller.h"
 #include "server/api.h"
 #include "server/keychain.h"
+#include "server/log_redaction.h"
 #include "server/login_form.h"
 #include "strings/base64.h"
 
@@ -107,7 +108,7 @@ bool KVSession::loadCredentialsFromKeychain() {
   }
   if (isLoggedIn() && debugEnabled()) {
     kvLog("Loaded credentials from keychain \n" + userId_.value_or("(null)") + "\n" +
-          token_.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+          redactedJson(token_).dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
   }
   return isLoggedIn();
 }

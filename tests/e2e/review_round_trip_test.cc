@@ -37,6 +37,7 @@ class ReviewRoundTripTest : public testing::PlatformTest {
     controller().startWithProjectId("demo", {{"environment", "stage"}});
   }
   KVMainController& controller() { return KVMainController::sharedInstance(); }
+  std::string lastCode_;
   KVSession& session() { return KVSession::sharedInstance(); }
   template <typename Result>
   Result wait(std::optional<Result>& result) {
@@ -50,9 +51,9 @@ class ReviewRoundTripTest : public testing::PlatformTest {
         "username=reviewer&password=" + password, "application/x-www-form-urlencoded");
     const auto at = answer.location.find("code=");
     if (answer.status != 302 || at == std::string::npos) return KVError{"test", answer.status, ""};
+    lastCode_ = answer.location.substr(at + 5);
     std::optional<std::optional<KVError>> result;
-    session().getTokenWithCode(answer.location.substr(at + 5), false,
-                               [&result](auto error) { result = error; });
+    session().getTokenWithCode(lastCode_, false, [&result](auto error) { result = error; });
     return wait(result);
   }
   std::optional<KVError> pull() {
@@ -94,6 +95,35 @@ class ReviewRoundTripTest : public testing::PlatformTest {
 
   std::unique_ptr<testing::DevServerProcess> server_;
 };
+
+TEST_F(ReviewRoundTripTest, TheDebugLogOfASignInAndAPullHoldsNoSecret) {
+  controller().setLog(true);
+  controller().setDebug(true);
+  ASSERT_EQ(signIn(), std::nullopt);
+  const std::string access = session().accessToken().value_or("");
+  const std::string refresh = session().token().value("refresh_token", "");
+  // A restart reads the credentials back (and logs them), then a pull and a refresh.
+  session().resetForTesting();
+  session().loadSavedCredentials();
+  chooseStep("review");
+  ASSERT_EQ(pull(), std::nullopt);
+  std::optional<std::optional<KVError>> refreshed;
+  session().getTokenWithCode(refresh, true, [&refreshed](auto error) { refreshed = error; });
+  ASSERT_EQ(wait(refreshed), std::nullopt);
+  session().logOut();
+  platform().queue.runUntil([] { return false; }, 0.3);
+
+  const auto lines = platform().log.lines();
+  std::string all;
+  for (const auto& line : lines) all += line + "\n";
+  ASSERT_FALSE(access.empty());
+  ASSERT_FALSE(lastCode_.empty());
+  EXPECT_THAT(all, HasSubstr("[redacted]"));
+  for (const std::string& secret :
+       {access, refresh, lastCode_, session().accessToken().value_or(access)}) {
+    EXPECT_THAT(all, Not(HasSubstr(secret))) << secret;
+  }
+}
 
 TEST_F(ReviewRoundTripTest, SignInPullEditSubmitRejectFileAnIssueAndSignOut) {
   EXPECT_TRUE(signIn("wrong").has_value());

@@ -17,6 +17,8 @@
 namespace kolvane {
 namespace {
 
+using kolvane::testing::FaultyFileSystem;
+
 using ::testing::HasSubstr;
 
 class NetworkWireTest : public testing::PlatformTest {
@@ -131,7 +133,7 @@ TEST_F(NetworkWireTest, AnswersBecomeErrorsAndValues) {
   }
 }
 
-TEST_F(NetworkWireTest, DownloadWritesAnyBodyAndReportsOnlyConnectionAndWriteErrors) {
+TEST_F(NetworkWireTest, DownloadReplacesTheFileOnlyWithA200Answer) {
   logIn();
   const std::string file = folder() + "/new/folder/fr_FR_published.xlf";
   const auto download = [this](const std::string& target) {
@@ -141,36 +143,57 @@ TEST_F(NetworkWireTest, DownloadWritesAnyBodyAndReportsOnlyConnectionAndWriteErr
     EXPECT_TRUE(platform().queue.runUntil([&] { return result.has_value(); }));
     return result.value_or(std::nullopt);
   };
-  peer_.setAnswer(testing::CaptureServer::answer(404, "not found body"));
+  peer_.setAnswer(testing::CaptureServer::answer(200, "the translations"));
   EXPECT_EQ(download(file), std::nullopt);
-  EXPECT_EQ(platform().files.readFile(file), "not found body");
+  EXPECT_EQ(platform().files.readFile(file), "the translations");
   EXPECT_THAT(lastRequest(), HasSubstr("GET /export?retrievalType=PUBLISHED HTTP/1.1\r\n"));
 
-  // A folder that cannot be made: a file stands where it should be.
-  const auto blocked = download(file + "/inside.xlf");
-  ASSERT_TRUE(blocked.has_value());
-  EXPECT_EQ(blocked->domain, "file");
+  for (int status : {404, 500, 204}) {
+    peer_.setAnswer(testing::CaptureServer::answer(status, "error page"));
+    const auto refused = download(file);
+    ASSERT_TRUE(refused.has_value()) << status;
+    EXPECT_EQ(refused->domain, "server");
+    EXPECT_EQ(refused->code, status);
+    EXPECT_EQ(platform().files.readFile(file), "the translations");
+  }
+
+  peer_.setAnswer(testing::CaptureServer::answer(200, "newer"));
+  platform().files.fail(FaultyFileSystem::Call::writeFileAtomically);
+  const auto unwritable = download(file);
+  ASSERT_TRUE(unwritable.has_value());
+  EXPECT_EQ(unwritable->domain, "file");
+  platform().files.heal();
 
   peer_.setAnswer("");
   const auto failed = download(file);
   ASSERT_TRUE(failed.has_value());
   EXPECT_EQ(failed->domain, "network");
-  EXPECT_EQ(platform().files.readFile(file), "not found body");  // left as it was
+  EXPECT_EQ(platform().files.readFile(file), "the translations");  // left as it was
 }
 
-TEST_F(NetworkWireTest, PlainDownloadOfAUrlAddsNoHeadersAndKeepsWhatArrived) {
-  peer_.setAnswer(testing::CaptureServer::answer(500, "raw bytes"));
+TEST_F(NetworkWireTest, PlainDownloadOfAUrlAddsNoHeadersAndKeepsOnlyA200Answer) {
   const std::string file = folder() + "/plain/file.bin";
-  std::optional<std::pair<std::optional<KVError>, std::string>> result;
-  KVNetwork::downloadFileAtURL(peer_.baseUrl() + "/f?x=1", file,
-                               [&result](std::optional<KVError> error, std::string data) {
-                                 result.emplace(std::move(error), std::move(data));
-                               });
-  ASSERT_TRUE(platform().queue.runUntil([&] { return result.has_value(); }));
-  EXPECT_EQ(result->first, std::nullopt);
-  EXPECT_EQ(result->second, "raw bytes");
+  const auto fetch = [&](int status, const std::string& body) {
+    peer_.setAnswer(testing::CaptureServer::answer(status, body));
+    std::optional<std::pair<std::optional<KVError>, std::string>> result;
+    KVNetwork::downloadFileAtURL(peer_.baseUrl() + "/f?x=1", file,
+                                 [&result](std::optional<KVError> error, std::string data) {
+                                   result.emplace(std::move(error), std::move(data));
+                                 });
+    EXPECT_TRUE(platform().queue.runUntil([&] { return result.has_value(); }));
+    return result.value_or(std::pair<std::optional<KVError>, std::string>());
+  };
+  const auto good = fetch(200, "raw bytes");
+  EXPECT_EQ(good.first, std::nullopt);
+  EXPECT_EQ(good.second, "raw bytes");
   EXPECT_EQ(platform().files.readFile(file), "raw bytes");
   EXPECT_EQ(lastRequest(), "GET /f?x=1 HTTP/1.1\r\n" + host() + "\r\n");
+
+  const auto failed = fetch(500, "oops");
+  ASSERT_TRUE(failed.first.has_value());
+  EXPECT_EQ(failed.first->code, 500);
+  EXPECT_EQ(failed.second, "oops");
+  EXPECT_EQ(platform().files.readFile(file), "raw bytes");
 }
 
 TEST_F(NetworkWireTest, DebugLogsEveryExchangeAndLogOnlyTheFailedOnes) {
