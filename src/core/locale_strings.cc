@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/log.h"
+#include "base/plain_name.h"
 #include "base/saturating.h"
 #include "base/utf.h"
 #include "core/main_controller.h"
@@ -107,6 +108,9 @@ bool KVLocaleStrings::loadStringsFromLocalizableStringsAtPath(const std::string&
 }
 
 std::string KVLocaleStrings::fileNamed(std::string_view suffix) const {
+  // No path at all for an identifier that could leave the files folder: reads find nothing
+  // there and writes fail.
+  if (!isPlainName(locale_.localeIdentifier())) return {};
   return KVMainController::kolvaneFilesFolder() + "/" + locale_.localeIdentifier() +
          std::string(suffix);
 }
@@ -116,6 +120,7 @@ std::string KVLocaleStrings::pendingFilePath() const { return fileNamed("_pendin
 std::string KVLocaleStrings::dirtyFilePath() const { return fileNamed("_edited.xlf"); }
 
 std::optional<std::string> KVLocaleStrings::packagedFilePath() const {
+  if (!isPlainName(locale_.localeIdentifier())) return std::nullopt;
   return Platform::current().mainBundle().pathForResource(locale_.localeIdentifier(), "xlf");
 }
 

@@ -1,6 +1,7 @@
 #include "core/main_controller.h"
 
 #include "base/log.h"
+#include "base/plain_name.h"
 #include "base/saturating.h"
 #include "core/environment.h"
 #include "core/locale_identifiers.h"
@@ -82,7 +83,9 @@ void KVMainController::loadSavedParameters() {
   const Locale base(platform.mainBundle().infoString(kDevelopmentRegionKey).value_or("en"));
   setBaseLocaleStrings(KVLocaleStrings::localeStringsForLocale(base));
   kvDebug("Project base locale " + base.localeIdentifier());
-  if (const auto saved = savedString(kLocaleDefaultsKey)) {
+  if (const auto saved = savedString(kLocaleDefaultsKey); saved && !isPlainName(*saved)) {
+    kvLogIfEnabled("Ignoring the saved locale \"" + *saved + "\": not a locale identifier");
+  } else if (saved) {
     kvDebug("Using saved locale " + *saved);
     setLocaleStrings(KVLocaleStrings::localeStringsForLocale(Locale(*saved)));
   }

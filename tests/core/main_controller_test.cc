@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <filesystem>
 #include <limits>
 
 #include "core/locale_strings.h"
@@ -86,6 +87,19 @@ TEST_F(MainControllerTest, EnvironmentIsStagingOnlyForExactlyStage) {
   controller().parseLaunchOptions({{"environment", "stage"}});
   controller().parseLaunchOptions("not a dictionary");
   EXPECT_EQ(kolvaneEnvironment, KVEnvironmentProduction);
+}
+
+TEST_F(MainControllerTest, ASavedLocaleThatIsNoPlainNameNeverBecomesAPath) {
+  platform().defaults.setObject("KVLocale", "../../outside");
+  KolvaneSDK::startWithProjectId("demo", nullptr);
+  EXPECT_EQ(KolvaneSDK::locale(), std::nullopt);
+  // A store made by hand for such an id has no files at all.
+  KVLocaleStrings store{Locale("../x")};
+  EXPECT_EQ(store.publishedFilePath(), "");
+  EXPECT_EQ(store.packagedFilePath(), std::nullopt);
+  store.setDirtyStrings({});
+  store.saveDirty();
+  EXPECT_FALSE(std::filesystem::exists(folder() + "/x_edited.xlf"));
 }
 
 TEST_F(MainControllerTest, SavedParametersMakeTheStores) {

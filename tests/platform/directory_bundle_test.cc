@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "platform/linux/posix_file_system.h"
 #include "support/fake_platform.h"
@@ -91,6 +92,12 @@ TEST_F(DirectoryBundleTest, InfoValuesAndResources) {
 TEST_F(DirectoryBundleTest, ABundleWithoutInfoIsNamedAfterItsFolder) {
   std::filesystem::remove(root_ + "/Info.plist");
   EXPECT_EQ(DirectoryBundle(root_).bundleIdentifier(), "App.app");
+  // An identifier that would lead the settings and files folders elsewhere is not used.
+  for (const char* escaping : {"../../elsewhere", "a/b", "..", "."}) {
+    std::ofstream(root_ + "/Info.plist") << "<plist><dict><key>CFBundleIdentifier</key><string>"
+                                         << escaping << "</string></dict></plist>";
+    EXPECT_EQ(DirectoryBundle(root_).bundleIdentifier(), "App.app") << escaping;
+  }
   EXPECT_EQ(DirectoryBundle(folder() + "/missing").platformLocalizedStringForKey("k", u"", ""),
             u"k");
 }

@@ -36,6 +36,7 @@ expect plural-bad-value '' 2 -- sh -c "'$cli' plural fr abc 2>/dev/null"
 expect to-server 'jm-JM' 0 -- "$cli" locale to-server en_JM
 expect from-server 'sr_Latn_ME' 0 -- "$cli" locale from-server me-ME
 expect from-server-bad 'kolvane: not a locale id: a b' 1 -- "$cli" locale from-server 'a b'
+expect lookup-escaping-locale 'kolvane: not a locale id: ../../x' 1 -- "$cli" lookup --bundle "$bundle" --home "$home" --locale ../../x k
 expect name 'French (France)' 0 -- env LC_ALL=en_US.UTF-8 LANG=en_US.UTF-8 "$cli" locale name fr_FR
 expect encode 'aGVsbG8=' 0 -- sh -c "printf hello | '$cli' base64 encode"
 expect encode-wrap $'YWJj\r\nZGVm' 0 -- sh -c "printf abcdef | '$cli' base64 encode --wrap 6"

@@ -7,6 +7,7 @@
 #include <iterator>
 #include <optional>
 
+#include "base/plain_name.h"
 #include "base/utf.h"
 #include "core/locale_identifiers.h"
 #include "core/locale_strings.h"
@@ -222,6 +223,18 @@ int runStrings(const Arguments& args) {
   return 0;
 }
 
+namespace {
+
+// Saves the locale the runtime shows, as an app's language setting would.
+void saveShownLocale(const std::string& id) {
+  if (!isPlainName(id)) throw Failure("not a locale id: " + id);
+  UserDefaults& defaults = Platform::current().userDefaults();
+  defaults.setObject("KVLocale", id);
+  if (!defaults.synchronize()) throw Failure("cannot save the locale in the user defaults");
+}
+
+}  // namespace
+
 int runLookup(const Arguments& args) {
   const ParsedOptions options =
       parseOptions(args, {"--bundle", "--project", "--home", "--locale", "--plural"}, {"--show"});
@@ -232,11 +245,7 @@ int runLookup(const Arguments& args) {
     if (!count) throw UsageError("--plural takes an integer or a decimal number");
   }
   Platform::install(makeLinuxPlatform(platformOptionsFrom(options)));
-  if (options.has("--locale")) {
-    UserDefaults& defaults = Platform::current().userDefaults();
-    defaults.setObject("KVLocale", options.values.at("--locale"));
-    if (!defaults.synchronize()) throw Failure("cannot save the locale in the user defaults");
-  }
+  if (options.has("--locale")) saveShownLocale(options.values.at("--locale"));
   const std::string project = options.has("--project") ? options.values.at("--project") : "cli";
   KolvaneSDK::startWithProjectId(project);
 
@@ -304,9 +313,7 @@ int runPull(const Arguments& args) {
       args, {"--bundle", "--project", "--home", "--locale", "--step", "--user", "--password"}, {});
   if (!options.has("--locale")) throw UsageError("pull needs --locale ID");
   Platform::install(makeLinuxPlatform(platformOptionsFrom(options)));
-  UserDefaults& defaults = Platform::current().userDefaults();
-  defaults.setObject("KVLocale", options.values.at("--locale"));
-  if (!defaults.synchronize()) throw Failure("cannot save the locale in the user defaults");
+  saveShownLocale(options.values.at("--locale"));
   KolvaneSDK::startWithProjectId(options.has("--project") ? options.values.at("--project")
                                                           : "demo");
   auto form = std::make_shared<PasswordLoginForm>(

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "base/plain_name.h"
 #include "base/utf.h"
 #include "platform/linux/posix_file_system.h"
 #include "platform/linux/process_languages.h"
@@ -90,10 +91,12 @@ std::optional<std::string> DirectoryBundle::pathForResource(std::string_view nam
 }
 
 std::string DirectoryBundle::bundleIdentifier() const {
-  if (auto identifier = infoString("CFBundleIdentifier"); identifier && !identifier->empty()) {
+  // It names the app's settings and files folders, so it must be one plain name.
+  if (auto identifier = infoString("CFBundleIdentifier"); identifier && isPlainName(*identifier)) {
     return *identifier;
   }
-  return std::filesystem::path(path_).filename().string();
+  const std::string folder = std::filesystem::path(path_).filename().string();
+  return isPlainName(folder) ? folder : "unnamed-app";
 }
 
 std::shared_ptr<const StringsTable> DirectoryBundle::table(const std::string& name) const {
