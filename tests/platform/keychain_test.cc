@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -77,22 +78,31 @@ TEST_F(FileKeychainTest, FileIsForTheUserAloneAndReplacedWhole) {
   ASSERT_EQ(::stat(path.c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 0777, 0600u);
   ASSERT_EQ(keychain.add({"userId", "userId", std::nullopt}, "u"), KeychainStatus::success);
+  ASSERT_EQ(::stat((folder() + "/Kolvane").c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 0777, 0700u);
+  // A write killed long ago left its temporary file: the next write takes it away.
+  const std::string stale = path + ".tmp-AbC123";
+  std::ofstream(stale) << "half";
+  std::filesystem::last_write_time(
+      stale, std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+  ASSERT_EQ(keychain.remove({"userId", "userId", std::nullopt}), KeychainStatus::success);
   // Only the keychain itself is in the folder: no temporary file is left behind.
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder() + "/Kolvane"),
                           std::filesystem::directory_iterator()),
             1);
 }
 
-TEST_F(FileKeychainTest, DamagedFileFailsWithoutLosingIt) {
+TEST_F(FileKeychainTest, ADamagedFileIsSetAsideAndTheKeychainWorksAgain) {
   const std::string path = folder() + "/keychain.json";
   for (const char* damaged : {"not json", R"([{"service": 7, "account": []}, 3])"}) {
     std::ofstream(path) << damaged;
     FileKeychain keychain(path, "SEED.app");
     const KeychainQuery query{"svc", "acct", std::nullopt};
     if (std::string(damaged) == "not json") {
-      EXPECT_EQ(keychain.add(query, "x"), KeychainStatus::failure);
-      EXPECT_EQ(keychain.copyMatching(query, nullptr), KeychainStatus::failure);
-      std::ifstream in(path);
+      EXPECT_EQ(keychain.copyMatching(query, nullptr), KeychainStatus::itemNotFound);
+      EXPECT_EQ(keychain.add(query, "x"), KeychainStatus::success);
+      EXPECT_EQ(keychain.copyMatching(query, nullptr), KeychainStatus::success);
+      std::ifstream in(path + ".damaged");
       EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), damaged);
     } else {
       // Items of the wrong shape match nothing but are kept.

@@ -44,8 +44,10 @@ std::optional<nlohmann::json> FileKeychain::readItems() const {
   const auto text = readWholeFile(path_);
   if (!text) return nlohmann::json::array();  // no file yet: an empty keychain
   auto items = parseBoundedJson(*text);
-  if (!items.is_array()) return std::nullopt;
-  return items;
+  if (items.is_array()) return items;
+  // A damaged file would refuse every later login: set it aside and start an empty keychain.
+  if (!setAsideDamagedFile(path_)) return std::nullopt;
+  return nlohmann::json::array();
 }
 
 bool FileKeychain::writeItems(const nlohmann::json& items) const {

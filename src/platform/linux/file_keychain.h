@@ -19,7 +19,8 @@ class FileKeychain : public Keychain {
   KeychainStatus remove(const KeychainQuery& query) override;
 
  private:
-  // The stored items; none when the file exists but cannot be read as a keychain.
+  // The stored items. A file that is not a keychain is set aside as ".damaged" and the
+  // keychain starts empty; none when even that fails.
   std::optional<nlohmann::json> readItems() const;
   bool writeItems(const nlohmann::json& items) const;
 

@@ -18,8 +18,7 @@ void JsonUserDefaults::loadIfNeeded() const {
   if (parsed.is_object()) {
     values_ = std::move(parsed);
   } else {
-    // Keep the damaged file for whoever wants to look at it; start afresh.
-    std::rename(path_.c_str(), (path_ + ".damaged").c_str());
+    setAsideDamagedFile(path_);
   }
 }
 

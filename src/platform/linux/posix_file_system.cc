@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
+#include <cstdio>
 #include <filesystem>
 
 #include "platform/linux/property_list.h"
@@ -29,13 +31,40 @@ void syncFolder(const std::string& folder) {
   ::close(fd);
 }
 
+// A temporary file this old was left by a write that never finished (the process was killed):
+// no write takes a minute.
+constexpr auto kStaleTemporaryAge = std::chrono::minutes(1);
+
+void removeStaleTemporaries(const std::filesystem::path& target) {
+  const std::string prefix = target.filename().string() + ".tmp-";
+  std::error_code error;
+  const auto now = std::filesystem::file_time_type::clock::now();
+  for (const auto& entry : std::filesystem::directory_iterator(
+           target.has_parent_path() ? target.parent_path() : ".", error)) {
+    const std::string name = entry.path().filename().string();
+    if (name.size() != prefix.size() + 6 || name.rfind(prefix, 0) != 0) continue;
+    const auto written = entry.last_write_time(error);
+    if (!error && now - written > kStaleTemporaryAge) std::filesystem::remove(entry.path(), error);
+  }
+}
+
 }  // namespace
+
+bool makeFolders(const std::string& folder) {
+  if (folder.empty()) return true;
+  struct stat info {};
+  if (::stat(folder.c_str(), &info) == 0) return S_ISDIR(info.st_mode);
+  const std::string parent = std::filesystem::path(folder).parent_path().string();
+  if (parent != folder && !makeFolders(parent)) return false;
+  // The app's settings, files and keychain: the user's alone.
+  return ::mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST;
+}
 
 bool writeFileAtomically(const std::string& path, std::string_view bytes) {
   const std::filesystem::path target(path);
   const std::string folder = target.parent_path().string();
-  std::error_code ignored;
-  if (!folder.empty()) std::filesystem::create_directories(folder, ignored);
+  if (!makeFolders(folder)) return false;
+  removeStaleTemporaries(target);
 
   std::string temporary = path + ".tmp-XXXXXX";
   const int fd = ::mkstemp(temporary.data());
@@ -48,6 +77,10 @@ bool writeFileAtomically(const std::string& path, std::string_view bytes) {
   }
   syncFolder(folder);
   return true;
+}
+
+bool setAsideDamagedFile(const std::string& path) {
+  return std::rename(path.c_str(), (path + ".damaged").c_str()) == 0;
 }
 
 std::optional<std::string> readWholeFile(const std::string& path) {
@@ -90,8 +123,7 @@ bool PosixFileSystem::writeFileAtomically(const std::string& path, std::string_v
 
 bool PosixFileSystem::writeFile(const std::string& path, std::string_view bytes) {
   const std::string folder = std::filesystem::path(path).parent_path().string();
-  std::error_code ignored;
-  if (!folder.empty()) std::filesystem::create_directories(folder, ignored);
+  if (!makeFolders(folder)) return false;
   const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
   if (fd < 0) return false;
   const bool written = writeAll(fd, bytes);
