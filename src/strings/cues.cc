@@ -41,33 +41,29 @@ std::vector<KVCue> stringCuesIn(std::u16string_view text) {
   return cues;
 }
 
-// Pairs cues innermost first: walk forward to the next end cue, pair it with the cue just
-// before it, remove both and go on from the cue before the pair. Returns false when the cues
-// do not pair up (an end cue with nothing open before it, or a begin cue never closed).
-bool pairNestedCues(std::u16string_view text, std::vector<KVCue> cues,
+// Pairs each end cue with the nearest begin cue still open before it, innermost first, in one
+// pass. An item's level is the number of strings open at its end (itself included). False when
+// the cues do not pair up (an end cue with nothing open, a begin cue never closed) or nest
+// deeper than kv_maxCueNesting: each level copies its text, so a hostile text nested tens of
+// thousands deep would cost time and memory quadratic in its length.
+bool pairNestedCues(std::u16string_view text, const std::vector<KVCue>& cues,
                     std::vector<KVEditionItem>& items) {
-  long i = 0;
-  long depth = 0;
-  const KVCue* current = &cues[0];
-  while (!cues.empty()) {
-    while (current == nullptr || current->cueType != KVCue::kEnd) {
-      ++i;
-      ++depth;
-      if (i >= static_cast<long>(cues.size())) return false;
-      current = &cues[static_cast<std::size_t>(i)];
+  std::vector<std::size_t> open;
+  for (const KVCue& cue : cues) {
+    if (cue.cueType != KVCue::kEnd) {
+      if (open.size() == kv_maxCueNesting) return false;
+      open.push_back(cue.position);
+      continue;
     }
-    if (i < 1) return false;
-    const KVCue& start = cues[static_cast<std::size_t>(i - 1)];
-    const std::size_t length = current->position - start.position + 1;
-    items.push_back({std::u16string(text.substr(start.position, length)),
-                     {start.position, length},
-                     static_cast<unsigned>(depth)});
-    cues.erase(cues.begin() + (i - 1), cues.begin() + (i + 1));
-    i -= 2;
-    depth -= 2;
-    current = nullptr;
+    if (open.empty()) return false;
+    const std::size_t start = open.back();
+    const std::size_t length = cue.position - start + 1;
+    items.push_back({std::u16string(text.substr(start, length)),
+                     {start, length},
+                     static_cast<unsigned>(open.size())});
+    open.pop_back();
   }
-  return true;
+  return open.empty();
 }
 
 }  // namespace

@@ -54,8 +54,12 @@ bool kv_forEachPlaceholder(std::u16string_view text,
 std::u16string kv_enumerateCuesUsingBlock(std::u16string_view text,
                                           const KVPlaceholderBlock& block);
 
+// How deep marked strings may nest in one displayed text (a string formatted into a string
+// formatted into a string...); deeper texts give no items.
+inline constexpr std::size_t kv_maxCueNesting = 32;
+
 // The marked strings in a displayed text, latest start first, with their nesting level.
-// Cues that do not pair up give no items.
+// Cues that do not pair up, or nest deeper than kv_maxCueNesting, give no items.
 std::vector<KVEditionItem> kv_localizedStringsInString(std::u16string_view text);
 
 // The cues made visible as "{", "}", "[", "]", for logs and tools.

@@ -143,6 +143,20 @@ TEST_F(CueFindingTest, CuesThatDoNotPairGiveNothingAndSayWhy) {
   EXPECT_THAT(lines[1], HasSubstr("Incorrect number of cues found in [a]]"));
 }
 
+TEST_F(CueFindingTest, NestingIsBoundedWithNoItemsPastTheLimit) {
+  const auto nested = [](std::size_t depth) {
+    return std::u16string(depth, u'[') + u"x" + std::u16string(depth, u']');
+  };
+  EXPECT_EQ(found(nested(kv_maxCueNesting)).size(), kv_maxCueNesting);
+  EXPECT_TRUE(found(nested(kv_maxCueNesting + 1)).empty());
+  // What a hostile translation can carry: 120 KB of nested cues, answered at once.
+  EXPECT_TRUE(found(nested(30'000)).empty());
+  // Many strings side by side are not nesting.
+  std::u16string wide;
+  for (int i = 0; i < 10'000; ++i) wide += u"[a]";
+  EXPECT_EQ(found(wide).size(), 10'000u);
+}
+
 TEST_F(CueFindingTest, LogsNothingWithoutDebug) {
   found(u"]");
   found(u"[a][b]");
