@@ -97,7 +97,7 @@ class StringsTextParser {
 
   std::optional<std::u16string> parseString(const char* what) {
     if (failed_) return std::nullopt;
-    if (peek() == u'"') return parseQuoted();
+    if (peek() == u'"' || peek() == u'\'') return parseQuoted(peek());
     std::u16string word;
     while (!atEnd() && isPlainWordCharacter(peek())) {
       word += peek();
@@ -107,12 +107,13 @@ class StringsTextParser {
     return word;
   }
 
-  std::optional<std::u16string> parseQuoted() {
+  // Double or single quotes, with the same escapes.
+  std::optional<std::u16string> parseQuoted(char16_t quote) {
     advance();  // the opening quote
     std::u16string out;
     while (!atEnd()) {
       const char16_t c = peek();
-      if (c == u'"') {
+      if (c == quote) {
         advance();
         return out;
       }
@@ -144,28 +145,54 @@ class StringsTextParser {
       case u'r':
         out += u'\r';
         return true;
-      case u'U':
-      case u'u':
-        return parseUnicodeEscape(out);
-      default:  // \" \\ \' and any other character stand for themselves
-        out += c;
+      case u'a':
+        out += u'\a';
+        return true;
+      case u'b':
+        out += u'\b';
+        return true;
+      case u'f':
+        out += u'\f';
+        return true;
+      case u'v':
+        out += u'\v';
+        return true;
+      case u'U':  // only the capital: "\u" is the letter u, as the platform reads it
+        out += unicodeEscape();
+        return true;
+      default:
+        if (c >= u'0' && c <= u'7') {
+          out += octalEscape(c);
+          return true;
+        }
+        out += c;  // \" \' \\ and any other character stand for themselves
         return true;
     }
   }
 
-  bool parseUnicodeEscape(std::u16string& out) {
+  // Up to four hexadecimal digits (none gives U+0000). Two escapes in a row that form a
+  // surrogate pair are one character, as the units simply follow each other.
+  char16_t unicodeEscape() {
     char16_t unit = 0;
-    for (int i = 0; i < 4; ++i) {
+    for (int i = 0; i < 4 && !atEnd(); ++i) {
       const auto digit = hexValue(peek());
-      if (atEnd() || !digit) {
-        fail("expected four hexadecimal digits after \\U");
-        return false;
-      }
+      if (!digit) break;
       unit = static_cast<char16_t>(unit * 16 + *digit);
       advance();
     }
-    out += unit;
-    return true;
+    return unit;
+  }
+
+  // Up to three octal digits, the first already read: a character of the NeXTSTEP encoding.
+  // Its ASCII half is ASCII; the characters above \177 have no one-to-one Unicode reading here
+  // and become U+FFFD.
+  char16_t octalEscape(char16_t first) {
+    unsigned value = first - u'0';
+    for (int i = 1; i < 3 && !atEnd() && peek() >= u'0' && peek() <= u'7'; ++i) {
+      value = value * 8 + (peek() - u'0');
+      advance();
+    }
+    return value < 0x80 ? static_cast<char16_t>(value) : u'\uFFFD';
   }
 
   std::u16string_view text_;
