@@ -37,7 +37,7 @@ class KOLVANE_EXPORT UserDefaults {
   virtual void removeObjectForKey(std::string_view key) = 0;
   // Writes the settings to disk now. False when that failed; the file on disk then still holds
   // the previous settings, whole.
-  virtual bool synchronize() = 0;
+  [[nodiscard]] virtual bool synchronize() = 0;
 };
 
 // What a strings table or property list file holds: key to text, or why it could not be read.
@@ -55,10 +55,11 @@ class KOLVANE_EXPORT FileSystem {
   virtual std::optional<std::string> readFile(const std::string& path) const = 0;
   // Replaces the file whole: after a crash at any point the path holds either the old
   // contents or the new ones. Creates missing parent folders.
-  virtual bool writeFileAtomically(const std::string& path, std::string_view bytes) = 0;
+  [[nodiscard]] virtual bool writeFileAtomically(const std::string& path,
+                                                 std::string_view bytes) = 0;
   // Writes the file in place (creating missing parent folders); a crash may leave it partial.
-  virtual bool writeFile(const std::string& path, std::string_view bytes) = 0;
-  virtual bool removeFile(const std::string& path) = 0;
+  [[nodiscard]] virtual bool writeFile(const std::string& path, std::string_view bytes) = 0;
+  [[nodiscard]] virtual bool removeFile(const std::string& path) = 0;
   // When the file was made (its modification time where the file system keeps no birth
   // time), in seconds since 1970; none when it does not exist.
   virtual std::optional<double> creationDate(const std::string& path) const = 0;
@@ -142,9 +143,10 @@ class KOLVANE_EXPORT Keychain {
  public:
   virtual ~Keychain() = default;
   // Adds an item; an item matching the query already there is a failure.
-  virtual KeychainStatus add(const KeychainQuery& query, std::string_view data) = 0;
+  [[nodiscard]] virtual KeychainStatus add(const KeychainQuery& query,
+                                           std::string_view data) = 0;
   virtual KeychainStatus copyMatching(const KeychainQuery& query, KeychainItem* item) = 0;
-  virtual KeychainStatus remove(const KeychainQuery& query) = 0;
+  [[nodiscard]] virtual KeychainStatus remove(const KeychainQuery& query) = 0;
 };
 
 class KOLVANE_EXPORT Platform {

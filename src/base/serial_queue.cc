@@ -1,6 +1,10 @@
 #include "base/serial_queue.h"
 
+#include <string>
 #include <system_error>
+
+#include "base/callback_guard.h"
+#include "base/log.h"
 
 namespace kolvane {
 
@@ -22,7 +26,8 @@ void SerialQueue::post(std::function<void()> task) {
       // caller.
       try {
         worker_ = std::thread([this] { run(); });
-      } catch (const std::system_error&) {
+      } catch (const std::system_error& error) {
+        kvLog(std::string("A background task was dropped: ") + error.what());
         return;
       }
     }
@@ -46,10 +51,7 @@ void SerialQueue::run() {
     running_ = true;
     lock.unlock();
     // A failing task must not take the queue, or the host, down with it.
-    try {
-      task();
-    } catch (...) {
-    }
+    guardCallback("A background task", task);
     lock.lock();
     running_ = false;
     changed_.notify_all();

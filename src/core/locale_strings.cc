@@ -7,6 +7,7 @@
 #include "base/saturating.h"
 #include "base/utf.h"
 #include "core/main_controller.h"
+#include "core/persistence.h"
 #include "kolvane/bundle.h"
 #include "kolvane/platform.h"
 #include "strings/cues.h"
@@ -265,22 +266,18 @@ void KVLocaleStrings::saveDirty() {
   }
   UserDefaults& defaults = Platform::current().userDefaults();
   defaults.setObject(kStatusesDefaultsKey, std::move(statuses));
-  defaults.synchronize();
+  synchronizeDefaults();
 }
 
 void KVLocaleStrings::clearDirtyStrings() {
   setDirtyStrings({});
-  FileSystem& files = Platform::current().fileSystem();
-  const std::string path = dirtyFilePath();
-  if (files.fileExists(path) && !files.removeFile(path)) {
-    kvDebug("Error deleting " + path + ": the file could not be removed");
-  }
+  removeFileIfPresent(dirtyFilePath());
 }
 
 void KVLocaleStrings::clearDirtyStatuses() {
   UserDefaults& defaults = Platform::current().userDefaults();
   defaults.removeObjectForKey(kStatusesDefaultsKey);
-  defaults.synchronize();
+  synchronizeDefaults();
   acceptedStrings_.clear();
   rejectedStrings_.clear();
 }

@@ -1,6 +1,6 @@
 #include "core/review_locale_strings.h"
 
-#include "kolvane/platform.h"
+#include "core/persistence.h"
 
 namespace kolvane {
 
@@ -28,9 +28,8 @@ void KVReviewLocaleStrings::loadStrings() {
 }
 
 void KVReviewLocaleStrings::clearAllFiles() {
-  FileSystem& files = Platform::current().fileSystem();
   for (const std::string& path : {dirtyFilePath(), pendingFilePath(), publishedFilePath()}) {
-    if (files.fileExists(path)) files.removeFile(path);
+    removeFileIfPresent(path);
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include "base/bounded_json.h"
 #include "base/error.h"
+#include "base/log.h"
 #include "core/device_name.h"
 #include "core/main_controller.h"
 #include "core/version.h"
@@ -98,8 +99,10 @@ void KVAnalytics::saveEvents() {
   if (events) journal["events"] = *events;
   if (lastSendDate) journal["lastSent"] = *lastSendDate;
   const std::string text = journal.dump(-1, ' ', false, Properties::error_handler_t::replace);
-  // The journal is rewritten in place, as it always was; a failed write is silent.
-  Platform::current().fileSystem().writeFile(saveFilePath(), text);
+  // The journal is rewritten in place, as it always was; a failed write only costs events.
+  if (!Platform::current().fileSystem().writeFile(saveFilePath(), text)) {
+    kvDebug("Could not save the analytics journal");
+  }
 }
 
 void KVAnalytics::clearSavedEvents() {

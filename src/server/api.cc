@@ -8,6 +8,7 @@
 #include "base/utf.h"
 #include "core/locale_identifiers.h"
 #include "core/main_controller.h"
+#include "core/persistence.h"
 #include "core/workflow_step.h"
 #include "server/deployment.h"
 #include "server/network.h"
@@ -229,7 +230,7 @@ void KVApi::saveStrings(const KVStringGroups& strings,
                                           text(entry.value("messages", nlohmann::json())));
                          });
         }
-        Platform::current().fileSystem().removeFile(file);
+        removeFileIfPresent(file);
         completion(std::move(failures));
       });
 }

@@ -27,7 +27,8 @@ bool KVKeychain::saveValue(const nlohmann::json& value, std::string_view key,
                            const std::optional<std::string>& accessGroup) {
   const KeychainQuery query = getKeychainQuery(key, accessGroup);
   Keychain& keychain = Platform::current().keychain();
-  keychain.remove(query);
+  // Adding replaces nothing, so the old item goes first; none there is the usual answer.
+  [[maybe_unused]] const KeychainStatus removed = keychain.remove(query);
   KeyedArchiver archiver(kArchiveClass);
   archiver.encode(kArchiveKey, value);
   return keychain.add(query, archiver.archivedData()) == KeychainStatus::success;

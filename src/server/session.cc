@@ -9,6 +9,7 @@
 #include "base/saturating.h"
 #include "base/utf.h"
 #include "core/main_controller.h"
+#include "core/persistence.h"
 #include "server/api.h"
 #include "server/keychain.h"
 #include "server/log_redaction.h"
@@ -193,7 +194,7 @@ void KVSession::logOut() {
   defaults.removeObjectForKey("KVWorkflowStep");
   // The chosen locale is saved as "KVLocale"; logout clears "COLocale", so the locale stays.
   defaults.removeObjectForKey("COLocale");
-  defaults.synchronize();
+  synchronizeDefaults();
   userId_.reset();
   setToken(nullptr);
   userInfo_ = nullptr;

@@ -7,6 +7,7 @@
 #include <climits>
 #include <cstring>
 
+#include "base/callback_guard.h"
 #include "base/utf.h"
 #include "strings/cues.h"
 
@@ -34,6 +35,18 @@ struct ParseContext {
 
 ParseContext& contextOf(void* userData) { return *static_cast<ParseContext*>(userData); }
 
+// Runs a SAX callback's body; an exception (running out of memory on a huge text) stops the
+// parse with an error instead of unwinding through libxml2.
+template <typename Body>
+void guardSax(void* userData, Body&& body) {
+  if (guardCallback("Reading XLIFF", std::forward<Body>(body))) return;
+  ParseContext& context = contextOf(userData);
+  if (!context.error) {
+    context.error = KVError{kKVErrorDomainXml, XML_ERR_NO_MEMORY, "the document could not be read"};
+  }
+  xmlStopParser(context.parser);
+}
+
 // Without entity substitution the parser hands attribute values over with their character
 // references still escaped ("&#38;" for "&"); decode those the way libxml2's own handler does.
 // Only predefined entities and character references can be decoded: none is declared here.
@@ -53,38 +66,45 @@ std::string attributeValue(ParseContext& context, const xmlChar* begin, const xm
 void onStartElement(void* userData, const xmlChar* localname, const xmlChar* prefix,
                     const xmlChar* /*uri*/, int /*namespaceCount*/, const xmlChar** /*namespaces*/,
                     int attributeCount, int /*defaulted*/, const xmlChar** attributes) {
-  ParseContext& context = contextOf(userData);
-  std::string id, resname;
-  // Each attribute is five pointers: localname, prefix, uri, value start, value end.
-  for (int i = 0; i < attributeCount; ++i) {
-    const xmlChar** attribute = attributes + i * 5;
-    if (attribute[1] != nullptr) continue;
-    if (view(attribute[0]) == "id") id = attributeValue(context, attribute[3], attribute[4]);
-    if (view(attribute[0]) == "resname") {
-      resname = attributeValue(context, attribute[3], attribute[4]);
+  guardSax(userData, [&] {
+    ParseContext& context = contextOf(userData);
+    std::string id, resname;
+    // Each attribute is five pointers: localname, prefix, uri, value start, value end.
+    for (int i = 0; i < attributeCount; ++i) {
+      const xmlChar** attribute = attributes + i * 5;
+      if (attribute[1] != nullptr) continue;
+      if (view(attribute[0]) == "id") id = attributeValue(context, attribute[3], attribute[4]);
+      if (view(attribute[0]) == "resname") {
+        resname = attributeValue(context, attribute[3], attribute[4]);
+      }
     }
-  }
-  context.reader->didStartElement(qualifiedName(localname, prefix), id, resname);
+    context.reader->didStartElement(qualifiedName(localname, prefix), id, resname);
+  });
 }
 
 void onEndElement(void* userData, const xmlChar* localname, const xmlChar* prefix,
                   const xmlChar* /*uri*/) {
-  contextOf(userData).reader->didEndElement(qualifiedName(localname, prefix));
+  guardSax(userData,
+           [&] { contextOf(userData).reader->didEndElement(qualifiedName(localname, prefix)); });
 }
 
 void onCharacters(void* userData, const xmlChar* text, int length) {
   if (length <= 0) return;
-  contextOf(userData).reader->foundCharacters(
-      std::string_view(reinterpret_cast<const char*>(text), static_cast<std::size_t>(length)));
+  guardSax(userData, [&] {
+    contextOf(userData).reader->foundCharacters(
+        std::string_view(reinterpret_cast<const char*>(text), static_cast<std::size_t>(length)));
+  });
 }
 
 void onError(void* userData, const xmlError* error) {
   ParseContext& context = contextOf(userData);
   if (context.error || error == nullptr || error->level < XML_ERR_ERROR) return;
-  std::string message = error->message ? error->message : "malformed XML";
-  while (!message.empty() && message.back() == '\n') message.pop_back();
-  context.error = KVError{kKVErrorDomainXml, error->code,
-                          "line " + std::to_string(error->line) + ": " + message};
+  guardCallback("Reporting an XLIFF error", [&] {
+    std::string message = error->message ? error->message : "malformed XML";
+    while (!message.empty() && message.back() == '\n') message.pop_back();
+    context.error = KVError{kKVErrorDomainXml, error->code,
+                            "line " + std::to_string(error->line) + ": " + message};
+  });
 }
 
 xmlSAXHandler makeHandler() {

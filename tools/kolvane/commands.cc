@@ -299,7 +299,7 @@ std::shared_ptr<const KVWorkflowStep> chooseStep(const std::string& uid) {
     if (step->uid != uid) continue;
     UserDefaults& defaults = Platform::current().userDefaults();
     defaults.setObject("KVWorkflowStep", step->archivedData());
-    defaults.synchronize();
+    if (!defaults.synchronize()) throw Failure("cannot save the step in the user defaults");
     KVMainController::sharedInstance().setWorkflowStep(step);
     return step;
   }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <string>
 
+#include "base/callback_guard.h"
 #include "base/saturating.h"
 
 namespace kolvane {
@@ -41,20 +42,28 @@ struct CurlTransport::Exchange {
     curl_slist_free_all(headers);
   }
 
+  // Both callbacks answer 0 to make curl stop with a write error.
   static size_t collect(char* data, size_t size, size_t count, void* context) {
-    auto* exchange = static_cast<Exchange*>(context);
-    const size_t bytes = size * count;
-    if (exchange->response.body.size() + bytes > kMaxBodyBytes) {
-      exchange->tooBig = true;
-      return 0;  // makes curl stop with a write error
-    }
-    exchange->response.body.append(data, bytes);
-    return bytes;
+    return guardCallback("Receiving an answer", size_t{0}, [&]() -> size_t {
+      auto* exchange = static_cast<Exchange*>(context);
+      const size_t bytes = size * count;
+      if (exchange->response.body.size() + bytes > kMaxBodyBytes) {
+        exchange->tooBig = true;
+        return 0;
+      }
+      exchange->response.body.append(data, bytes);
+      return bytes;
+    });
   }
 
   static size_t collectHeader(char* data, size_t size, size_t count, void* context) {
-    auto* exchange = static_cast<Exchange*>(context);
-    std::string_view line(data, size * count);
+    return guardCallback("Receiving headers", size_t{0}, [&] {
+      return keepHeader(static_cast<Exchange*>(context), data, size * count);
+    });
+  }
+
+  static size_t keepHeader(Exchange* exchange, char* data, size_t bytes) {
+    std::string_view line(data, bytes);
     while (!line.empty() && (line.back() == '\n' || line.back() == '\r')) line.remove_suffix(1);
     if (line.rfind("HTTP/", 0) == 0) {
       exchange->response.headers.clear();  // a new status line: an interim answer went before
@@ -63,7 +72,7 @@ struct CurlTransport::Exchange {
       while (!value.empty() && value.front() == ' ') value.remove_prefix(1);
       exchange->response.headers.emplace_back(line.substr(0, colon), value);
     }
-    return size * count;
+    return bytes;
   }
 
   void addHeader(const std::string& line) {

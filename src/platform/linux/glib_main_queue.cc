@@ -2,6 +2,7 @@
 
 #include <glib.h>
 
+#include "base/callback_guard.h"
 #include "kolvane/linux_platform.h"
 
 namespace kolvane {
@@ -10,10 +11,7 @@ namespace {
 gboolean runTask(gpointer data) {
   auto* task = static_cast<std::function<void()>*>(data);
   // A task must never unwind into GLib's C frames.
-  try {
-    (*task)();
-  } catch (...) {
-  }
+  guardCallback("A main-queue task", [task] { (*task)(); });
   return G_SOURCE_REMOVE;
 }
 
