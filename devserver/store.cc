@@ -216,6 +216,10 @@ void Store::putGrant(const std::string& kind, const std::string& value, const Gr
 
 std::optional<Grant> Store::grant(const std::string& kind, const std::string& value) {
   std::lock_guard lock(mutex_);
+  return grantLocked(kind, value);
+}
+
+std::optional<Grant> Store::grantLocked(const std::string& kind, const std::string& value) {
   Statement query(db_, "SELECT username, expires FROM grants WHERE kind = ? AND value = ?",
                   {kind, value});
   if (!query.step()) return std::nullopt;
@@ -224,11 +228,10 @@ std::optional<Grant> Store::grant(const std::string& kind, const std::string& va
 
 std::optional<Grant> Store::takeGrant(const std::string& kind, const std::string& value) {
   std::lock_guard lock(mutex_);
-  Statement query(db_, "SELECT username, expires FROM grants WHERE kind = ? AND value = ?",
-                  {kind, value});
-  if (!query.step()) return std::nullopt;
-  Grant taken{query.text(0), query.number(1)};
-  Statement(db_, "DELETE FROM grants WHERE kind = ? AND value = ?", {kind, value}).step();
+  auto taken = grantLocked(kind, value);
+  if (taken) {
+    Statement(db_, "DELETE FROM grants WHERE kind = ? AND value = ?", {kind, value}).step();
+  }
   return taken;
 }
 

@@ -81,6 +81,7 @@ class Store {
   class Statement;
   class Transaction;
   void execute(const char* sql);
+  std::optional<Grant> grantLocked(const std::string& kind, const std::string& value);
   std::optional<std::string> textOfLocked(const std::string& project, const std::string& locale,
                                           const std::string& unitId, const std::string& step);
 

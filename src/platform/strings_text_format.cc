@@ -135,39 +135,26 @@ class StringsTextParser {
     }
     const char16_t c = peek();
     advance();
-    switch (c) {
-      case u'n':
-        out += u'\n';
-        return true;
-      case u't':
-        out += u'\t';
-        return true;
-      case u'r':
-        out += u'\r';
-        return true;
-      case u'a':
-        out += u'\a';
-        return true;
-      case u'b':
-        out += u'\b';
-        return true;
-      case u'f':
-        out += u'\f';
-        return true;
-      case u'v':
-        out += u'\v';
-        return true;
-      case u'U':  // only the capital: "\u" is the letter u, as the platform reads it
-        out += unicodeEscape();
-        return true;
-      default:
-        if (c >= u'0' && c <= u'7') {
-          out += octalEscape(c);
-          return true;
-        }
-        out += c;  // \" \' \\ and any other character stand for themselves
-        return true;
+    if (const auto control = controlEscape(c)) {
+      out += *control;
+    } else if (c == u'U') {  // only the capital: "\u" is the letter u, as the platform reads it
+      out += unicodeEscape();
+    } else if (c >= u'0' && c <= u'7') {
+      out += octalEscape(c);
+    } else {
+      out += c;  // \" \' \\ and any other character stand for themselves
     }
+    return true;
+  }
+
+  static std::optional<char16_t> controlEscape(char16_t letter) {
+    static constexpr std::pair<char16_t, char16_t> kEscapes[] = {
+        {u'n', u'\n'}, {u't', u'\t'}, {u'r', u'\r'}, {u'a', u'\a'},
+        {u'b', u'\b'}, {u'f', u'\f'}, {u'v', u'\v'}};
+    for (const auto& [escaped, control] : kEscapes) {
+      if (escaped == letter) return control;
+    }
+    return std::nullopt;
   }
 
   // Up to four hexadecimal digits (none gives U+0000). Two escapes in a row that form a
