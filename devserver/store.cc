@@ -42,6 +42,7 @@ Store::Store(const std::string& path) {
   }
   execute(
       "PRAGMA journal_mode=WAL;"
+      "PRAGMA synchronous=FULL;"
       "CREATE TABLE IF NOT EXISTS projects(id TEXT PRIMARY KEY, settings TEXT);"
       "CREATE TABLE IF NOT EXISTS units(project TEXT, id TEXT, hashcode TEXT, key TEXT,"
       " PRIMARY KEY(project, id));"
