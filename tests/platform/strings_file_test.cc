@@ -132,8 +132,8 @@ TEST(PropertyListTest, DamagedPropertyListsAreErrors) {
 }
 
 // A binary property list of `count` arrays, each referring `fanOut` times to the next, the last
-// one holding a string; `root` wraps it all in a dictionary under "k".
-std::string chainedBinaryPlist(std::uint32_t count, int fanOut) {
+// one holding the string `leaf` (up to 14 bytes); a dictionary holds it all under "k".
+std::string chainedBinaryPlist(std::uint32_t count, int fanOut, const std::string& leaf = "x") {
   std::string bytes = "bplist00";
   std::vector<std::uint32_t> offsets;
   const auto put32 = [&bytes](std::uint64_t value, int width) {
@@ -154,7 +154,8 @@ std::string chainedBinaryPlist(std::uint32_t count, int fanOut) {
     for (int ref = 0; ref < fanOut; ++ref) put32(3 + i, 4);
   }
   offsets.push_back(static_cast<std::uint32_t>(bytes.size()));
-  bytes += "\x51x";
+  bytes += static_cast<char>(0x50 | leaf.size());
+  bytes += leaf;
   const std::size_t table = bytes.size();
   for (std::uint32_t offset : offsets) put32(offset, 4);
   bytes += std::string(6, '\0');
@@ -185,6 +186,14 @@ TEST(PropertyListTest, NestingAndSharedChildrenAreBoundedBeforeTheLibrarySeesThe
     return bytes;
   }();
   EXPECT_EQ(errorOf(cycle), "not a property list of strings");
+  // libplist aborts on a text holding NUL: such a list never reaches it.
+  EXPECT_EQ(errorOf(chainedBinaryPlist(0, 1, std::string("a\0b", 3))),
+            "not a property list of strings");
+  for (const std::string& nul :
+       {std::string("<plist><dict><key>a</key><string>") + '\0' + "</string>",
+        std::string("<plist><dict><key>a</key><string>&#x00;</string>")}) {
+    EXPECT_EQ(errorOf(nul + "</dict></plist>"), "not a property list of strings");
+  }
 }
 
 }  // namespace

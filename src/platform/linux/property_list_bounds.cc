@@ -29,6 +29,21 @@ bool xmlWithinDepth(std::string_view text, std::size_t limit) {
   return true;
 }
 
+// XML forbids NUL, but libplist's own reader lets a raw one or a reference to it ("&#0;",
+// "&#x00;") into a text, and then aborts when the text is read.
+bool xmlFreeOfNul(std::string_view text) {
+  if (text.find('\0') != std::string_view::npos) return false;
+  for (std::size_t at = text.find("&#"); at != std::string_view::npos;
+       at = text.find("&#", at + 2)) {
+    std::size_t digits = at + 2;
+    if (digits < text.size() && (text[digits] == 'x' || text[digits] == 'X')) ++digits;
+    std::size_t end = digits;
+    while (end < text.size() && text[end] == '0') ++end;
+    if (end > digits && end < text.size() && text[end] == ';') return false;
+  }
+  return true;
+}
+
 // A binary property list's object graph: the trailer, the offset table and, per container,
 // the objects it refers to.
 class BinaryGraph {
@@ -110,13 +125,16 @@ class BinaryGraph {
     return true;
   }
 
-  // The objects a container refers to (none for a value); nothing when the object is damaged.
+  // The objects a container refers to (none for a value); nothing when the object is damaged
+  // or is a text holding a NUL character, which libplist refuses by aborting.
   std::optional<std::vector<std::uint64_t>> childrenOf(std::uint64_t object) const {
     const auto offset = number(table_ + object * offsetWidth_, offsetWidth_);
     if (!offset || *offset >= table_) return std::nullopt;
     const auto marker = static_cast<std::uint8_t>(bytes_[*offset]);
     const std::uint8_t kind = marker >> 4;
-    if (kind != 0xA && kind != 0xC && kind != 0xD) return std::vector<std::uint64_t>();
+    const bool container = kind == 0xA || kind == 0xC || kind == 0xD;
+    const bool text = kind == 0x5 || kind == 0x6;
+    if (!container && !text) return std::vector<std::uint64_t>();
     std::size_t at = *offset + 1;
     std::uint64_t count = marker & 0x0F;
     if (count == 0x0F) {  // the count follows as an integer object
@@ -129,6 +147,10 @@ class BinaryGraph {
       count = *read;
       at += 1 + width;
     }
+    if (text) {
+      if (!textWithoutNul(at, count, kind == 0x6 ? 2 : 1)) return std::nullopt;
+      return std::vector<std::uint64_t>();
+    }
     if (kind == 0xD) count *= 2;  // keys, then values
     if (count > (bytes_.size() - std::min(at, bytes_.size())) / refWidth_) return std::nullopt;
     std::vector<std::uint64_t> children;
@@ -139,6 +161,18 @@ class BinaryGraph {
       children.push_back(*ref);
     }
     return children;
+  }
+
+  // `count` characters of `width` bytes from `at`, all inside the file and none of them NUL.
+  bool textWithoutNul(std::size_t at, std::uint64_t count, std::size_t width) const {
+    if (at > bytes_.size() || count > (bytes_.size() - at) / width) return false;
+    for (std::uint64_t i = 0; i < count; ++i) {
+      bool nul = true;
+      for (std::size_t byte = 0; byte < width; ++byte)
+        nul = nul && bytes_[at + i * width + byte] == 0;
+      if (nul) return false;
+    }
+    return true;
   }
 
   std::string_view bytes_;
@@ -154,7 +188,7 @@ class BinaryGraph {
 bool propertyListWithinBounds(std::string_view bytes, const PropertyListLimits& limits) {
   if (bytes.size() > limits.bytes) return false;
   if (bytes.starts_with("bplist00")) return BinaryGraph(bytes).withinBounds(limits);
-  return xmlWithinDepth(bytes, limits.depth);
+  return xmlFreeOfNul(bytes) && xmlWithinDepth(bytes, limits.depth);
 }
 
 }  // namespace kolvane

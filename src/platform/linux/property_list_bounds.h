@@ -14,8 +14,8 @@ struct PropertyListLimits {
   std::size_t expandedNodes = 1u << 20;  // values of the tree once shared children are copied
 };
 
-// True when an XML or binary property list stays within `limits` (and a binary one's object
-// table is whole and free of cycles). Bytes of any other kind are not judged here: true.
+// True when an XML or binary property list stays within `limits`, a binary one's object table
+// is whole and free of cycles, and no text holds a NUL character (libplist aborts on one).
 bool propertyListWithinBounds(std::string_view bytes, const PropertyListLimits& limits = {});
 
 }  // namespace kolvane
