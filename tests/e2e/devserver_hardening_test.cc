@@ -72,6 +72,16 @@ TEST_F(DevServerHardeningTest, CodesGoOnlyToTheAppSchemeOrALoopbackAddress) {
   }
 }
 
+TEST(DevServerOptionsTest, FaultRoutesExistOnlyWhenStartedForTests) {
+  testing::DevServerProcess plain({}, /*forTests=*/false);
+  ASSERT_TRUE(plain.running());
+  const auto fault = directRequest("POST", plain.baseUrl() + "/_dev/faults", R"({"status": 500})",
+                                   "application/json");
+  EXPECT_EQ(fault.status, 404);
+  EXPECT_THAT(fault.body, HasSubstr("NOT_FOUND"));
+  EXPECT_EQ(directRequest("GET", plain.baseUrl() + "/auth-api/v2/ping").status, 401);
+}
+
 TEST_F(DevServerHardeningTest, ACodeIsRedeemedOnceHoweverManyAskAtOnce) {
   const std::string once = code();
   std::atomic<int> granted{0};

@@ -14,15 +14,17 @@
 
 namespace kolvane::testing {
 
-DevServerProcess::DevServerProcess(std::vector<std::string> arguments) {
+DevServerProcess::DevServerProcess(std::vector<std::string> arguments, bool forTests) {
   int output[2];
   if (::pipe(output) != 0) return;
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
   posix_spawn_file_actions_addclose(&actions, output[0]);
-  arguments.insert(arguments.begin(),
-                   {KOLVANE_DEVSERVER, "--test-faults", "--redirect-scheme", "kolvane-test"});
+  if (forTests) {
+    arguments.insert(arguments.begin(), {"--test-faults", "--redirect-scheme", "kolvane-test"});
+  }
+  arguments.insert(arguments.begin(), KOLVANE_DEVSERVER);
   std::vector<char*> argv;
   for (auto& argument : arguments) argv.push_back(argument.data());
   argv.push_back(nullptr);

@@ -10,8 +10,9 @@ namespace kolvane::testing {
 
 class DevServerProcess {
  public:
-  // Starts the server with `arguments` and waits for its "listening on" line.
-  explicit DevServerProcess(std::vector<std::string> arguments = {});
+  // Starts the server with `arguments` (and, unless told otherwise, the fault routes and the
+  // tests' redirect scheme) and waits for its "listening on" line.
+  explicit DevServerProcess(std::vector<std::string> arguments = {}, bool forTests = true);
   ~DevServerProcess();  // SIGTERM, then waits for it to end
   DevServerProcess(const DevServerProcess&) = delete;
   DevServerProcess& operator=(const DevServerProcess&) = delete;

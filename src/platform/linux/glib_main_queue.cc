@@ -2,7 +2,10 @@
 
 #include <glib.h>
 
+#include <algorithm>
+
 #include "base/callback_guard.h"
+#include "base/saturating.h"
 #include "kolvane/linux_platform.h"
 
 namespace kolvane {
@@ -20,7 +23,9 @@ void deleteTask(gpointer data) { delete static_cast<std::function<void()>*>(data
 }  // namespace
 
 bool runMainQueueUntil(const std::function<bool()>& done, double seconds) {
-  const gint64 deadline = g_get_monotonic_time() + static_cast<gint64>(seconds * 1e6);
+  const gint64 now = g_get_monotonic_time();
+  const gint64 wait = std::max<gint64>(0, saturatingCast<gint64>(seconds * 1e6));
+  const gint64 deadline = wait > G_MAXINT64 - now ? G_MAXINT64 : now + wait;
   while (!done()) {
     if (g_get_monotonic_time() > deadline) return false;
     while (g_main_context_iteration(nullptr, FALSE)) {
