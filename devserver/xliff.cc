@@ -54,6 +54,14 @@ std::string escaped(const std::string& text) {
   return out;
 }
 
+// An element of XLIFF itself: in no namespace or in XLIFF 1.2's, not in a foreign one.
+bool xliffElement(xmlNode* node, const char* name) {
+  static constexpr std::string_view kXliffNamespace = "urn:oasis:names:tc:xliff:document:1.2";
+  return named(node, name) && (node->ns == nullptr ||
+                               (node->ns->href != nullptr &&
+                                reinterpret_cast<const char*>(node->ns->href) == kXliffNamespace));
+}
+
 // The target as this server stores it: its text, escaped, with each placeholder as a plain
 // <ph id="..."> element. Markup of any other kind (foreign elements, namespace prefixes) keeps
 // only its text, so that nothing an upload carries can break a later export.
@@ -62,7 +70,7 @@ std::string canonicalContent(xmlNode* node) {
   for (xmlNode* child = node->children; child; child = child->next) {
     if (child->type == XML_TEXT_NODE || child->type == XML_CDATA_SECTION_NODE) {
       out += escaped(reinterpret_cast<const char*>(child->content ? child->content : BAD_CAST ""));
-    } else if (child->type == XML_ELEMENT_NODE && child->ns == nullptr && named(child, "ph")) {
+    } else if (xliffElement(child, "ph")) {
       out +=
           "<ph id=\"" + escaped(attribute(child, "id")) + "\">" + canonicalContent(child) + "</ph>";
     } else if (child->type == XML_ELEMENT_NODE) {

@@ -47,10 +47,10 @@ class DevServerHardeningTest : public ::testing::Test {
                          body, "multipart/form-data; boundary=B",
                          {"Authorization: Bearer " + accessToken()});
   }
-  std::string exported() {
+  std::string exported(
+      const std::string& query = "retrievalType=PENDING&workflowStepUids[0]=review") {
     return directRequest("GET",
-                         url("/files-api/v2/projects/demo/locales/fr-FR/content/"
-                             "export?retrievalType=PENDING&workflowStepUids[0]=review"),
+                         url("/files-api/v2/projects/demo/locales/fr-FR/content/export?" + query),
                          {}, {}, {"Authorization: Bearer " + accessToken()})
         .body;
   }
@@ -112,6 +112,16 @@ TEST_F(DevServerHardeningTest, UploadsStoreTextNotMarkupOfTheirOwn) {
   const std::string pending = exported();
   EXPECT_THAT(pending, HasSubstr("<target>Salut tout &amp; <ph id=\"1\">%@</ph></target>"));
   EXPECT_THAT(pending, ::testing::Not(HasSubstr("k:")));
+
+  // Placeholders in XLIFF's own namespace, as real files have them, stay placeholders.
+  const std::string namespaced =
+      "<xliff xmlns=\"urn:oasis:names:tc:xliff:document:1.2\" version=\"1.2\"><file><body>"
+      "<trans-unit id=\"1001\" phase-name=\"review\"><target>Hé <ph id=\"1\">%@</ph></target>"
+      "</trans-unit></body></file></xliff>";
+  ASSERT_EQ(upload(namespaced).status, 200);
+  EXPECT_THAT(exported(), HasSubstr("<target>Hé <ph id=\"1\">%@</ph></target>"));
+  EXPECT_THAT(exported("retrievalType=PUBLISHED"),
+              HasSubstr("<source>You have <ph id=\"1\">%ld</ph> new message</source>"));
 }
 
 TEST_F(DevServerHardeningTest, SlowAndHugeRequestsLeaveOthersServed) {
