@@ -89,9 +89,9 @@ class KVLocaleStrings {
   // Main thread. Writes the edited strings to the edited file and the review decisions to the
   // user defaults ("KVStatuses").
   void saveDirty();
-  // Main thread. Gives the group of `key` the review status `status` (accepted and rejected
-  // groups are kept in their maps, any other status leaves both) and returns the group now
-  // published; none when the store has no such key.
+  // Main thread. Gives the group of `key` the review status `status`: an accepted or rejected
+  // group goes into its map and out of the other, any other status takes the key out of both.
+  // Returns the group now published; none when the store has no such key.
   std::shared_ptr<const KVStringGroup> setReviewStatus(const std::string& key, unsigned status);
   void clearDirtyStrings();
   void clearDirtyStatuses();

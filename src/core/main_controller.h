@@ -47,7 +47,8 @@ class KVMainController {
 
   // The shown locale, or none when the app shows its own strings. Any thread.
   std::optional<Locale> locale() const;
-  // A workflow step is chosen and it lets the reviewer translate. Any thread.
+  // A workflow step that lets the reviewer translate is chosen and a reviewer is signed in
+  // (asked of the reviewer's services). Any thread.
   bool editionEnabled() const;
   // What an XLIFF document written now is about: the base and shown locales, the chosen step,
   // and the base store's forms as source texts. Main thread.
