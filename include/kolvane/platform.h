@@ -143,8 +143,7 @@ class KOLVANE_EXPORT Keychain {
  public:
   virtual ~Keychain() = default;
   // Adds an item; an item matching the query already there is a failure.
-  [[nodiscard]] virtual KeychainStatus add(const KeychainQuery& query,
-                                           std::string_view data) = 0;
+  [[nodiscard]] virtual KeychainStatus add(const KeychainQuery& query, std::string_view data) = 0;
   virtual KeychainStatus copyMatching(const KeychainQuery& query, KeychainItem* item) = 0;
   [[nodiscard]] virtual KeychainStatus remove(const KeychainQuery& query) = 0;
 };
