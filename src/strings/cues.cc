@@ -60,7 +60,9 @@ bool pairNestedCues(std::u16string_view text, const std::vector<KVCue>& cues,
     const std::size_t length = cue.position - start + 1;
     items.push_back({std::u16string(text.substr(start, length)),
                      {start, length},
-                     static_cast<unsigned>(open.size())});
+                     static_cast<unsigned>(open.size()),
+                     nullptr,
+                     std::nullopt});
     open.pop_back();
   }
   return open.empty();
@@ -171,7 +173,7 @@ std::vector<KVEditionItem> kv_localizedStringsInString(std::u16string_view text)
     logDebugWithText("Incorrect number of cues found in ", text);
     return {};
   }
-  if (cues.size() == 2) return {{std::u16string(text), {0, text.size()}, 1}};
+  if (cues.size() == 2) return {{std::u16string(text), {0, text.size()}, 1, nullptr, std::nullopt}};
 
   std::vector<KVEditionItem> items;
   if (!pairNestedCues(text, cues, items)) {

@@ -3,9 +3,13 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
+#include <optional>
 #include <string>
 
 namespace kolvane {
+
+class KVStringGroup;
 
 struct KVRange {
   std::size_t location = 0;
@@ -17,6 +21,9 @@ struct KVEditionItem {
   std::u16string string;  // the marked substring, both outer cues included
   KVRange range;
   unsigned level = 0;  // 1 for an outermost string
+  // For an outermost string once traced: the group of its record and the record's category.
+  std::shared_ptr<const KVStringGroup> targetString;
+  std::optional<std::string> pluralForm;
 };
 
 }  // namespace kolvane

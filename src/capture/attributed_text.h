@@ -1,0 +1,48 @@
+// A UTF-16 text with runs of attributes, as a label shows it. Attributes are named texts (a
+// toolkit adapter keeps its font, colour and so on there; a capsule carries "kv_capsuleKey" and
+// "kv_capsuleFormat"). The runs always cover the whole text, and neighbouring runs differ.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "strings/edition_item.h"
+
+namespace kolvane {
+
+using KVTextAttributes = std::map<std::string, std::string>;
+
+class KVAttributedText {
+ public:
+  KVAttributedText() = default;
+  explicit KVAttributedText(std::u16string text, KVTextAttributes attributes = {});
+
+  const std::u16string& string() const { return text_; }
+  // The attributes at `index` (none past the end) and, in `effective` when given, the longest
+  // range around `index` within `limit` over which they are the same.
+  KVTextAttributes attributesAt(std::size_t index, KVRange limit, KVRange* effective) const;
+  void append(std::u16string_view text, const KVTextAttributes& attributes);
+  // The new text takes the attributes of the first unit it replaces (of the unit before it when
+  // the range is empty). A range past the end is cut to the end.
+  void replaceCharacters(KVRange range, std::u16string_view text);
+
+  bool operator==(const KVAttributedText&) const = default;
+
+ private:
+  struct Run {
+    std::size_t length = 0;
+    KVTextAttributes attributes;
+    bool operator==(const Run&) const = default;
+  };
+  // The index of the run holding `index`, and where that run starts.
+  std::pair<std::size_t, std::size_t> runAt(std::size_t index) const;
+  void mergeNeighbours();
+
+  std::u16string text_;
+  std::vector<Run> runs_;
+};
+
+}  // namespace kolvane
