@@ -1,6 +1,7 @@
 #include "core/locale_strings.h"
 
 #include <algorithm>
+#include <climits>
 
 #include "base/log.h"
 #include "base/plain_name.h"
@@ -295,7 +296,7 @@ void KVLocaleStrings::loadDirtyStatuses() {
     if (!value.is_number_integer()) continue;
     const auto status = saturatingInteger(value);
     if (!status || *status < 0) continue;
-    statuses[key] = saturatingCast<unsigned>(static_cast<double>(*status));
+    statuses[key] = static_cast<unsigned>(std::min<long long>(*status, UINT_MAX));
   }
   applyReviewStatuses(statuses);
 }

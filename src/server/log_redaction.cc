@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 
 #include "base/bounded_json.h"
 
@@ -12,12 +11,6 @@ namespace {
 constexpr std::array<std::string_view, 10> kSecretNames = {
     "access_token", "refresh_token", "id_token",      "token",         "password",
     "code",         "code_verifier", "client_secret", "authorization", "session_state"};
-
-bool sameIgnoringCase(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](unsigned char x, unsigned char y) {
-    return std::tolower(x) == std::tolower(y);
-  });
-}
 
 // "a=1&b=2" with the values of secret names replaced.
 std::string redactedPairs(std::string_view pairs) {
@@ -42,7 +35,7 @@ std::string redactedPairs(std::string_view pairs) {
 
 bool isSecretName(std::string_view name) {
   return std::any_of(kSecretNames.begin(), kSecretNames.end(),
-                     [name](std::string_view secret) { return sameIgnoringCase(name, secret); });
+                     [name](std::string_view secret) { return sameHeaderName(name, secret); });
 }
 
 std::string redactedUrl(std::string_view url) {
