@@ -26,6 +26,16 @@ std::u16string escapedText(std::u16string_view text, bool inAttribute) {
       case u'"':
         out += inAttribute ? u"&quot;" : u"\"";
         break;
+      // A reader turns raw line ends into \n, and in attributes raw breaks and tabs into spaces.
+      case u'\r':
+        out += u"&#13;";
+        break;
+      case u'\n':
+        out += inAttribute ? u"&#10;" : u"\n";
+        break;
+      case u'\t':
+        out += inAttribute ? u"&#9;" : u"\t";
+        break;
       default:
         out += c;
     }

@@ -150,7 +150,9 @@ TEST_F(XliffWriterTest, WhatIsWrittenReadsBackTheSame) {
   const auto groups = read(
       document(unit("q", "quotes", "&lt;b&gt; \"Tom &amp; Jerry\" <ph>%1$@</ph> ☺") + "<group>" +
                unit("p[one]", "pl", "one <ph>%d</ph>") + unit("p[other]", "pl", "many") +
-               "</group>" + unit("k&quot;&amp;", "key&lt;&quot;", "odd key")));
+               "</group>" + unit("k&quot;&amp;", "key&lt;&quot;", "odd key") +
+               // XML turns raw line ends into \n and raw breaks in attributes into spaces.
+               unit("r&#13;&#10;&#9;", "cr&#13;&#9;", "a&#13;b&#13;&#10;c <ph>%@&#13;</ph>")));
   ASSERT_FALSE(error_);
   const auto reread = read(write(groups));
   ASSERT_FALSE(error_) << error_->localizedDescription;
@@ -160,7 +162,7 @@ TEST_F(XliffWriterTest, WhatIsWrittenReadsBackTheSame) {
     for (const auto& [name, form] : group->pluralForms) {
       const auto& back = reread.at(key)->pluralForms.at(name);
       EXPECT_EQ(back->localizedFormat, form->localizedFormat) << key;
-      EXPECT_EQ(back->uid, form->uid);
+      EXPECT_EQ(back->uid, form->uid) << key;
       EXPECT_EQ(back->argumentFormatSpecifiers, form->argumentFormatSpecifiers);
     }
   }
