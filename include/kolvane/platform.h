@@ -73,6 +73,7 @@ class KOLVANE_EXPORT TextServices {
   virtual ~TextServices() = default;
   // Full Unicode lower-casing, independent of any locale.
   virtual std::u16string lowercase(std::u16string text) const = 0;
+  virtual std::u16string uppercase(std::u16string text) const = 0;
   // The identifier of the locale the process runs in (such as en_US).
   virtual std::string currentLocaleIdentifier() const = 0;
   // The user's languages, most preferred first (such as "fr_FR", "en").

@@ -4,6 +4,7 @@
 
 #include "base/log.h"
 #include "base/utf.h"
+#include "capture/control_text.h"
 #include "core/locale_strings.h"
 #include "core/main_controller.h"
 #include "strings/cues.h"
@@ -185,6 +186,63 @@ KVAttributedText KVViewStrings::newLocalizedAttributedString() const {
     text.replaceCharacters({at, string->localizedFormat.size()}, current->localizedFormat);
   }
   return text;
+}
+
+void KVViewStrings::updateView() const {
+  if (!view) return;
+  std::optional<KVAttributedText> attributed;
+  std::optional<std::u16string> plain;
+  if (originalAttributedString) {
+    attributed = newLocalizedAttributedString();
+  } else if (originalString) {
+    plain = newLocalizedString();
+  } else {
+    return;
+  }
+  if (auto* label = dynamic_cast<KVHostLabel*>(view.get())) {
+    if (attributed) {
+      label->setAttributedText(*attributed);
+    } else {
+      label->setText(*plain);
+    }
+  }
+  for (auto owner = view->superview(); owner; owner = owner->superview()) {
+    if (!kv_keepsItsOwnText(*owner)) continue;
+    if (originalString) {
+      kolvaneUpdateText(*owner, *originalString, originalStringIdentity,
+                        attributed ? attributed->string() : *plain);
+    } else {
+      kolvaneUpdateAttributedText(*owner, *originalAttributedString, *attributed);
+    }
+    break;
+  }
+  for (auto shown = view; shown; shown = shown->superview()) {
+    if (auto* list = dynamic_cast<KVHostList*>(shown.get())) {
+      list->reloadData();
+    } else {
+      shown->setNeedsLayout();
+    }
+  }
+}
+
+std::string KVViewStrings::description() const {
+  std::string records = "(";
+  for (const auto& string : strings_) {
+    if (records.size() > 1) records += ", ";
+    records += string->description();
+  }
+  records += ")";
+  const std::string viewName = view ? view->className() : "(null)";
+  if (originalString) {
+    return "<KVViewStrings string " + toUtf8(kv_stringShowingCues(*originalString)) + " - view " +
+           viewName + " - kolvaneStrings " + records + ">";
+  }
+  if (originalAttributedString) {
+    return "<KVViewStrings attributed string " +
+           toUtf8(kv_stringShowingCues(originalAttributedString->string())) + " - view " +
+           viewName + " - kolvaneStrings " + records + ">";
+  }
+  return "<KVViewStrings empty>";
 }
 
 }  // namespace kolvane

@@ -8,7 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "capture/attributed_text.h"
+#include "kolvane/attributed_text.h"
+#include "kolvane/host_view.h"
 #include "strings/edition_item.h"
 #include "strings/string_record.h"
 
@@ -18,9 +19,14 @@ class KVViewStrings {
  public:
   using Values = std::vector<KVArgumentValue>;
 
+  // The view whose text this is; held as long as the capture lives.
+  std::shared_ptr<KVHostView> view;
   // The text as it was captured: plain, or attributed (which wins for rebuilding).
   std::optional<std::u16string> originalString;
   std::optional<KVAttributedText> originalAttributedString;
+  // The object the plain text was read from, as the host identifies it (a text field takes a
+  // new placeholder only from the very object it shows); null when unknown.
+  const void* originalStringIdentity = nullptr;
 
   // Traces the text: the distinct records found, innermost and latest first, each with its
   // argument values, and the outermost spans in text order. A record met a second time is
@@ -43,6 +49,11 @@ class KVViewStrings {
   // The record as the base store holds it now. The shown locale's store is asked first and its
   // answer left unused: what is rebuilt is the base store's text.
   static std::shared_ptr<const KVString> updatedKolvaneString(const KVString& string);
+
+  // Puts the rebuilt text on the view, lets the control that owns it take the text too, and
+  // redraws the view and its ancestors.
+  void updateView() const;
+  std::string description() const;
 
  private:
   // Where the record at the same index of `strings_` was found.

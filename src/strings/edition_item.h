@@ -7,15 +7,11 @@
 #include <optional>
 #include <string>
 
+#include "kolvane/attributed_text.h"
+
 namespace kolvane {
 
 class KVStringGroup;
-
-struct KVRange {
-  std::size_t location = 0;
-  std::size_t length = 0;  // in UTF-16 units
-  bool operator==(const KVRange&) const = default;
-};
 
 struct KVEditionItem {
   std::u16string string;  // the marked substring, both outer cues included

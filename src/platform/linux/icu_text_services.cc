@@ -48,33 +48,51 @@ std::optional<std::string> displayName(const std::string& localeId, std::string_
 
 }  // namespace
 
-std::u16string IcuTextServices::lowercase(std::u16string text) const {
+namespace {
+
+using IcuCaseMapping = int32_t (*)(UChar*, int32_t, const UChar*, int32_t, const char*,
+                                   UErrorCode*);
+
+std::u16string mappedCase(std::u16string text, bool upper) {
   // Most texts are ASCII and cue characters (General Punctuation, which has no cased letters),
-  // where lower-casing is A-Z alone; ICU is for the rest.
+  // where the mapping is A-Z to a-z alone; ICU is for the rest.
   const auto caseless = [](char16_t c) { return c < 0x80 || (c >= 0x2000 && c <= 0x206F); };
   if (std::all_of(text.begin(), text.end(), caseless)) {
+    const char16_t from = upper ? u'a' : u'A';
     for (char16_t& c : text) {
-      if (c >= u'A' && c <= u'Z') c = static_cast<char16_t>(c + (u'a' - u'A'));
+      if (c >= from && c <= from + 25)
+        c = static_cast<char16_t>(c + (u'a' - u'A') * (upper ? -1 : 1));
     }
     return text;
   }
   if (text.empty() ||
       text.size() > static_cast<std::size_t>(std::numeric_limits<int32_t>::max() / 2)) {
-    return std::u16string(text);
+    return text;
   }
+  const IcuCaseMapping mapping = upper ? u_strToUpper : u_strToLower;
   const auto length = static_cast<int32_t>(text.size());
-  // Lower-casing may lengthen a text (U+0130 becomes two units): retry with ICU's size.
-  std::u16string lowered(text.size(), u'\0');
+  // A mapping may lengthen a text (U+0130 lowered, ß raised): retry with ICU's size.
+  std::u16string mapped(text.size(), u'\0');
   UErrorCode status = U_ZERO_ERROR;
-  int32_t needed = u_strToLower(lowered.data(), length, text.data(), length, "", &status);
+  int32_t needed = mapping(mapped.data(), length, text.data(), length, "", &status);
   if (status == U_BUFFER_OVERFLOW_ERROR) {
-    lowered.assign(static_cast<std::size_t>(needed), u'\0');
+    mapped.assign(static_cast<std::size_t>(needed), u'\0');
     status = U_ZERO_ERROR;
-    needed = u_strToLower(lowered.data(), needed, text.data(), length, "", &status);
+    needed = mapping(mapped.data(), needed, text.data(), length, "", &status);
   }
-  if (U_FAILURE(status)) return std::u16string(text);
-  lowered.resize(static_cast<std::size_t>(needed));
-  return lowered;
+  if (U_FAILURE(status)) return text;
+  mapped.resize(static_cast<std::size_t>(needed));
+  return mapped;
+}
+
+}  // namespace
+
+std::u16string IcuTextServices::lowercase(std::u16string text) const {
+  return mappedCase(std::move(text), false);
+}
+
+std::u16string IcuTextServices::uppercase(std::u16string text) const {
+  return mappedCase(std::move(text), true);
 }
 
 std::string IcuTextServices::currentLocaleIdentifier() const { return uloc_getDefault(); }

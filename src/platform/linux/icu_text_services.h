@@ -8,6 +8,7 @@ namespace kolvane {
 class IcuTextServices : public TextServices {
  public:
   std::u16string lowercase(std::u16string text) const override;
+  std::u16string uppercase(std::u16string text) const override;
   std::string currentLocaleIdentifier() const override;
   std::vector<std::string> preferredLanguages() const override;
   std::string languageCode(std::string_view localeIdentifier) const override;

@@ -1,4 +1,4 @@
-#include "capture/attributed_text.h"
+#include "kolvane/attributed_text.h"
 
 #include <algorithm>
 

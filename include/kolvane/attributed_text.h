@@ -1,6 +1,8 @@
 // A UTF-16 text with runs of attributes, as a label shows it. Attributes are named texts (a
-// toolkit adapter keeps its font, colour and so on there; a capsule carries "kv_capsuleKey" and
-// "kv_capsuleFormat"). The runs always cover the whole text, and neighbouring runs differ.
+// toolkit adapter keeps its font, colour and so on there). A capsule, a placeholder drawn as
+// one inline object, is a U+FFFC unit whose attributes hold kKVCapsuleFormat (the placeholder's
+// text, read back when the edited text becomes a format again). The runs always cover the
+// whole text, and neighbouring runs differ.
 #pragma once
 
 #include <cstddef>
@@ -9,13 +11,28 @@
 #include <string_view>
 #include <vector>
 
-#include "strings/edition_item.h"
+#include "kolvane/export.h"
 
 namespace kolvane {
 
+// A span of a text, in UTF-16 units.
+struct KVRange {
+  std::size_t location = 0;
+  std::size_t length = 0;
+  bool operator==(const KVRange&) const = default;
+};
+
 using KVTextAttributes = std::map<std::string, std::string>;
 
-class KVAttributedText {
+// Attributes Kolvane reads and writes.
+inline constexpr char kKVFontSize[] = "kv_fontSize";            // points, as a decimal
+inline constexpr char kKVCapsuleKey[] = "kv_capsuleKey";        // "variable"
+inline constexpr char kKVCapsuleFormat[] = "kv_capsuleFormat";  // the placeholder, e.g. "%@"
+inline constexpr char kKVCapsuleText[] = "kv_capsuleText";      // what the capsule shows
+inline constexpr char kKVCapsuleColor[] = "kv_capsuleColor";    // "#2ca5c8", or "grey"
+inline constexpr char16_t kKVCapsuleCharacter = u'\uFFFC';
+
+class KOLVANE_EXPORT KVAttributedText {
  public:
   KVAttributedText() = default;
   explicit KVAttributedText(std::u16string text, KVTextAttributes attributes = {});

@@ -1,0 +1,79 @@
+// The edition screen as a model: one page per string found under a press, with the string's
+// key, review status, plural forms, source text and editable text (placeholders as capsules),
+// and the Accept, Reject and Close actions. A toolkit adapter draws it, forwards the
+// reviewer's input to its commands, and redraws when it reports a change. Main thread only.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "kolvane/attributed_text.h"
+#include "kolvane/export.h"
+
+namespace kolvane {
+
+inline constexpr char16_t kKVEditionCloseTitle[] = u"Close";
+inline constexpr char16_t kKVEditionAcceptTitle[] = u"Accept";
+inline constexpr char16_t kKVEditionRejectTitle[] = u"Reject";
+inline constexpr char16_t kKVEditionKeyPrefix[] = u"Key: ";
+
+// Capsule sizes, in points: the source text and the editable text.
+inline constexpr double kKVSourceCapsuleSize = 16.0;
+inline constexpr double kKVFieldCapsuleSize = 24.0;
+
+struct KVEditionPage {
+  std::string key;
+  std::u16string status;
+  // The plural categories in order (zero … other); empty for a string without plural forms,
+  // which shows no chooser.
+  std::vector<std::string> pluralFormNames;
+  std::size_t selectedPluralForm = 0;
+  std::u16string pluralNote;
+  KVAttributedText sourceText;
+  KVAttributedText fieldText;
+  // Whether the current workflow step lets the reviewer type; otherwise the page is for review.
+  bool editable = false;
+};
+
+struct KVAlert {
+  std::u16string title;
+  std::u16string message;
+  std::u16string cancelButtonTitle;
+};
+
+class KOLVANE_EXPORT KVEditionScreen {
+ public:
+  virtual ~KVEditionScreen();
+
+  virtual std::size_t pageCount() const = 0;
+  virtual KVEditionPage page(std::size_t index) const = 0;
+  virtual std::size_t currentPage() const = 0;
+  virtual bool acceptEnabled() const = 0;
+  virtual bool rejectEnabled() const = 0;
+  // The alert to show, if any.
+  virtual std::optional<KVAlert> alert() const = 0;
+  // Saved and dismissed, or dismissed without saving.
+  virtual bool isClosed() const = 0;
+
+  // The pages scrolled to `offset` in a view `width` wide.
+  virtual void scrollViewDidScroll(double offset, double width) = 0;
+  virtual void changePluralForm(std::size_t page, std::size_t index) = 0;
+  // The reviewer changed the text of a page (in its selected plural form).
+  virtual void textViewDidChange(std::size_t page, const KVAttributedText& text) = 0;
+  virtual void accept() = 0;
+  virtual void reject() = 0;
+  // The reason for the rejection asked by reject() was given.
+  virtual void rejectReasonWasGiven() = 0;
+  // "Close": saves when every placeholder count matches, else shows the alert.
+  virtual void validate() = 0;
+  // The alert's only button: closes without saving.
+  virtual void alertButtonClicked() = 0;
+
+  // Called after every change of what the screen shows.
+  virtual void setChangeHandler(std::function<void()> handler) = 0;
+};
+
+}  // namespace kolvane

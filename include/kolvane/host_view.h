@@ -1,0 +1,97 @@
+// How Kolvane sees an app's interface: a tree of views, each of one of the kinds below. A
+// toolkit adapter wraps its widgets in these (kolvane-qt does it for Qt Widgets); Kolvane's
+// capture rules (which texts are found under a press, how a control takes its new text, what is
+// redrawn) act only through them. Main thread only.
+//
+// A wrapper may outlive its widget: its calls must then do nothing and answer empty values.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "kolvane/attributed_text.h"
+#include "kolvane/export.h"
+
+namespace kolvane {
+
+class KOLVANE_EXPORT KVHostView {
+ public:
+  virtual ~KVHostView();
+  virtual std::shared_ptr<KVHostView> superview() const = 0;
+  virtual std::vector<std::shared_ptr<KVHostView>> subviews() const = 0;
+  // For logs, e.g. "QLabel".
+  virtual std::string className() const = 0;
+  // Whether two wrappers stand for the same widget.
+  virtual const void* identity() const = 0;
+  // Lays the view out and draws it again after its text changed.
+  virtual void setNeedsLayout() {}
+};
+
+// A leaf that draws a text. Buttons, tabs, table headers and cells are reached through the
+// labels inside them.
+class KOLVANE_EXPORT KVHostLabel : public KVHostView {
+ public:
+  // None when the label shows nothing.
+  virtual std::optional<KVAttributedText> attributedText() const = 0;
+  virtual void setText(const std::u16string& text) = 0;
+  virtual void setAttributedText(const KVAttributedText& text) = 0;
+};
+
+// The controls below keep a model of their text besides the label that draws it; Kolvane
+// updates that model after the label was rewritten.
+
+class KOLVANE_EXPORT KVHostButton : public KVHostView {
+ public:
+  // The text of the title label as drawn now.
+  virtual std::optional<KVAttributedText> titleLabelText() const = 0;
+  // The title of the normal state.
+  virtual void setTitle(const std::u16string& title) = 0;
+  virtual void setAttributedTitle(const KVAttributedText& title) = 0;
+};
+
+class KOLVANE_EXPORT KVHostSegmentedControl : public KVHostView {
+ public:
+  virtual std::size_t numberOfSegments() const = 0;
+  virtual std::u16string titleForSegment(std::size_t index) const = 0;
+  virtual void setTitleForSegment(std::size_t index, const std::u16string& title) = 0;
+};
+
+// The header of a table section.
+class KOLVANE_EXPORT KVHostTableHeader : public KVHostView {
+ public:
+  virtual std::u16string textLabelText() const = 0;
+  virtual void setTextLabelText(const std::u16string& text) = 0;
+};
+
+class KOLVANE_EXPORT KVHostTextField : public KVHostView {
+ public:
+  // The placeholder object itself: a new text is taken only by the very placeholder that was
+  // shown, not by an equal text set since. Null when there is none.
+  virtual const void* placeholderIdentity() const = 0;
+  virtual void setPlaceholder(const std::u16string& placeholder) = 0;
+};
+
+class KOLVANE_EXPORT KVHostTextView : public KVHostView {
+ public:
+  virtual KVAttributedText attributedText() const = 0;
+  virtual void setText(const std::u16string& text) = 0;
+  virtual void setAttributedText(const KVAttributedText& text) = 0;
+};
+
+// A table or collection: its visible cells are labels.
+class KOLVANE_EXPORT KVHostList : public KVHostView {
+ public:
+  virtual void reloadData() = 0;
+};
+
+// A top-level window. Its root controllers' views are every page it can show (all tabs, all
+// pages of a stack), shown or not.
+class KOLVANE_EXPORT KVHostWindow : public KVHostView {
+ public:
+  virtual std::vector<std::shared_ptr<KVHostView>> rootControllerViews() const = 0;
+};
+
+}  // namespace kolvane

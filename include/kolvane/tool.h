@@ -1,0 +1,62 @@
+// The in-app reviewer's tool, as a toolkit adapter drives it: the adapter recognises the
+// gestures, wraps the widget that was pressed, and shows the screens Kolvane asks for through
+// the host it installs. Main thread only.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "kolvane/edition_screen.h"
+#include "kolvane/export.h"
+#include "kolvane/host_view.h"
+
+namespace kolvane {
+
+// What the toolkit gives the tool.
+class KOLVANE_EXPORT KVToolHost {
+ public:
+  virtual ~KVToolHost();
+  // The window the app is using, or none.
+  virtual std::shared_ptr<KVHostWindow> keyWindow() const = 0;
+  // Shows `screen` over the window of `anchor`, the view whose strings it edits.
+  virtual void presentEditionScreen(const std::shared_ptr<KVEditionScreen>& screen,
+                                    const std::shared_ptr<KVHostView>& anchor) = 0;
+  // Closes every edition screen; `animated` false for a close before another screen opens.
+  virtual void dismissEditionScreens(bool animated) = 0;
+  // Asks the reviewer why the current string of `screen` is rejected; the answer comes back
+  // through screen->rejectReasonWasGiven().
+  virtual void askRejectReason(const std::shared_ptr<KVEditionScreen>& screen) = 0;
+  // Cancels a press for editing that is under way.
+  virtual void cancelEditionPress() = 0;
+  virtual void showActionsMenu() = 0;
+  // Signs the reviewer in; `completion` gets true when the reviewer cancelled.
+  virtual void openLoginForm(std::function<void(bool cancelled)> completion) = 0;
+  // Saved or reloaded strings changed what the app shows: the adapter tells the app's own
+  // widgets (Qt: a LanguageChange event).
+  virtual void stringsDidChange() = 0;
+};
+
+class KOLVANE_EXPORT KolvaneTool {
+ public:
+  // Installs the adapter's host (null removes it).
+  static void setHost(std::shared_ptr<KVToolHost> host);
+  // Whether a press opens the edition screen: a reviewer is signed in and a step is chosen.
+  static bool editionEnabled();
+  // A press for editing was recognised with `touches` fingers on `touchedView` (the deepest
+  // view under the finger). Opens the edition screen for the strings found in it, or in the
+  // nearest ancestor holding some; answers it, or none when nothing was found.
+  static std::shared_ptr<KVEditionScreen> triggerEdition(
+      const std::shared_ptr<KVHostView>& touchedView, unsigned touches = 1);
+  // The menu gesture was recognised.
+  static void triggerActions();
+  // The text a control built from an interface file should show in place of `designTimeText`:
+  // the app's string whose base text that is, looked up by its key; none when it is not one.
+  // A label passes its description, for the debug log.
+  static std::optional<std::u16string> textForDesignTimeText(
+      const std::u16string& designTimeText, std::string_view labelDescription = {});
+};
+
+}  // namespace kolvane

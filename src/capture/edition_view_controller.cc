@@ -1,0 +1,215 @@
+#include "capture/edition_view_controller.h"
+
+#include <cmath>
+
+#include "base/log.h"
+#include "base/utf.h"
+#include "capture/capsules.h"
+#include "capture/tool_host.h"
+#include "core/locale_strings.h"
+#include "core/main_controller.h"
+#include "core/workflow_step.h"
+
+namespace kolvane {
+namespace {
+
+std::u16string validationMessage(std::size_t errors) {
+  return u"Incorrect number of value placeholders for " + toUtf16(std::to_string(errors)) +
+         u" string" + (errors == 1 ? u"" : u"s") + u".";
+}
+
+const KVWorkflowStep* currentStep() {
+  return KVMainController::sharedInstance().workflowStep().get();
+}
+
+}  // namespace
+
+KVEditionScreen::~KVEditionScreen() = default;
+
+std::u16string kv_statusText(unsigned status) {
+  switch (status) {
+    case KVStringStatusPublished:
+      return u"Published";
+    case KVStringStatusAccepted:
+      return u"Accepted";
+    case KVStringStatusRejected:
+      return u"Rejected";
+    case KVStringStatusUntranslated:
+      return u"Untranslated";
+    default:
+      return u"Not reviewed";
+  }
+}
+
+KVEditionViewController::KVEditionViewController(
+    std::shared_ptr<KVEditionController> editionController)
+    : editionController_(std::move(editionController)) {
+  for (const auto& item : editionController_->items()) {
+    PageState page;
+    if (item.targetString) page.pluralFormNames = item.targetString->sortedPluralFormNames();
+    pages_.push_back(std::move(page));
+  }
+  updateActions();
+}
+
+std::shared_ptr<KVEditionViewController>
+KVEditionViewController::presentEditionViewWithStringsAndViews(
+    const KVCaptures& captures, const std::shared_ptr<KVHostView>& view) {
+  if (debugEnabled()) kvLog("Editing " + std::to_string(captures.size()) + " strings");
+  auto controller = KVEditionController::editionControllerWithStrings(captures);
+  if (!controller) return nullptr;
+  controller->touchedView = view;
+  auto screen = std::make_shared<KVEditionViewController>(std::move(controller));
+  const auto host = kv_toolHost();
+  const auto window = host ? host->keyWindow() : nullptr;
+  if (window) {
+    screen->windowEditionController_ =
+        KVEditionController::editionControllerWithStrings(kolvaneStringsInSubviews(window));
+    if (screen->windowEditionController_) screen->windowEditionController_->touchedView = window;
+  }
+  if (host) host->presentEditionScreen(screen, view);
+  return screen;
+}
+
+void KVEditionViewController::dismiss() {
+  if (const auto host = kv_toolHost()) host->dismissEditionScreens(false);
+}
+
+std::size_t KVEditionViewController::pageCount() const { return pages_.size(); }
+
+std::string KVEditionViewController::selectedPluralForm(std::size_t page) const {
+  if (page >= pages_.size()) return {};
+  const auto& target = editionController_->items()[page].targetString;
+  const PageState& state = pages_[page];
+  if (!target || !target->hasPlurals || state.selected >= state.pluralFormNames.size()) return {};
+  return state.pluralFormNames[state.selected];
+}
+
+KVEditionPage KVEditionViewController::page(std::size_t index) const {
+  KVEditionPage page;
+  if (index >= pages_.size()) return page;
+  const auto& item = editionController_->items()[index];
+  const auto& target = item.targetString;
+  const std::string name = selectedPluralForm(index);
+  const KVWorkflowStep* step = currentStep();
+  page.editable = step != nullptr && step->canTranslate;
+  if (!target) return page;
+  page.key = target->key;
+  page.status = kv_statusText(target->status);
+  if (target->hasPlurals) page.pluralFormNames = pages_[index].pluralFormNames;
+  page.selectedPluralForm = pages_[index].selected;
+  // The page has no source group of its own, so the source line shows the stored translation.
+  const auto form = target->stringForPluralForm(kv_pluralArgument(name), true);
+  if (form) {
+    page.sourceText = kv_stringWithCapsules(*form, kKVSourceCapsuleSize, false);
+    if (target->hasPlurals) page.pluralNote = form->note;
+  }
+  if (const auto typed = item.edited.find(name); typed != item.edited.end()) {
+    page.fieldText = typed->second;
+  } else if (form) {
+    page.fieldText = kv_stringWithCapsules(*form, kKVFieldCapsuleSize, true);
+  }
+  return page;
+}
+
+void KVEditionViewController::scrollViewDidScroll(double offset, double width) {
+  if (!(width > 0) || !std::isfinite(offset) || !std::isfinite(width)) return;
+  const double page = std::floor((offset + width / 2) / width);
+  currentPage_ = page <= 0 ? 0 : static_cast<std::size_t>(std::min(page, 1e9));
+  updateActions();
+  changed();
+}
+
+void KVEditionViewController::changePluralForm(std::size_t page, std::size_t index) {
+  if (page >= pages_.size()) return;
+  pages_[page].selected = index;
+  changed();
+}
+
+void KVEditionViewController::textViewDidChange(std::size_t page, const KVAttributedText& text) {
+  if (page >= pages_.size()) return;
+  auto& item = editionController_->items()[page];
+  item.edited[selectedPluralForm(page)] = text;
+  // Editing a reviewed string makes it unreviewed again.
+  if (item.targetString && item.targetString->status != KVStringStatusNone) {
+    setStatus(page, KVStringStatusNone);
+    updateActions();
+  }
+  changed();
+}
+
+void KVEditionViewController::setStatus(std::size_t page, unsigned status) {
+  auto& target = editionController_->items()[page].targetString;
+  if (!target) return;
+  std::shared_ptr<const KVStringGroup> published;
+  if (const auto shown = KVMainController::sharedInstance().localeStrings()) {
+    published = shown->setReviewStatus(target->key, status);
+  }
+  if (!published || published->status != status) {
+    // A key the store does not hold keeps its decision on the page alone.
+    auto copy = target->copy();
+    copy->status = status;
+    published = std::move(copy);
+  }
+  target = std::move(published);
+}
+
+void KVEditionViewController::updateActions() {
+  acceptEnabled_ = rejectEnabled_ = false;
+  if (currentPage_ >= pages_.size()) return;
+  const auto& target = editionController_->items()[currentPage_].targetString;
+  const KVWorkflowStep* step = currentStep();
+  const bool unreviewed = target && target->status == KVStringStatusNone;
+  acceptEnabled_ = step != nullptr && step->canSubmit && unreviewed;
+  rejectEnabled_ = step != nullptr && step->canReject && unreviewed;
+}
+
+void KVEditionViewController::accept() {
+  if (currentPage_ < pages_.size() && editionController_->items()[currentPage_].targetString) {
+    setStatus(currentPage_, KVStringStatusAccepted);
+  }
+  updateActions();
+  changed();
+}
+
+void KVEditionViewController::reject() {
+  if (const auto host = kv_toolHost()) host->askRejectReason(shared_from_this());
+}
+
+void KVEditionViewController::rejectReasonWasGiven() {
+  if (currentPage_ < pages_.size()) setStatus(currentPage_, KVStringStatusRejected);
+  updateActions();
+  changed();
+}
+
+void KVEditionViewController::validate() {
+  const std::size_t errors = editionController_->validateStrings();
+  if (errors >= 1) {
+    alert_ = KVAlert{u"Validation error", validationMessage(errors), u"Cancel changes"};
+    changed();
+    return;
+  }
+  editionController_->saveStrings();
+  if (windowEditionController_) windowEditionController_->updateViewStringsFromFile();
+  close(true);
+  if (const auto host = kv_toolHost()) host->stringsDidChange();
+}
+
+void KVEditionViewController::alertButtonClicked() { close(true); }
+
+void KVEditionViewController::close(bool animated) {
+  alert_.reset();
+  closed_ = true;
+  if (const auto host = kv_toolHost()) host->dismissEditionScreens(animated);
+  changed();
+}
+
+void KVEditionViewController::setChangeHandler(std::function<void()> handler) {
+  changeHandler_ = std::move(handler);
+}
+
+void KVEditionViewController::changed() const {
+  if (changeHandler_) changeHandler_();
+}
+
+}  // namespace kolvane

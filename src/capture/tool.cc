@@ -1,0 +1,78 @@
+#include "kolvane/tool.h"
+
+#include "base/log.h"
+#include "capture/edition_view_controller.h"
+#include "capture/tool_host.h"
+#include "capture/view_capture.h"
+#include "core/locale_strings.h"
+#include "core/main_controller.h"
+#include "core/reviewer_services.h"
+#include "kolvane/bundle.h"
+#include "kolvane/platform.h"
+
+namespace kolvane {
+namespace {
+
+std::shared_ptr<KVToolHost>& installedHost() {
+  static std::shared_ptr<KVToolHost> host;
+  return host;
+}
+
+}  // namespace
+
+KVHostView::~KVHostView() = default;
+KVToolHost::~KVToolHost() = default;
+
+std::shared_ptr<KVToolHost> kv_toolHost() { return installedHost(); }
+
+void KolvaneTool::setHost(std::shared_ptr<KVToolHost> host) { installedHost() = std::move(host); }
+
+bool KolvaneTool::editionEnabled() { return KVMainController::sharedInstance().editionEnabled(); }
+
+std::shared_ptr<KVEditionScreen> KolvaneTool::triggerEdition(
+    const std::shared_ptr<KVHostView>& touchedView, unsigned touches) {
+  if (touches != 1 || !editionEnabled()) return nullptr;
+  if (debugEnabled()) {
+    kvLog("Edition gesture triggered for view " +
+          (touchedView ? touchedView->className() : std::string("(null)")));
+  }
+  // The window itself, or a view no longer on screen, shows nothing to edit.
+  if (!touchedView || !touchedView->superview()) return nullptr;
+  if (const KVCaptures captures = kolvaneStringsInSubviews(touchedView); !captures.empty()) {
+    return KVEditionViewController::presentEditionViewWithStringsAndViews(captures, touchedView);
+  }
+  std::shared_ptr<KVHostView> root;
+  const KVCaptures captures = kolvaneStringsInSuperviewsWithRoot(touchedView, &root);
+  if (captures.empty()) return nullptr;
+  return KVEditionViewController::presentEditionViewWithStringsAndViews(captures, root);
+}
+
+void KolvaneTool::triggerActions() {
+  if (debugEnabled()) kvLog("Actions gesture triggered");
+  const auto host = installedHost();
+  if (!host) return;
+  host->cancelEditionPress();
+  KVEditionViewController::dismiss();
+  const KVReviewerServices* services = KVMainController::sharedInstance().reviewerServices();
+  if (services != nullptr && services->isLoggedIn()) {
+    host->showActionsMenu();
+    return;
+  }
+  host->openLoginForm([](bool cancelled) {
+    if (cancelled) return;
+    if (const auto current = installedHost()) current->showActionsMenu();
+  });
+}
+
+std::optional<std::u16string> KolvaneTool::textForDesignTimeText(
+    const std::u16string& designTimeText, std::string_view labelDescription) {
+  const auto base = KVMainController::sharedInstance().baseLocaleStrings();
+  const auto key = base ? base->keyForIBString(designTimeText) : std::nullopt;
+  if (!key) return std::nullopt;
+  if (debugEnabled() && !labelDescription.empty()) {
+    kvLog("Overriding text for label " + std::string(labelDescription) + " with key " + *key);
+  }
+  return Platform::current().mainBundle().localizedStringForKey(*key, u"", "");
+}
+
+}  // namespace kolvane

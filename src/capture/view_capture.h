@@ -1,0 +1,22 @@
+// Finding the texts under a press: the labels of a view (the leaves of its tree), of a window
+// (every page of its root controllers), or of the nearest ancestor that holds any.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "capture/view_strings.h"
+#include "kolvane/host_view.h"
+
+namespace kolvane {
+
+using KVCaptures = std::vector<std::shared_ptr<KVViewStrings>>;
+
+// The labels under `view`, depth first, each with the text it shows. Only leaves are looked
+// at; a window looks under its root controllers' views instead of its own subviews.
+KVCaptures kolvaneStringsInSubviews(const std::shared_ptr<KVHostView>& view);
+// The labels of the nearest ancestor of `view` that has any; `root` gets that ancestor.
+KVCaptures kolvaneStringsInSuperviewsWithRoot(const std::shared_ptr<KVHostView>& view,
+                                              std::shared_ptr<KVHostView>* root);
+
+}  // namespace kolvane
