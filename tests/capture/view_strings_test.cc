@@ -4,11 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "core/locale_strings.h"
-#include "core/main_controller.h"
-#include "strings/cues.h"
-#include "strings/string_group.h"
-#include "support/fake_platform.h"
+#include "capture/capture_fixture.h"
 
 namespace kolvane {
 namespace {
@@ -16,40 +12,11 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
-// Brackets and braces as cues, the way the tool shows them: [ ] strings, { } placeholders.
-std::u16string cued(std::u16string shown) {
-  for (char16_t& c : shown) {
-    if (c == u'[') c = kv_beginCue;
-    if (c == u']') c = kv_endCue;
-    if (c == u'{') c = kv_placeholderBeginCue;
-    if (c == u'}') c = kv_placeholderEndCue;
-  }
-  return shown;
-}
+using testing::cued;
+using testing::shown;
 
-std::u16string shown(const std::u16string& text) { return kv_stringShowingCues(text); }
-
-class ViewStringsTest : public testing::PlatformTest {
+class ViewStringsTest : public testing::CaptureTest {
  protected:
-  void SetUp() override {
-    testing::PlatformTest::SetUp();
-    base_ = KVLocaleStrings::localeStringsForLocale(Locale("en"));
-    controller().setBaseLocaleStrings(base_);
-    setBase({{"sent", u"Sent %@ today"}, {"file", u"a file"}, {"hi", u"Hi"}});
-  }
-  KVMainController& controller() { return KVMainController::sharedInstance(); }
-  void setBase(const std::vector<std::pair<std::string, std::u16string>>& texts) {
-    KVStringGroups groups;
-    for (const auto& [key, text] : texts) {
-      auto form = std::make_shared<KVString>();
-      form->key = key;
-      form->extractFormatFromString(kv_stringWithCues(text));
-      auto group = std::make_shared<KVStringGroup>();
-      group->addStringForm(form);
-      groups[key] = group;
-    }
-    base_->setLoadedStrings(std::move(groups));
-  }
   KVViewStrings traced(const std::u16string& text) {
     KVViewStrings strings;
     strings.originalString = cued(text);
@@ -61,8 +28,6 @@ class ViewStringsTest : public testing::PlatformTest {
     for (const auto& string : strings.kolvaneStrings()) found.push_back(string->key);
     return found;
   }
-
-  std::shared_ptr<KVLocaleStrings> base_;
 };
 
 TEST_F(ViewStringsTest, TextWithoutCuesTracesToNothingAndRebuildsAsItWas) {

@@ -1,0 +1,179 @@
+// Host views made of plain objects, to drive the capture rules without a toolkit. Each keeps
+// a record of what Kolvane did to it.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "kolvane/host_view.h"
+#include "kolvane/tool.h"
+
+namespace kolvane::testing {
+
+template <class Interface>
+class FakeNode : public Interface {
+ public:
+  explicit FakeNode(std::string name) : name_(std::move(name)) {}
+  std::shared_ptr<KVHostView> superview() const override { return parent.lock(); }
+  std::vector<std::shared_ptr<KVHostView>> subviews() const override { return children; }
+  std::string className() const override { return name_; }
+  const void* identity() const override { return this; }
+  void setNeedsLayout() override { ++layouts; }
+
+  std::weak_ptr<KVHostView> parent;
+  std::vector<std::shared_ptr<KVHostView>> children;
+  int layouts = 0;
+
+ private:
+  std::string name_;
+};
+
+// Puts `child` under `parent` and answers it.
+template <class Parent, class Child>
+std::shared_ptr<Child> attach(const std::shared_ptr<Parent>& parent, std::shared_ptr<Child> child) {
+  child->parent = parent;
+  parent->children.push_back(child);
+  return child;
+}
+
+class FakeLabel : public FakeNode<KVHostLabel> {
+ public:
+  FakeLabel() : FakeNode("Label") {}
+  std::optional<KVAttributedText> attributedText() const override { return text; }
+  void setText(const std::u16string& plain) override {
+    text = KVAttributedText(plain);
+    ++updates;
+  }
+  void setAttributedText(const KVAttributedText& attributed) override {
+    text = attributed;
+    ++updates;
+  }
+  std::optional<KVAttributedText> text;
+  int updates = 0;
+};
+
+class FakeContainer : public FakeNode<KVHostView> {
+ public:
+  explicit FakeContainer(std::string name = "View") : FakeNode(std::move(name)) {}
+};
+
+// The first label under `view`, as buttons and headers keep theirs.
+class FakeLabel;
+FakeLabel* firstLabel(const KVHostView& view);
+
+class FakeButton : public FakeNode<KVHostButton> {
+ public:
+  FakeButton() : FakeNode("Button") {}
+  std::optional<KVAttributedText> titleLabelText() const override;
+  void setTitle(const std::u16string& text) override { title = text; }
+  void setAttributedTitle(const KVAttributedText& text) override { attributedTitle = text; }
+  std::optional<std::u16string> title;
+  std::optional<KVAttributedText> attributedTitle;
+};
+
+class FakeSegments : public FakeNode<KVHostSegmentedControl> {
+ public:
+  FakeSegments() : FakeNode("SegmentedControl") {}
+  std::size_t numberOfSegments() const override { return titles.size(); }
+  std::u16string titleForSegment(std::size_t index) const override { return titles.at(index); }
+  void setTitleForSegment(std::size_t index, const std::u16string& title) override {
+    titles.at(index) = title;
+  }
+  std::vector<std::u16string> titles;
+};
+
+class FakeHeader : public FakeNode<KVHostTableHeader> {
+ public:
+  FakeHeader() : FakeNode("TableHeader") {}
+  std::u16string textLabelText() const override;
+  void setTextLabelText(const std::u16string& text) override;
+};
+
+class FakeTextField : public FakeNode<KVHostTextField> {
+ public:
+  FakeTextField() : FakeNode("TextField") {}
+  const void* placeholderIdentity() const override { return placeholder.get(); }
+  void setPlaceholder(const std::u16string& text) override {
+    placeholder = std::make_shared<std::u16string>(text);
+  }
+  std::shared_ptr<std::u16string> placeholder;
+};
+
+class FakeList : public FakeNode<KVHostList> {
+ public:
+  FakeList() : FakeNode("List") {}
+  void reloadData() override { ++reloads; }
+  int reloads = 0;
+};
+
+class FakeWindow : public FakeNode<KVHostWindow> {
+ public:
+  FakeWindow() : FakeNode("Window") {}
+  std::vector<std::shared_ptr<KVHostView>> rootControllerViews() const override { return pages; }
+  std::vector<std::shared_ptr<KVHostView>> pages;
+};
+
+// A label under `parent` showing `text` (cues included).
+template <class Parent>
+std::shared_ptr<FakeLabel> addLabel(const std::shared_ptr<Parent>& parent,
+                                    const std::u16string& text) {
+  auto label = attach(parent, std::make_shared<FakeLabel>());
+  label->text = KVAttributedText(text);
+  return label;
+}
+
+inline FakeLabel* firstLabel(const KVHostView& view) {
+  for (const auto& child : view.subviews()) {
+    if (auto* label = dynamic_cast<FakeLabel*>(child.get())) return label;
+  }
+  return nullptr;
+}
+
+inline std::optional<KVAttributedText> FakeButton::titleLabelText() const {
+  const FakeLabel* label = firstLabel(*this);
+  return label ? label->text : std::nullopt;
+}
+
+inline std::u16string FakeHeader::textLabelText() const {
+  const FakeLabel* label = firstLabel(*this);
+  return label && label->text ? label->text->string() : std::u16string();
+}
+
+inline void FakeHeader::setTextLabelText(const std::u16string& text) {
+  if (FakeLabel* label = firstLabel(*this)) label->text = KVAttributedText(text);
+}
+
+// A tool host that records what it was asked.
+class FakeToolHost : public KVToolHost {
+ public:
+  std::shared_ptr<KVHostWindow> keyWindow() const override { return window; }
+  void presentEditionScreen(const std::shared_ptr<KVEditionScreen>& screen,
+                            const std::shared_ptr<KVHostView>& anchor) override {
+    presented = screen;
+    presentedAnchor = anchor;
+  }
+  void dismissEditionScreens(bool animated) override { dismissals.push_back(animated); }
+  void askRejectReason(const std::shared_ptr<KVEditionScreen>& screen) override {
+    rejectAsked = screen;
+  }
+  void cancelEditionPress() override { ++cancelledPresses; }
+  void showActionsMenu() override { ++menusShown; }
+  void openLoginForm(std::function<void(bool)> completion) override {
+    login = std::move(completion);
+  }
+  void stringsDidChange() override { ++stringChanges; }
+
+  std::shared_ptr<KVHostWindow> window;
+  std::shared_ptr<KVEditionScreen> presented;
+  std::shared_ptr<KVHostView> presentedAnchor;
+  std::vector<bool> dismissals;
+  std::shared_ptr<KVEditionScreen> rejectAsked;
+  int cancelledPresses = 0;
+  int menusShown = 0;
+  std::function<void(bool)> login;
+  int stringChanges = 0;
+};
+
+}  // namespace kolvane::testing
