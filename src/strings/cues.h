@@ -9,14 +9,10 @@
 #include <string_view>
 #include <vector>
 
+#include "kolvane/cues.h"
 #include "strings/edition_item.h"
 
 namespace kolvane {
-
-inline constexpr char16_t kv_beginCue = u'\u200B';
-inline constexpr char16_t kv_endCue = u'\u2062';
-inline constexpr char16_t kv_placeholderBeginCue = u'\u2063';
-inline constexpr char16_t kv_placeholderEndCue = u'\u2064';
 
 // The characters that end a format specifier ("%" up to and including one of them).
 inline constexpr std::u16string_view kFormatConversionLetters = u"@dDuUxXoOfeEgGcCsSpaAF";

@@ -1,0 +1,41 @@
+// The demo's window: an inbox with a title built from two strings, a plural count, buttons, a
+// search field, tabs, a table with a header, and a help text. Every text is looked up through
+// Qt's translation calls, and looked up again when the language changes.
+#pragma once
+
+#include <QMainWindow>
+
+class QLabel;
+class QLineEdit;
+class QPushButton;
+class QTabWidget;
+class QTableWidget;
+class QTextEdit;
+
+class InboxWindow : public QMainWindow {
+ public:
+  InboxWindow();
+  QLabel* titleLabel() const { return title_; }
+  QLabel* subtitleLabel() const { return subtitle_; }
+  QLabel* countLabel() const { return count_; }
+
+ protected:
+  void changeEvent(QEvent* event) override;
+
+ private:
+  void retranslate();
+
+  QLabel* title_ = nullptr;
+  QLabel* subtitle_ = nullptr;
+  QLabel* count_ = nullptr;
+  QPushButton* compose_ = nullptr;
+  QPushButton* refresh_ = nullptr;
+  QLineEdit* search_ = nullptr;
+  QTabWidget* tabs_ = nullptr;
+  QTableWidget* messages_ = nullptr;
+  QLabel* sentEmpty_ = nullptr;
+  QLabel* draftsEmpty_ = nullptr;
+  QTextEdit* help_ = nullptr;
+  QLabel* discount_ = nullptr;
+  QLabel* terms_ = nullptr;
+};

@@ -1,0 +1,40 @@
+// The Kolvane demo: a Qt Widgets mail window on the demo project's strings.
+//
+//   kolvane-qt-demo [--bundle DIR] [--walkthrough FOLDER]
+//
+// The bundle defaults to $KOLVANE_BUNDLE, else examples/DemoApp. With --walkthrough it plays a
+// reviewer (a long press on a label, an edit, a save, a placeholder mismatch), saves a
+// screenshot of each step in FOLDER and quits.
+#include <QApplication>
+#include <QStringList>
+#include <cstdlib>
+#include <iostream>
+
+#include "inbox_window.h"
+#include "kolvane/kolvane.h"
+#include "kolvane/linux_platform.h"
+#include "kolvane/qt.h"
+#include "walkthrough.h"
+
+int main(int argc, char** argv) {
+  QApplication app(argc, argv);
+  const QStringList arguments = QApplication::arguments();
+  const auto option = [&arguments](const QString& name) {
+    const qsizetype at = arguments.indexOf(name);
+    return at >= 0 && at + 1 < arguments.size() ? arguments[at + 1] : QString();
+  };
+  kolvane::LinuxPlatformOptions options;
+  options.bundlePath = option("--bundle").toStdString();
+  if (options.bundlePath.empty() && std::getenv("KOLVANE_BUNDLE") == nullptr) {
+    options.bundlePath = "examples/DemoApp";
+  }
+  kolvane::Platform::install(kolvane::makeLinuxPlatform(options));
+  kolvane::KolvaneSDK::startWithProjectId("demo", {{"environment", "stage"}, {"logging", 1}});
+  kolvane::KolvaneQt::install();
+
+  InboxWindow window;
+  window.show();
+  const QString walkthrough = option("--walkthrough");
+  if (!walkthrough.isEmpty()) startWalkthrough(window, walkthrough);
+  return QApplication::exec();
+}

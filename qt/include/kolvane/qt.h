@@ -1,0 +1,31 @@
+// Kolvane for Qt 6 Widgets apps.
+//
+//   QApplication app(argc, argv);
+//   kolvane::KolvaneSDK::startWithProjectId("my-project");
+//   kolvane::KolvaneQt::install();
+//
+// From then on qtTrId(id) and tr(text) are served by Kolvane, and a signed-in reviewer edits
+// any text of the app in place with a long press on it.
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include "kolvane/export.h"
+
+namespace kolvane {
+
+class KolvaneQt {
+ public:
+  // Installs the translator and the reviewer's gestures. Main thread, once the QApplication
+  // exists; a second call does nothing.
+  static void install();
+  // Removes what install() added.
+  static void uninstall();
+  // `format` (a Kolvane string) with its placeholders, in order, replaced by `values`: a value
+  // that is itself a Kolvane string stays traceable inside the text it was put in.
+  // Example: KolvaneQt::format(qtTrId("welcome.title"), {qtTrId("app.name")})
+  static QString format(const QString& format, const QStringList& values);
+};
+
+}  // namespace kolvane

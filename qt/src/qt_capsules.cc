@@ -1,0 +1,216 @@
+#include "qt_capsules.h"
+
+#include <QAbstractTextDocumentLayout>
+#include <QFontMetricsF>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QMimeData>
+#include <QPainter>
+#include <QPainterPath>
+#include <QTextBlock>
+#include <QTextCursor>
+#include <QTextDocumentFragment>
+#include <QTextObjectInterface>
+
+namespace kolvane::qt {
+namespace {
+
+constexpr int kCapsuleType = QTextFormat::UserObject + 1;
+constexpr int kFormatProperty = QTextFormat::UserProperty + 1;
+constexpr int kLabelProperty = QTextFormat::UserProperty + 2;
+constexpr int kColorProperty = QTextFormat::UserProperty + 3;
+
+QColor capsuleColor(const std::string& name) {
+  return name == "grey" ? QColor(142, 142, 147) : QColor(QString::fromStdString(name));
+}
+
+QString value(const KVTextAttributes& attributes, const char* name, const char* fallback = "") {
+  const auto found = attributes.find(name);
+  return QString::fromStdString(found != attributes.end() ? found->second : fallback);
+}
+
+class CapsuleDrawer : public QObject, public QTextObjectInterface {
+  Q_OBJECT
+  Q_INTERFACES(QTextObjectInterface)
+
+ public:
+  using QObject::QObject;
+  QSizeF intrinsicSize(QTextDocument*, int, const QTextFormat& format) override {
+    const QFontMetricsF metrics(format.toCharFormat().font());
+    const QString label = format.property(kLabelProperty).toString();
+    return {metrics.horizontalAdvance(label) + metrics.height(), metrics.height() * 1.1};
+  }
+  void drawObject(QPainter* painter, const QRectF& rect, QTextDocument*, int,
+                  const QTextFormat& format) override {
+    const QColor color = format.property(kColorProperty).value<QColor>();
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
+    QPainterPath path;
+    const QRectF pill = rect.adjusted(1, 1, -1, -1);
+    path.addRoundedRect(pill, pill.height() / 2, pill.height() / 2);
+    painter->fillPath(path, color);
+    painter->setPen(Qt::white);
+    painter->setFont(format.toCharFormat().font());
+    painter->drawText(pill, Qt::AlignCenter, format.property(kLabelProperty).toString());
+    painter->restore();
+  }
+};
+
+QTextCharFormat textFormat(const KVTextAttributes& attributes) {
+  QTextCharFormat format;
+  bool sized = false;
+  const double size = value(attributes, kKVFontSize).toDouble(&sized);
+  if (sized && size > 0) format.setFontPointSize(size);
+  return format;
+}
+
+QTextCharFormat capsuleFormat(const KVTextAttributes& attributes) {
+  QTextCharFormat format = textFormat(attributes);
+  format.setObjectType(kCapsuleType);
+  format.setVerticalAlignment(QTextCharFormat::AlignMiddle);
+  format.setProperty(kFormatProperty, value(attributes, kKVCapsuleFormat));
+  format.setProperty(kLabelProperty, value(attributes, kKVCapsuleText, "Variable"));
+  format.setProperty(kColorProperty,
+                     capsuleColor(value(attributes, kKVCapsuleColor, "grey").toStdString()));
+  return format;
+}
+
+void insertAttributed(QTextCursor& cursor, const KVAttributedText& text) {
+  const std::u16string& plain = text.string();
+  KVRange run;
+  for (std::size_t at = 0; at < plain.size();
+       at = run.location + std::max<std::size_t>(run.length, 1)) {
+    const KVTextAttributes attributes = text.attributesAt(at, {0, plain.size()}, &run);
+    const QString part = QString::fromStdU16String(plain.substr(run.location, run.length));
+    if (attributes.count(kKVCapsuleFormat) != 0) {
+      for (qsizetype i = 0; i < part.size(); ++i) {
+        cursor.insertText(QString(QChar(kKVCapsuleCharacter)), capsuleFormat(attributes));
+      }
+    } else {
+      cursor.insertText(part, textFormat(attributes));
+    }
+  }
+}
+
+KVAttributedText attributedFragment(const QTextDocument* document, int from, int to) {
+  KVAttributedText text;
+  bool firstBlock = true;
+  for (QTextBlock block = document->begin(); block.isValid(); block = block.next()) {
+    if (block.position() + block.length() <= from || block.position() > to) continue;
+    if (!firstBlock) text.append(u"\n", {});
+    firstBlock = false;
+    for (auto it = block.begin(); !it.atEnd(); ++it) {
+      const QTextFragment fragment = it.fragment();
+      const int start = std::max(fragment.position(), from);
+      const int end = std::min(fragment.position() + fragment.length(), to);
+      if (end <= start) continue;
+      const QString part = fragment.text().mid(start - fragment.position(), end - start);
+      const QTextCharFormat format = fragment.charFormat();
+      if (format.objectType() == kCapsuleType) {
+        const std::string placeholder = format.property(kFormatProperty).toString().toStdString();
+        for (qsizetype i = 0; i < part.size(); ++i) {
+          text.append(std::u16string(1, kKVCapsuleCharacter), {{kKVCapsuleFormat, placeholder}});
+        }
+      } else {
+        text.append(part.toStdU16String(), {});
+      }
+    }
+  }
+  return text;
+}
+
+QByteArray serialized(const KVAttributedText& text) {
+  QJsonArray runs;
+  const std::u16string& plain = text.string();
+  KVRange run;
+  for (std::size_t at = 0; at < plain.size();
+       at = run.location + std::max<std::size_t>(run.length, 1)) {
+    const KVTextAttributes attributes = text.attributesAt(at, {0, plain.size()}, &run);
+    QJsonObject entry{{"text", QString::fromStdU16String(plain.substr(run.location, run.length))}};
+    if (const auto capsule = attributes.find(kKVCapsuleFormat); capsule != attributes.end()) {
+      entry["capsule"] = QString::fromStdString(capsule->second);
+    }
+    runs.append(entry);
+  }
+  return QJsonDocument(runs).toJson(QJsonDocument::Compact);
+}
+
+KVAttributedText deserialized(const QByteArray& bytes) {
+  KVAttributedText text;
+  for (const QJsonValue& entry : QJsonDocument::fromJson(bytes).array()) {
+    const QJsonObject run = entry.toObject();
+    KVTextAttributes attributes;
+    if (run.contains("capsule")) {
+      attributes = {{kKVCapsuleFormat, run["capsule"].toString().toStdString()},
+                    {kKVCapsuleColor, "#2ca5c8"},
+                    {kKVCapsuleText, "Variable"},
+                    {kKVFontSize, "24"}};
+    }
+    text.append(run["text"].toString().toStdU16String(), attributes);
+  }
+  return text;
+}
+
+}  // namespace
+
+void registerCapsules(QTextDocument* document) {
+  document->documentLayout()->registerHandler(kCapsuleType, new CapsuleDrawer(document));
+}
+
+void setAttributedText(QTextDocument* document, const KVAttributedText& text) {
+  document->clear();
+  QTextCursor cursor(document);
+  insertAttributed(cursor, text);
+  document->clearUndoRedoStacks();
+}
+
+KVAttributedText attributedText(const QTextDocument* document) {
+  return attributedFragment(document, 0, document->characterCount());
+}
+
+CapsuleTextEdit::CapsuleTextEdit(QWidget* parent) : QTextEdit(parent) {
+  registerCapsules(document());
+}
+
+QMimeData* CapsuleTextEdit::createMimeDataFromSelection() const {
+  const QTextCursor cursor = textCursor();
+  const KVAttributedText selected =
+      attributedFragment(document(), cursor.selectionStart(), cursor.selectionEnd());
+  auto* mime = new QMimeData;
+  mime->setData(kMimeType, serialized(selected));
+  // Elsewhere a capsule is its placeholder.
+  QString plain;
+  const KVTextAttributes none;
+  KVRange run;
+  for (std::size_t at = 0; at < selected.string().size();
+       at = run.location + std::max<std::size_t>(run.length, 1)) {
+    const KVTextAttributes attributes =
+        selected.attributesAt(at, {0, selected.string().size()}, &run);
+    const auto capsule = attributes.find(kKVCapsuleFormat);
+    plain +=
+        capsule != attributes.end()
+            ? QString::fromStdString(capsule->second).repeated(static_cast<qsizetype>(run.length))
+            : QString::fromStdU16String(selected.string().substr(run.location, run.length));
+  }
+  mime->setText(plain);
+  return mime;
+}
+
+bool CapsuleTextEdit::canInsertFromMimeData(const QMimeData* source) const {
+  return source->hasFormat(kMimeType) || source->hasText();
+}
+
+void CapsuleTextEdit::insertFromMimeData(const QMimeData* source) {
+  QTextCursor cursor = textCursor();
+  if (source->hasFormat(kMimeType)) {
+    insertAttributed(cursor, deserialized(source->data(kMimeType)));
+  } else if (source->hasText()) {
+    cursor.insertText(source->text(), QTextCharFormat());
+  }
+  setTextCursor(cursor);
+}
+
+}  // namespace kolvane::qt
+
+#include "qt_capsules.moc"

@@ -1,0 +1,238 @@
+#include "qt_edition_popup.h"
+
+#include <QButtonGroup>
+#include <QFrame>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QMessageBox>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QVBoxLayout>
+
+#include "qt_capsules.h"
+#include "qt_views.h"
+
+namespace kolvane::qt {
+
+// One dot per page, the current one filled; a click on a dot shows its page.
+class PageIndicator : public QWidget {
+ public:
+  PageIndicator(std::size_t count, std::function<void(std::size_t)> onClick, QWidget* parent)
+      : QWidget(parent), count_(count), onClick_(std::move(onClick)) {
+    setFixedHeight(22);
+  }
+  void setCurrent(std::size_t current) {
+    current_ = current;
+    update();
+  }
+
+ protected:
+  void paintEvent(QPaintEvent*) override {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const double start = width() / 2.0 - kStep * static_cast<double>(count_) / 2.0;
+    for (std::size_t i = 0; i < count_; ++i) {
+      painter.setBrush(i == current_ ? QColor(44, 165, 200) : QColor(200, 200, 204));
+      painter.setPen(Qt::NoPen);
+      painter.drawEllipse(QPointF(start + kStep * (static_cast<double>(i) + 0.5), height() / 2.0),
+                          3.5, 3.5);
+    }
+  }
+  void mouseReleaseEvent(QMouseEvent* event) override {
+    const double start = width() / 2.0 - kStep * static_cast<double>(count_) / 2.0;
+    const double at = (event->position().x() - start) / kStep;
+    if (at >= 0 && at < static_cast<double>(count_)) onClick_(static_cast<std::size_t>(at));
+  }
+
+ private:
+  static constexpr double kStep = 16;
+  std::size_t count_;
+  std::size_t current_ = 0;
+  std::function<void(std::size_t)> onClick_;
+};
+
+namespace {
+
+QFrame* line(QWidget* parent) {
+  auto* frame = new QFrame(parent);
+  frame->setFrameShape(QFrame::HLine);
+  frame->setStyleSheet("color: #d1d1d6;");
+  frame->setFixedHeight(1);
+  return frame;
+}
+
+}  // namespace
+
+EditionPopup::EditionPopup(std::shared_ptr<KVEditionScreen> screen, QWidget* over)
+    : QDialog(over), screen_(std::move(screen)) {
+  markAsKolvaneWindow(this);
+  setWindowTitle("Kolvane");
+  setModal(true);
+  resize(460, 380);
+  if (over != nullptr) move(over->geometry().center() - rect().center());
+  auto* layout = new QVBoxLayout(this);
+  layout->setContentsMargins(0, 0, 0, 8);
+  layout->addWidget(makeBar());
+  scroll_ = new QScrollArea(this);
+  scroll_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  scroll_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  scroll_->setFrameShape(QFrame::NoFrame);
+  auto* row = new QWidget;
+  auto* rowLayout = new QHBoxLayout(row);
+  rowLayout->setContentsMargins(0, 0, 0, 0);
+  rowLayout->setSpacing(0);
+  for (std::size_t i = 0; i < screen_->pageCount(); ++i) {
+    pages_.push_back(makePage(i));
+    rowLayout->addWidget(pages_.back().page);
+    fillTexts(i);
+  }
+  scroll_->setWidget(row);
+  scroll_->viewport()->installEventFilter(this);
+  layout->addWidget(scroll_, 1);
+  indicator_ = new PageIndicator(
+      pages_.size(), [this](std::size_t page) { showPage(page); }, this);
+  layout->addWidget(indicator_);
+  connect(scroll_->horizontalScrollBar(), &QScrollBar::valueChanged, this,
+          [this](int value) { screen_->scrollViewDidScroll(value, scroll_->viewport()->width()); });
+  screen_->setChangeHandler([this] { refresh(); });
+  refresh();
+}
+
+EditionPopup::~EditionPopup() { screen_->setChangeHandler(nullptr); }
+
+QWidget* EditionPopup::makeBar() {
+  auto* bar = new QWidget(this);
+  bar->setStyleSheet("background: #f2f2f7;");
+  auto* layout = new QHBoxLayout(bar);
+  accept_ = new QPushButton(QString::fromStdU16String(kKVEditionAcceptTitle), bar);
+  reject_ = new QPushButton(QString::fromStdU16String(kKVEditionRejectTitle), bar);
+  close_ = new QPushButton(QString::fromStdU16String(kKVEditionCloseTitle), bar);
+  close_->setDefault(true);
+  layout->addWidget(accept_);
+  layout->addWidget(reject_);
+  layout->addStretch();
+  layout->addWidget(close_);
+  connect(accept_, &QPushButton::clicked, this, [this] { screen_->accept(); });
+  connect(reject_, &QPushButton::clicked, this, [this] { screen_->reject(); });
+  connect(close_, &QPushButton::clicked, this, [this] { screen_->validate(); });
+  return bar;
+}
+
+EditionPopup::PageWidgets EditionPopup::makePage(std::size_t index) {
+  const KVEditionPage model = screen_->page(index);
+  PageWidgets widgets;
+  widgets.page = new QWidget;
+  auto* layout = new QVBoxLayout(widgets.page);
+  layout->setContentsMargins(15, 8, 5, 0);
+  auto* header = new QHBoxLayout;
+  auto* key =
+      new QLabel(QString::fromStdU16String(kKVEditionKeyPrefix) + QString::fromStdString(model.key),
+                 widgets.page);
+  key->setTextInteractionFlags(Qt::TextSelectableByMouse);
+  widgets.status = new QLabel(widgets.page);
+  widgets.status->setStyleSheet("color: #8e8e93;");
+  header->addWidget(key, 1);
+  header->addWidget(widgets.status);
+  layout->addLayout(header);
+  if (!model.pluralFormNames.empty()) {
+    auto* chooser = new QHBoxLayout;
+    chooser->setSpacing(0);
+    auto* group = new QButtonGroup(widgets.page);
+    for (std::size_t i = 0; i < model.pluralFormNames.size(); ++i) {
+      auto* button =
+          new QPushButton(QString::fromStdString(model.pluralFormNames[i]), widgets.page);
+      button->setCheckable(true);
+      button->setChecked(i == model.selectedPluralForm);
+      button->setFixedHeight(26);
+      button->setStyleSheet(
+          "QPushButton { border: 1px solid rgb(44,165,200); color: rgb(44,165,200); "
+          "background: white; padding: 0 10px; }"
+          "QPushButton:checked { background: rgb(44,165,200); color: white; }");
+      group->addButton(button, static_cast<int>(i));
+      chooser->addWidget(button);
+      widgets.pluralButtons.push_back(button);
+    }
+    connect(group, &QButtonGroup::idClicked, this, [this, index](int id) {
+      screen_->changePluralForm(index, static_cast<std::size_t>(id));
+      fillTexts(index);
+    });
+    layout->addLayout(chooser);
+    widgets.pluralNote = new QLabel(widgets.page);
+    widgets.pluralNote->setWordWrap(true);
+    layout->addWidget(widgets.pluralNote);
+  }
+  layout->addWidget(line(widgets.page));
+  widgets.source = new QTextEdit(widgets.page);
+  registerCapsules(widgets.source->document());
+  widgets.source->setReadOnly(true);
+  widgets.source->setFrameShape(QFrame::NoFrame);
+  widgets.source->setMaximumHeight(70);
+  layout->addWidget(widgets.source);
+  layout->addWidget(line(widgets.page));
+  widgets.field = new CapsuleTextEdit(widgets.page);
+  widgets.field->setFrameShape(QFrame::NoFrame);
+  widgets.field->setReadOnly(!model.editable);
+  layout->addWidget(widgets.field, 1);
+  connect(widgets.field, &QTextEdit::textChanged, this, [this, index] {
+    if (!filling_)
+      screen_->textViewDidChange(index, attributedText(pages_[index].field->document()));
+  });
+  return widgets;
+}
+
+void EditionPopup::fillTexts(std::size_t index) {
+  const KVEditionPage model = screen_->page(index);
+  PageWidgets& widgets = pages_[index];
+  filling_ = true;
+  setAttributedText(widgets.source->document(), model.sourceText);
+  setAttributedText(widgets.field->document(), model.fieldText);
+  filling_ = false;
+  if (widgets.pluralNote != nullptr) {
+    widgets.pluralNote->setText(QString::fromStdU16String(model.pluralNote));
+  }
+}
+
+void EditionPopup::refresh() {
+  accept_->setEnabled(screen_->acceptEnabled());
+  reject_->setEnabled(screen_->rejectEnabled());
+  for (std::size_t i = 0; i < pages_.size(); ++i) {
+    pages_[i].status->setText(QString::fromStdU16String(screen_->page(i).status));
+  }
+  if (indicator_ != nullptr) indicator_->setCurrent(screen_->currentPage());
+  const auto alert = screen_->alert();
+  if (alert && !alertShown_) {
+    alertShown_ = true;
+    auto* box =
+        new QMessageBox(QMessageBox::Warning, QString::fromStdU16String(alert->title),
+                        QString::fromStdU16String(alert->message), QMessageBox::NoButton, this);
+    markAsKolvaneWindow(box);
+    box->addButton(QString::fromStdU16String(alert->cancelButtonTitle), QMessageBox::RejectRole);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    connect(box, &QMessageBox::finished, this, [this] { screen_->alertButtonClicked(); });
+    box->open();
+  }
+}
+
+CapsuleTextEdit* EditionPopup::field(std::size_t page) const {
+  return page < pages_.size() ? pages_[page].field : nullptr;
+}
+
+void EditionPopup::showPage(std::size_t page) {
+  scroll_->horizontalScrollBar()->setValue(static_cast<int>(page) * scroll_->viewport()->width());
+}
+
+bool EditionPopup::eventFilter(QObject* watched, QEvent* event) {
+  if (watched == scroll_->viewport() && event->type() == QEvent::Resize) {
+    // Every page is as wide and high as the visible area.
+    const QSize size = scroll_->viewport()->size();
+    for (const PageWidgets& widgets : pages_) widgets.page->setFixedSize(size);
+    if (scroll_->widget() != nullptr) scroll_->widget()->adjustSize();
+    showPage(screen_->currentPage());
+  }
+  return QDialog::eventFilter(watched, event);
+}
+
+}  // namespace kolvane::qt

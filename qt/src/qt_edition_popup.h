@@ -1,0 +1,65 @@
+// The edition screen drawn with Qt Widgets: a window over the app's window with the pages side
+// by side (a page indicator below), each with the key and status, the plural chooser, the
+// source text and the editable text with capsules; Accept, Reject and Close above them. It
+// only draws its model and forwards the reviewer's input to it. Main thread.
+#pragma once
+
+#include <QDialog>
+#include <QPointer>
+#include <memory>
+#include <vector>
+
+#include "kolvane/edition_screen.h"
+
+class QLabel;
+class QPushButton;
+class QScrollArea;
+class QTextEdit;
+
+namespace kolvane::qt {
+
+class CapsuleTextEdit;
+class PageIndicator;
+
+class EditionPopup : public QDialog {
+ public:
+  EditionPopup(std::shared_ptr<KVEditionScreen> screen, QWidget* over);
+  ~EditionPopup() override;
+
+  KVEditionScreen& screen() { return *screen_; }
+  QPushButton* acceptButton() const { return accept_; }
+  QPushButton* rejectButton() const { return reject_; }
+  QPushButton* closeButton() const { return close_; }
+  CapsuleTextEdit* field(std::size_t page) const;
+  // Shows `page` (the scroll area moves to it).
+  void showPage(std::size_t page);
+
+ protected:
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ private:
+  struct PageWidgets {
+    QWidget* page = nullptr;
+    QLabel* status = nullptr;
+    QLabel* pluralNote = nullptr;
+    QTextEdit* source = nullptr;
+    CapsuleTextEdit* field = nullptr;
+    std::vector<QPushButton*> pluralButtons;
+  };
+  QWidget* makeBar();
+  PageWidgets makePage(std::size_t index);
+  void fillTexts(std::size_t index);
+  void refresh();
+
+  std::shared_ptr<KVEditionScreen> screen_;
+  QPushButton* accept_ = nullptr;
+  QPushButton* reject_ = nullptr;
+  QPushButton* close_ = nullptr;
+  QScrollArea* scroll_ = nullptr;
+  PageIndicator* indicator_ = nullptr;
+  std::vector<PageWidgets> pages_;
+  bool filling_ = false;
+  bool alertShown_ = false;
+};
+
+}  // namespace kolvane::qt

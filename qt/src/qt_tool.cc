@@ -1,0 +1,263 @@
+#include "qt_tool.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QInputDialog>
+#include <QKeyEvent>
+#include <QMimeData>
+#include <QMouseEvent>
+#include <QWindow>
+
+#include "kolvane/cues.h"
+#include "kolvane/qt.h"
+#include "kolvane/tool.h"
+#include "qt_edition_popup.h"
+#include "qt_translator.h"
+#include "qt_views.h"
+
+namespace kolvane::qt {
+namespace {
+
+QString withoutCues(QString text) {
+  for (const char16_t cue :
+       {kv_beginCue, kv_endCue, kv_placeholderBeginCue, kv_placeholderEndCue}) {
+    text.remove(QChar(cue));
+  }
+  return text;
+}
+
+bool holdsCues(const QString& text) { return withoutCues(text).size() != text.size(); }
+
+class QtToolHost : public KVToolHost {
+ public:
+  std::shared_ptr<KVHostWindow> keyWindow() const override {
+    QWidget* window = gestureFilter() != nullptr ? gestureFilter()->lastWindow() : nullptr;
+    if (window == nullptr) window = QApplication::activeWindow();
+    if (window == nullptr || isKolvaneWindow(window)) return nullptr;
+    return windowOf(window);
+  }
+  void presentEditionScreen(const std::shared_ptr<KVEditionScreen>& screen,
+                            const std::shared_ptr<KVHostView>&) override {
+    QWidget* over = gestureFilter() != nullptr ? gestureFilter()->lastWindow() : nullptr;
+    auto* popup = new EditionPopup(screen, over);
+    popup->setAttribute(Qt::WA_DeleteOnClose);
+    popups_.push_back(popup);
+    popup->show();
+  }
+  void dismissEditionScreens(bool) override {
+    for (const auto& popup : popups_) {
+      if (popup) popup->close();
+    }
+    popups_.clear();
+  }
+  void askRejectReason(const std::shared_ptr<KVEditionScreen>& screen) override {
+    auto* dialog = new QInputDialog(QApplication::activeWindow());
+    markAsKolvaneWindow(dialog);
+    dialog->setWindowTitle("Reject");
+    dialog->setLabelText("Why is this translation rejected?");
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    QObject::connect(dialog, &QInputDialog::accepted, [screen] { screen->rejectReasonWasGiven(); });
+    dialog->open();
+  }
+  void cancelEditionPress() override {
+    if (gestureFilter() != nullptr) gestureFilter()->cancel();
+  }
+  // The menu and the sign-in screen are not drawn yet.
+  void showActionsMenu() override {}
+  void openLoginForm(std::function<void(bool)> completion) override { completion(true); }
+  void stringsDidChange() override {
+    // Apps that retranslate themselves on LanguageChange pick the new texts up everywhere.
+    QCoreApplication::postEvent(qApp, new QEvent(QEvent::LanguageChange));
+  }
+  std::vector<EditionPopup*> popups() const {
+    std::vector<EditionPopup*> open;
+    for (const auto& popup : popups_) {
+      if (popup) open.push_back(popup);
+    }
+    return open;
+  }
+
+ private:
+  std::vector<QPointer<EditionPopup>> popups_;
+};
+
+struct Installed {
+  std::unique_ptr<KVQtTranslator> translator;
+  std::unique_ptr<GestureFilter> filter;
+  std::shared_ptr<QtToolHost> host;
+  QMetaObject::Connection clipboard;
+  QMetaObject::Connection selection;
+};
+
+Installed& installed() {
+  static Installed state;
+  return state;
+}
+
+// Text copied out of the app leaves without cues.
+void stripClipboard(QClipboard::Mode mode) {
+  static bool stripping = false;
+  if (stripping) return;
+  QClipboard* clipboard = QGuiApplication::clipboard();
+  const QMimeData* data = clipboard->mimeData(mode);
+  if (data == nullptr) return;
+  const QString text = data->text();
+  const QString html = data->hasHtml() ? data->html() : QString();
+  if (!holdsCues(text) && !holdsCues(html)) return;
+  auto* stripped = new QMimeData;
+  stripped->setText(withoutCues(text));
+  if (!html.isEmpty()) stripped->setHtml(withoutCues(html));
+  stripping = true;
+  clipboard->setMimeData(stripped, mode);
+  stripping = false;
+}
+
+}  // namespace
+
+GestureFilter* gestureFilter() { return installed().filter.get(); }
+
+std::vector<EditionPopup*> openEditionPopups() {
+  return installed().host ? installed().host->popups() : std::vector<EditionPopup*>();
+}
+
+GestureFilter::GestureFilter() {
+  timer_.setSingleShot(true);
+  timer_.setTimerType(Qt::PreciseTimer);
+  timer_.setInterval(kLongPressMilliseconds);
+  connect(&timer_, &QTimer::timeout, this, [this] { recognise(); });
+}
+
+void GestureFilter::cancel() {
+  timer_.stop();
+  pressing_ = false;
+}
+
+bool GestureFilter::eventFilter(QObject* receiver, QEvent* event) {
+  // Seen at the window, each press arrives once, before any widget acts on it.
+  auto* window = qobject_cast<QWindow*>(receiver);
+  if (window == nullptr) return false;
+  switch (event->type()) {
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseMove:
+    case QEvent::MouseButtonRelease:
+      return handleMouse(window, event);
+    case QEvent::ShortcutOverride:
+    case QEvent::KeyPress:
+      return handleKey(event);
+    default:
+      return false;
+  }
+}
+
+bool GestureFilter::handleMouse(QWindow* window, QEvent* event) {
+  const auto* mouse = static_cast<QMouseEvent*>(event);
+  // Presses Qt made up from touches are left to the touch gestures.
+  if (resending_ || mouse->source() != Qt::MouseEventNotSynthesized) return false;
+  const QPoint global = mouse->globalPosition().toPoint();
+  if (event->type() == QEvent::MouseButtonPress) {
+    QWidget* widget = QApplication::widgetAt(global);
+    if (mouse->button() != Qt::LeftButton || widget == nullptr || isKolvaneWindow(widget)) {
+      return false;
+    }
+    pressing_ = true;
+    swallowRelease_ = false;
+    pressPosition_ = global;
+    pressWindow_ = window;
+    lastWindow_ = widget->window();
+    timer_.start();
+    return false;
+  }
+  if (event->type() == QEvent::MouseMove) {
+    if (pressing_ &&
+        (global - pressPosition_).manhattanLength() > QApplication::startDragDistance()) {
+      cancel();
+    }
+    return false;
+  }
+  cancel();
+  if (!swallowRelease_) return false;
+  // The press opened the edition screen: the widget under it must not click. It gets its
+  // release far away from itself instead.
+  swallowRelease_ = false;
+  QMouseEvent away(QEvent::MouseButtonRelease, QPointF(-100000, -100000), QPointF(-100000, -100000),
+                   mouse->button(), mouse->buttons(), mouse->modifiers());
+  resending_ = true;
+  QCoreApplication::sendEvent(window, &away);
+  resending_ = false;
+  return true;
+}
+
+bool GestureFilter::handleKey(QEvent* event) {
+  const auto* key = static_cast<QKeyEvent*>(event);
+  const auto wanted = Qt::ControlModifier | Qt::AltModifier;
+  if (key->key() != Qt::Key_K || (key->modifiers() & wanted) != wanted) return false;
+  // Taken before the app's own shortcuts see it.
+  if (event->type() == QEvent::ShortcutOverride) {
+    event->accept();
+    return true;
+  }
+  KolvaneTool::triggerActions();
+  return true;
+}
+
+void GestureFilter::recognise() {
+  if (!pressing_) return;
+  pressing_ = false;
+  if (!KolvaneTool::editionEnabled()) return;
+  if (KolvaneTool::triggerEdition(hostViewAt(pressPosition_))) swallowRelease_ = true;
+}
+
+}  // namespace kolvane::qt
+
+namespace kolvane {
+
+void KolvaneQt::install() {
+  qt::Installed& state = qt::installed();
+  if (state.translator) return;
+  state.translator = std::make_unique<KVQtTranslator>();
+  QCoreApplication::installTranslator(state.translator.get());
+  state.filter = std::make_unique<qt::GestureFilter>();
+  qApp->installEventFilter(state.filter.get());
+  state.host = std::make_shared<qt::QtToolHost>();
+  KolvaneTool::setHost(state.host);
+  QClipboard* clipboard = QGuiApplication::clipboard();
+  state.clipboard = QObject::connect(clipboard, &QClipboard::dataChanged,
+                                     [] { qt::stripClipboard(QClipboard::Clipboard); });
+  state.selection = QObject::connect(clipboard, &QClipboard::selectionChanged,
+                                     [] { qt::stripClipboard(QClipboard::Selection); });
+}
+
+void KolvaneQt::uninstall() {
+  qt::Installed& state = qt::installed();
+  if (!state.translator) return;
+  QObject::disconnect(state.clipboard);
+  QObject::disconnect(state.selection);
+  state.host->dismissEditionScreens(false);
+  KolvaneTool::setHost(nullptr);
+  qApp->removeEventFilter(state.filter.get());
+  QCoreApplication::removeTranslator(state.translator.get());
+  state = qt::Installed();
+}
+
+QString KolvaneQt::format(const QString& format, const QStringList& values) {
+  QString text;
+  qsizetype next = 0;
+  qsizetype at = 0;
+  while (at < format.size()) {
+    const qsizetype begin = format.indexOf(QChar(kv_placeholderBeginCue), at);
+    const qsizetype end = begin < 0 ? -1 : format.indexOf(QChar(kv_placeholderEndCue), begin);
+    if (end < 0) {
+      text += format.mid(at);
+      break;
+    }
+    // The cues around the placeholder stay: they say where the value stands.
+    text += format.mid(at, begin + 1 - at);
+    text += next < values.size() ? values[next] : format.mid(begin + 1, end - begin - 1);
+    ++next;
+    text += QChar(kv_placeholderEndCue);
+    at = end + 1;
+  }
+  return text;
+}
+
+}  // namespace kolvane

@@ -1,0 +1,50 @@
+// What KolvaneQt::install() puts in place: the translator, the gestures (a long press on any
+// text of the app's windows opens the edition screen; Ctrl+Alt+K the menu), the tool's host
+// that shows Kolvane's screens, and the guard that keeps cues off the clipboard. Main thread.
+#pragma once
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QPoint>
+#include <QPointer>
+#include <QTimer>
+#include <memory>
+
+class QWindow;
+
+namespace kolvane::qt {
+
+class EditionPopup;
+
+class GestureFilter : public QObject {
+ public:
+  // About the time a long press takes on a touch screen.
+  static constexpr int kLongPressMilliseconds = 500;
+
+  GestureFilter();
+  bool eventFilter(QObject* receiver, QEvent* event) override;
+  // Forgets a press under way.
+  void cancel();
+  // The top-level widget of the last press (the window whose texts are edited).
+  QWidget* lastWindow() const { return lastWindow_; }
+
+ private:
+  bool handleMouse(QWindow* window, QEvent* event);
+  bool handleKey(QEvent* event);
+  void recognise();
+
+  QTimer timer_;
+  QPoint pressPosition_;
+  QPointer<QWindow> pressWindow_;
+  QPointer<QWidget> lastWindow_;
+  bool pressing_ = false;
+  bool swallowRelease_ = false;
+  bool resending_ = false;
+};
+
+// The installed filter, or none.
+GestureFilter* gestureFilter();
+// The edition screens open now.
+std::vector<EditionPopup*> openEditionPopups();
+
+}  // namespace kolvane::qt
