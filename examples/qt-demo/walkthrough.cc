@@ -52,7 +52,10 @@ void sendKey(QWidget* target, int key, Qt::KeyboardModifiers modifiers, const QS
 QTextEdit* editableField() {
   for (QWidget* window : kolvaneWindows()) {
     for (QTextEdit* edit : window->findChildren<QTextEdit*>()) {
-      if (edit->isReadOnly()) continue;
+      // The field of the page in view.
+      if (edit->isReadOnly() || !window->rect().contains(edit->mapTo(window, QPoint(0, 0)))) {
+        continue;
+      }
       window->activateWindow();
       edit->setFocus(Qt::OtherFocusReason);
       return edit;
@@ -61,10 +64,11 @@ QTextEdit* editableField() {
   return nullptr;
 }
 
+// The button titled or named `title`.
 void clickButton(const QString& title) {
   for (QWidget* window : kolvaneWindows()) {
     for (QPushButton* button : window->findChildren<QPushButton*>()) {
-      if (button->text() == title && button->isVisible()) {
+      if ((button->text() == title || button->objectName() == title) && button->isVisible()) {
         button->click();
         return;
       }
@@ -91,8 +95,7 @@ class Walkthrough {
       QTextEdit* field = editableField();
       if (field == nullptr) return;
       sendKey(field, Qt::Key_A, Qt::ControlModifier);
-      for (const QChar c : QString("Beaucoup de messages"))
-        sendKey(field, 0, Qt::NoModifier, QString(c));
+      for (const QChar c : QString("Bienvenue !")) sendKey(field, 0, Qt::NoModifier, QString(c));
     };
     steps_ = {
         [this] { shot("1-inbox.png"); },
@@ -102,14 +105,14 @@ class Walkthrough {
         [this] { shot("3-typed.png"); },
         [] { clickButton("Close"); },
         [this] { shot("4-saved-in-place.png"); },
-        [this] { longPress(window_.countLabel()); },
+        // The title holds the app's name, a string of its own: two pages.
+        [this] { longPress(window_.titleLabel()); },
+        [this] { shot("5-nested-strings.png"); },
+        [] { clickButton("nextPage"); },
         dropPlaceholder,
         [] { clickButton("Close"); },
-        [this] { shot("5-placeholder-alert.png"); },
+        [this] { shot("6-placeholder-alert.png"); },
         [] { clickButton("Cancel changes"); },
-        [this] { longPress(window_.titleLabel()); },
-        [this] { shot("6-nested-strings.png"); },
-        [] { clickButton("Close"); },
         [this] {
           std::cout << "walkthrough: screenshots in " << folder_.toStdString() << std::endl;
           QApplication::quit();

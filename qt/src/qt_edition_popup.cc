@@ -94,7 +94,27 @@ EditionPopup::EditionPopup(std::shared_ptr<KVEditionScreen> screen, QWidget* ove
   layout->addWidget(scroll_, 1);
   indicator_ = new PageIndicator(
       pages_.size(), [this](std::size_t page) { showPage(page); }, this);
-  layout->addWidget(indicator_);
+  // Without a touch screen to swipe on, the arrows page too.
+  auto* paging = new QHBoxLayout;
+  auto* previous = new QPushButton(QStringLiteral("\u2039"), this);
+  auto* next = new QPushButton(QStringLiteral("\u203A"), this);
+  for (QPushButton* arrow : {previous, next}) {
+    arrow->setFlat(true);
+    arrow->setFixedWidth(32);
+    arrow->setVisible(pages_.size() > 1);
+  }
+  previous->setObjectName("previousPage");
+  next->setObjectName("nextPage");
+  connect(previous, &QPushButton::clicked, this, [this] {
+    if (screen_->currentPage() > 0) showPage(screen_->currentPage() - 1);
+  });
+  connect(next, &QPushButton::clicked, this, [this] {
+    if (screen_->currentPage() + 1 < pages_.size()) showPage(screen_->currentPage() + 1);
+  });
+  paging->addWidget(previous);
+  paging->addWidget(indicator_, 1);
+  paging->addWidget(next);
+  layout->addLayout(paging);
   connect(scroll_->horizontalScrollBar(), &QScrollBar::valueChanged, this,
           [this](int value) { screen_->scrollViewDidScroll(value, scroll_->viewport()->width()); });
   screen_->setChangeHandler([this] { refresh(); });
