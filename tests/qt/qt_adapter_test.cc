@@ -1,0 +1,265 @@
+// The Qt adapter on real widgets: the translator, presses at window level, the edition screen
+// with capsules, the refresh after a save, and the clipboard.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QClipboard>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTabBar>
+#include <QTableWidget>
+#include <QTest>
+#include <QVBoxLayout>
+
+#include "capture/capsules.h"
+#include "capture/capture_fixture.h"
+#include "core/workflow_step.h"
+#include "kolvane/qt.h"
+#include "qt_capsules.h"
+#include "qt_edition_popup.h"
+#include "qt_tool.h"
+
+namespace kolvane {
+namespace {
+
+using testing::cued;
+using testing::shown;
+
+QString q(const std::u16string& text) { return QString::fromStdU16String(text); }
+
+// Types `text` into the focused widget of `window`, through the window.
+void type(QWindow* window, const QString& text) {
+  for (const QChar c : text) {
+    QKeyEvent press(QEvent::KeyPress, 0, Qt::NoModifier, QString(c));
+    QKeyEvent release(QEvent::KeyRelease, 0, Qt::NoModifier, QString(c));
+    QCoreApplication::sendEvent(window, &press);
+    QCoreApplication::sendEvent(window, &release);
+  }
+}
+
+// A label that looks its text up again when the language changes, as apps do.
+class RetranslatedLabel : public QLabel {
+ public:
+  using QLabel::QLabel;
+  void changeEvent(QEvent* event) override {
+    if (event->type() == QEvent::LanguageChange) setText(qtTrId("hi"));
+    QLabel::changeEvent(event);
+  }
+};
+
+class QtAdapterTest : public testing::CaptureTest {
+ protected:
+  void SetUp() override {
+    CaptureTest::SetUp();
+    showFrench({{"sent", u"Envoyé %@ aujourd'hui"},
+                {"hi", u"Salut"},
+                {"file", u"un fichier"},
+                {"files[one]", u"%d fichier"},
+                {"files[other]", u"%d fichiers"}});
+    enableEditing();
+    auto step = std::make_shared<KVWorkflowStep>(*controller().workflowStep());
+    step->canSubmit = step->canReject = true;
+    controller().setWorkflowStep(step);
+    KolvaneQt::install();
+
+    window_ = std::make_unique<QWidget>();
+    auto* layout = new QVBoxLayout(window_.get());
+    label_ = new QLabel(qtTrId("hi"));
+    button_ = new QPushButton(qtTrId("hi"));
+    tabs_ = new QTabBar;
+    tabs_->addTab(qtTrId("hi"));
+    tabs_->addTab(qtTrId("file"));
+    table_ = new QTableWidget(1, 1);
+    table_->setItem(0, 0, new QTableWidgetItem(qtTrId("file")));
+    table_->setHorizontalHeaderItem(0, new QTableWidgetItem(qtTrId("hi")));
+    auto* box = new QWidget;
+    auto* boxLayout = new QHBoxLayout(box);
+    empty_ = new QWidget;
+    empty_->setFixedSize(80, 30);
+    boxLayout->addWidget(empty_);
+    boxLayout->addWidget(new QLabel(qtTrId("file")));
+    retranslated_ = new RetranslatedLabel(qtTrId("hi"));
+    for (QWidget* widget :
+         std::initializer_list<QWidget*>{label_, button_, tabs_, table_, box, retranslated_}) {
+      layout->addWidget(widget);
+    }
+    layout->addStretch();
+    window_->resize(400, 500);
+    window_->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(window_.get()));
+  }
+  void TearDown() override {
+    KolvaneQt::uninstall();
+    window_.reset();
+    QApplication::processEvents();
+    CaptureTest::TearDown();
+  }
+  // Presses `widget` at `at` (its centre by default) through the window, as a user would.
+  void press(QWidget* widget, int milliseconds, QPoint at = {-1, -1}) {
+    if (at == QPoint(-1, -1)) at = widget->rect().center();
+    QWindow* window = window_->windowHandle();
+    const QPoint point = widget->mapTo(window_.get(), at);
+    QTest::mousePress(window, Qt::LeftButton, {}, point);
+    QTest::qWait(milliseconds);
+    QTest::mouseRelease(window, Qt::LeftButton, {}, point);
+  }
+  qt::EditionPopup* popup() {
+    const auto popups = qt::openEditionPopups();
+    return popups.empty() ? nullptr : popups.back();
+  }
+  // The key of every page of the open edition screen.
+  std::vector<std::string> pageKeys() {
+    std::vector<std::string> keys;
+    if (qt::EditionPopup* open = popup()) {
+      for (std::size_t i = 0; i < open->screen().pageCount(); ++i) {
+        keys.push_back(open->screen().page(i).key);
+      }
+    }
+    return keys;
+  }
+  void closeAll() {
+    for (qt::EditionPopup* open : qt::openEditionPopups()) open->close();
+    QApplication::processEvents();
+  }
+
+  std::unique_ptr<QWidget> window_;
+  QLabel* label_ = nullptr;
+  QPushButton* button_ = nullptr;
+  QTabBar* tabs_ = nullptr;
+  QTableWidget* table_ = nullptr;
+  QWidget* empty_ = nullptr;
+  QLabel* retranslated_ = nullptr;
+};
+
+TEST_F(QtAdapterTest, TheTranslatorServesIdsSourceTextsAndPluralsAndLeavesQtsOwnAlone) {
+  EXPECT_EQ(qtTrId("hi"), q(cued(u"[Salut]")));
+  EXPECT_EQ(QCoreApplication::translate("InboxWindow", "hi"), q(cued(u"[Salut]")));
+  EXPECT_EQ(QCoreApplication::translate("QLineEdit", "&Undo"), "&Undo");
+  EXPECT_EQ(QCoreApplication::translate("QGuiApplication", "QT_LAYOUT_DIRECTION"),
+            "QT_LAYOUT_DIRECTION");
+  EXPECT_EQ(qtTrId("files", 1), q(cued(u"[{%d} fichier]")));
+  EXPECT_EQ(qtTrId("files", 5), q(cued(u"[{%d} fichiers]")));
+  EXPECT_EQ(KolvaneQt::format(qtTrId("sent"), {qtTrId("file")}),
+            q(cued(u"[Envoyé {[un fichier]} aujourd'hui]")));
+}
+
+TEST_F(QtAdapterTest, ALongPressOpensTheStringsUnderItAndClicksNothing) {
+  int clicks = 0;
+  QObject::connect(button_, &QPushButton::clicked, [&clicks] { ++clicks; });
+  press(button_, 50);
+  EXPECT_EQ(clicks, 1);
+  EXPECT_EQ(popup(), nullptr);
+
+  press(button_, 650);
+  EXPECT_EQ(clicks, 1);
+  EXPECT_THAT(pageKeys(), ::testing::ElementsAre("hi"));
+  closeAll();
+
+  press(label_, 650);
+  EXPECT_THAT(pageKeys(), ::testing::ElementsAre("hi"));
+  closeAll();
+  press(tabs_, 650, tabs_->tabRect(1).center());
+  EXPECT_THAT(pageKeys(), ::testing::ElementsAre("file"));
+  closeAll();
+  press(table_->viewport(), 650, table_->visualItemRect(table_->item(0, 0)).center());
+  EXPECT_THAT(pageKeys(), ::testing::ElementsAre("file"));
+  closeAll();
+  QHeaderView* header = table_->horizontalHeader();
+  press(header->viewport(), 650,
+        QPoint(header->sectionViewportPosition(0) + 5, header->height() / 2));
+  EXPECT_THAT(pageKeys(), ::testing::ElementsAre("hi"));
+  closeAll();
+  press(empty_, 650);  // nothing under it: the box around it holds a label
+  EXPECT_THAT(pageKeys(), ::testing::ElementsAre("file"));
+  closeAll();
+  press(window_.get(), 650, QPoint(2, window_->height() - 2));  // the window itself
+  EXPECT_EQ(popup(), nullptr);
+}
+
+TEST_F(QtAdapterTest, CapsulesAreEditedAsOneCharacterAndAMissingOneStopsTheSave) {
+  label_->setText(KolvaneQt::format(qtTrId("sent"), {"x"}));
+  press(label_, 650);
+  qt::EditionPopup* open = popup();
+  ASSERT_NE(open, nullptr);
+  QTextEdit* field = open->field(0);
+  ASSERT_NE(field, nullptr);
+  EXPECT_EQ(field->toPlainText(), QString::fromUtf16(u"Envoyé \uFFFC aujourd'hui"));
+
+  QWindow* window = open->windowHandle();
+  field->setFocus();
+  QTextCursor cursor = field->textCursor();
+  cursor.setPosition(8);  // after the capsule
+  field->setTextCursor(cursor);
+  QTest::keyClick(window, Qt::Key_Backspace);
+  EXPECT_EQ(field->toPlainText(), "Envoyé  aujourd'hui");
+  QTest::keyClick(window, Qt::Key_Z, Qt::ControlModifier);
+  EXPECT_EQ(field->toPlainText(), QString::fromUtf16(u"Envoyé \uFFFC aujourd'hui"));
+  type(window, "!");  // typed next to a capsule: plain text
+  EXPECT_EQ(shown(kv_formatFromEditedText(qt::attributedText(field->document()), nullptr)),
+            u"[Envoyé {%@}! aujourd'hui]");
+
+  // Cut and paste keep the capsule.
+  QTest::keyClick(window, Qt::Key_A, Qt::ControlModifier);
+  QTest::keyClick(window, Qt::Key_X, Qt::ControlModifier);
+  EXPECT_TRUE(field->toPlainText().isEmpty());
+  QTest::keyClick(window, Qt::Key_V, Qt::ControlModifier);
+  EXPECT_EQ(shown(kv_formatFromEditedText(qt::attributedText(field->document()), nullptr)),
+            u"[Envoyé {%@}! aujourd'hui]");
+
+  QTest::keyClick(window, Qt::Key_A, Qt::ControlModifier);
+  type(window, "Envoyé %@");  // a placeholder typed by hand is no capsule
+  open->closeButton()->click();
+  QApplication::processEvents();
+  const auto alert = open->screen().alert();
+  ASSERT_TRUE(alert);
+  EXPECT_EQ(alert->message, u"Incorrect number of value placeholders for 1 string.");
+  auto* box = open->findChild<QMessageBox*>();
+  ASSERT_NE(box, nullptr);
+  box->buttons().front()->click();
+  QApplication::processEvents();
+  EXPECT_TRUE(french_->dirtyStrings().empty());
+}
+
+TEST_F(QtAdapterTest, ASaveRebuildsWhatWasCapturedAndTellsTheAppToRetranslate) {
+  press(label_, 650);
+  qt::EditionPopup* open = popup();
+  ASSERT_NE(open, nullptr);
+  QWindow* window = open->windowHandle();
+  open->field(0)->setFocus();
+  QTest::keyClick(window, Qt::Key_A, Qt::ControlModifier);
+  type(window, "Coucou");
+  open->closeButton()->click();
+  QApplication::processEvents();
+
+  const auto edited = french_->kolvaneStringForKey("hi", std::nullopt);
+  EXPECT_EQ(shown(edited->localizedFormat), u"[Coucou]");
+  // What was captured is rebuilt from the development locale's record, by design: every
+  // widget of the window that showed the string takes it, controls included.
+  const QString rebuilt = q(cued(u"[Hi]"));
+  EXPECT_EQ(label_->text(), rebuilt);
+  EXPECT_EQ(button_->text(), rebuilt);
+  EXPECT_EQ(tabs_->tabText(0), rebuilt);
+  EXPECT_EQ(table_->horizontalHeaderItem(0)->text(), q(cued(u"[HI]")));  // headers upper-case
+  // An app that looks its texts up again shows the edit (the application passes the event on
+  // to each window in an event of its own).
+  QTest::qWait(20);
+  EXPECT_EQ(retranslated_->text(), q(cued(u"[Coucou]")));
+}
+
+TEST_F(QtAdapterTest, TextCopiedOutOfTheAppLeavesWithoutCues) {
+  QClipboard* clipboard = QGuiApplication::clipboard();
+  clipboard->setText(qtTrId("hi"));
+  QApplication::processEvents();
+  EXPECT_EQ(clipboard->text(), "Salut");
+  if (clipboard->supportsSelection()) {
+    clipboard->setText(qtTrId("hi"), QClipboard::Selection);
+    QApplication::processEvents();
+    EXPECT_EQ(clipboard->text(QClipboard::Selection), "Salut");
+  }
+}
+
+}  // namespace
+}  // namespace kolvane
