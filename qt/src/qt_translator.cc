@@ -26,9 +26,9 @@ QString KVQtTranslator::translate(const char* context, const char* sourceText,
     if (n >= 0) {
       text = KolvaneSDK::pluralizedStringWithKey(sourceText, Number(static_cast<long long>(n)));
     } else {
-      const QString source = QString::fromUtf8(sourceText);
+      // A key found nowhere comes back as itself, which is the source text: no value needed.
       text = Platform::current().mainBundle().localizedStringForKey(
-          sourceText, source.toStdU16String(), context != nullptr ? context : "");
+          sourceText, u"", context != nullptr ? context : "");
     }
     return QString::fromStdU16String(text);
   } catch (...) {
