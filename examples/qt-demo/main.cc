@@ -1,11 +1,14 @@
 // The Kolvane demo: a Qt Widgets mail window on the demo project's strings.
 //
-//   kolvane-qt-demo [--bundle DIR] [--walkthrough FOLDER]
+//   kolvane-qt-demo [--bundle DIR] [--walkthrough FOLDER | --print-subtitle]
 //
 // The bundle defaults to $KOLVANE_BUNDLE, else examples/DemoApp. With --walkthrough it plays a
 // reviewer (a long press on a label, an edit, a save, a placeholder mismatch), saves a
-// screenshot of each step in FOLDER and quits.
+// screenshot of each step in FOLDER and quits. --print-subtitle prints the subtitle as the
+// window shows it (without cues) and quits.
 #include <QApplication>
+#include <QLabel>
+#include <QRegularExpression>
 #include <QStringList>
 #include <cstdlib>
 #include <iostream>
@@ -34,6 +37,12 @@ int main(int argc, char** argv) {
 
   InboxWindow window;
   window.show();
+  if (arguments.contains("--print-subtitle")) {
+    QString subtitle = window.subtitleLabel()->text();
+    subtitle.remove(QRegularExpression(QStringLiteral("[\u200B\u2062\u2063\u2064]")));
+    std::cout << subtitle.toStdString() << std::endl;
+    return 0;
+  }
   const QString walkthrough = option("--walkthrough");
   if (!walkthrough.isEmpty()) startWalkthrough(window, walkthrough);
   return QApplication::exec();
