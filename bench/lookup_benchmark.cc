@@ -8,7 +8,7 @@
 #include <unordered_map>
 
 #include "base/utf.h"
-#include "catalogue_fixture.h"
+#include "bench_support.h"
 #include "core/main_controller.h"
 #include "kolvane/bundle.h"
 #include "kolvane/platform.h"
@@ -24,18 +24,6 @@ const Catalogue& startedCatalogue(int size) {
     started = size;
   }
   return c;
-}
-
-// Visits the keys in the catalogue's shuffled order, so the caches see an app's spread of keys.
-template <typename Lookup>
-void visitKeys(benchmark::State& state, const Catalogue& c, Lookup lookup) {
-  std::size_t next = 0;
-  for (auto _ : state) {
-    const int index = c.order[next];
-    next = next + 1 == c.order.size() ? 0 : next + 1;
-    auto result = lookup(index);
-    benchmark::DoNotOptimize(result);
-  }
 }
 
 void BM_BareMapLookup(benchmark::State& state) {

@@ -14,7 +14,7 @@
 #include <fstream>
 #include <map>
 
-#include "catalogue_fixture.h"
+#include "bench_support.h"
 #include "core/main_controller.h"
 #include "core/workflow_step.h"
 #include "kolvane/tool.h"
@@ -29,19 +29,6 @@ constexpr int kStrings = 10000;
 constexpr int kLabels = 1000;
 constexpr char kContext[] = "Bench";
 
-std::string xmlEscaped(const std::string& text) {
-  std::string out;
-  for (char c : text) {
-    if (c == '&')
-      out += "&amp;";
-    else if (c == '<')
-      out += "&lt;";
-    else
-      out += c;
-  }
-  return out;
-}
-
 // The shown locale's strings as a Qt translation, compiled by lrelease.
 QTranslator& qmTranslator(const Catalogue& c) {
   static QTranslator translator;
@@ -52,8 +39,10 @@ QTranslator& qmTranslator(const Catalogue& c) {
   out << "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<TS version=\"2.1\" language=\"fr_FR\">\n"
       << "<context><name>" << kContext << "</name>\n";
   for (int i = 0; i < c.size; ++i) {
-    out << "<message><source>" << xmlEscaped(c.shownKeys[i]) << "</source><translation>"
-        << xmlEscaped(QString::fromStdU16String(c.shownTexts[i]).toStdString())
+    out << "<message><source>"
+        << QString::fromStdString(c.shownKeys[i]).toHtmlEscaped().toStdString()
+        << "</source><translation>"
+        << QString::fromStdU16String(c.shownTexts[i]).toHtmlEscaped().toStdString()
         << "</translation></message>\n";
   }
   out << "</context>\n</TS>\n";
@@ -75,29 +64,20 @@ const Catalogue& started() {
   return c;
 }
 
-template <typename Lookup>
-void visitKeys(benchmark::State& state, const Catalogue& c, Lookup lookup) {
-  std::size_t next = 0;
-  for (auto _ : state) {
-    const int index = c.order[next];
-    next = next + 1 == c.order.size() ? 0 : next + 1;
-    QString text = lookup(c.shownKeys[index].c_str());
-    benchmark::DoNotOptimize(text);
-  }
-}
-
 void BM_QtTranslatorFromQm(benchmark::State& state) {
   const Catalogue& c = started();
   QTranslator& translator = qmTranslator(c);
   if (translator.isEmpty()) return state.SkipWithError("lrelease made no .qm");
-  visitKeys(state, c, [&](const char* key) { return translator.translate(kContext, key); });
+  visitKeys(state, c,
+            [&](int i) { return translator.translate(kContext, c.shownKeys[i].c_str()); });
 }
 
 void BM_KolvaneTranslator(benchmark::State& state) {
   const Catalogue& c = started();
   static KVQtTranslator translator;
-  visitKeys(state, c,
-            [&](const char* key) { return translator.translate(kContext, key, nullptr, -1); });
+  visitKeys(state, c, [&](int i) {
+    return translator.translate(kContext, c.shownKeys[i].c_str(), nullptr, -1);
+  });
 }
 
 // A host that draws nothing: the screen's model is what is measured.
@@ -150,35 +130,13 @@ BENCHMARK(BM_QtTranslatorFromQm);
 BENCHMARK(BM_KolvaneTranslator);
 BENCHMARK(BM_PressToEditionModel)->Unit(benchmark::kMillisecond);
 
-class MedianCollector : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) {
-      if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median") {
-        medians[run.run_name.str()] = run.GetAdjustedRealTime();
-      }
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  std::map<std::string, double> medians;
-};
-
 }  // namespace
 }  // namespace kolvane::bench
 
 int main(int argc, char** argv) {
   if (std::getenv("QT_QPA_PLATFORM") == nullptr) setenv("QT_QPA_PLATFORM", "offscreen", 1);
   QApplication app(argc, argv);
-  std::vector<char*> args(argv, argv + argc);
-  std::string repetitions = "--benchmark_repetitions=5";
-  std::string aggregates = "--benchmark_report_aggregates_only=true";
-  args.push_back(repetitions.data());
-  args.push_back(aggregates.data());
-  int count = static_cast<int>(args.size());
-  benchmark::Initialize(&count, args.data());
-  kolvane::bench::MedianCollector collector;
-  benchmark::RunSpecifiedBenchmarks(&collector);
-  const auto& medians = collector.medians;
+  const auto medians = kolvane::bench::runMedians(argc, argv);
   const auto kolvane = medians.find("BM_KolvaneTranslator");
   const auto qm = medians.find("BM_QtTranslatorFromQm");
   std::printf("\nRatios of medians, same run:\n");
@@ -187,6 +145,5 @@ int main(int argc, char** argv) {
     std::printf("Kolvane translator vs .qm translator: %.2fx (target <= 1)\n",
                 kolvane->second / qm->second);
   }
-  benchmark::Shutdown();
   return 0;
 }
