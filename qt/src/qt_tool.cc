@@ -1,9 +1,11 @@
 #include "qt_tool.h"
 
+#include <QAccessibleWidget>
 #include <QApplication>
 #include <QClipboard>
 #include <QInputDialog>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QWindow>
@@ -27,6 +29,26 @@ QString withoutCues(QString text) {
 }
 
 bool holdsCues(const QString& text) { return withoutCues(text).size() != text.size(); }
+
+// What assistive technology reads of a label: its text without cues.
+class CuelessLabelAccessible : public QAccessibleWidget {
+ public:
+  explicit CuelessLabelAccessible(QLabel* label)
+      : QAccessibleWidget(label, QAccessible::StaticText) {}
+  QString text(QAccessible::Text kind) const override {
+    if (kind != QAccessible::Name) return QAccessibleWidget::text(kind);
+    const auto* label = static_cast<const QLabel*>(widget());
+    const QString name = label->accessibleName();
+    return withoutCues(name.isEmpty() ? label->text() : name);
+  }
+};
+
+QAccessibleInterface* cuelessAccessible(const QString& className, QObject* object) {
+  if (className == QLatin1String("QLabel")) {
+    if (auto* label = qobject_cast<QLabel*>(object)) return new CuelessLabelAccessible(label);
+  }
+  return nullptr;
+}
 
 class QtToolHost : public KVToolHost {
  public:
@@ -225,6 +247,12 @@ void KolvaneQt::install() {
                                      [] { qt::stripClipboard(QClipboard::Clipboard); });
   state.selection = QObject::connect(clipboard, &QClipboard::selectionChanged,
                                      [] { qt::stripClipboard(QClipboard::Selection); });
+  // Qt keeps installed factories for the life of the process: install it once.
+  static const bool accessible = [] {
+    QAccessible::installFactory(qt::cuelessAccessible);
+    return true;
+  }();
+  (void)accessible;
 }
 
 void KolvaneQt::uninstall() {

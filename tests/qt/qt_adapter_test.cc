@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <QAccessible>
 #include <QClipboard>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -249,7 +250,11 @@ TEST_F(QtAdapterTest, ASaveRebuildsWhatWasCapturedAndTellsTheAppToRetranslate) {
   EXPECT_EQ(retranslated_->text(), q(cued(u"[Coucou]")));
 }
 
-TEST_F(QtAdapterTest, TextCopiedOutOfTheAppLeavesWithoutCues) {
+TEST_F(QtAdapterTest, TextLeavesTheAppWithoutCuesByTheClipboardAndAccessibility) {
+  QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(label_);
+  ASSERT_NE(accessible, nullptr);
+  EXPECT_EQ(accessible->text(QAccessible::Name), "Salut");
+
   QClipboard* clipboard = QGuiApplication::clipboard();
   clipboard->setText(qtTrId("hi"));
   QApplication::processEvents();
