@@ -77,9 +77,11 @@ void clickButton(const QString& title) {
   std::cerr << "walkthrough: no button " << title.toStdString() << "\n";
 }
 
-class Walkthrough {
+// Lives as long as the window it drives.
+class Walkthrough : public QObject {
  public:
-  Walkthrough(InboxWindow& window, QString folder) : window_(window), folder_(std::move(folder)) {}
+  Walkthrough(InboxWindow& window, QString folder)
+      : QObject(&window), window_(window), folder_(std::move(folder)) {}
 
   void run() {
     QDir().mkpath(folder_);

@@ -23,7 +23,8 @@ printf '{"stagingApiUrl":"%s","productionApiUrl":"%s","stagingSignOnUrl":"%s","p
 export XDG_CONFIG_HOME=$work/home/config XDG_DATA_HOME=$work/home/data QT_QPA_PLATFORM=offscreen
 "$cli" pull --bundle "$work/DemoApp" --locale fr_FR --step review --user reviewer \
   --password reviewer >/dev/null
-"$demo" --bundle "$work/DemoApp" --walkthrough "$work/shots" >/dev/null 2>&1
+"$demo" --bundle "$work/DemoApp" --walkthrough "$work/shots" >"$work/walkthrough.log" 2>&1 ||
+  { echo "the walk-through failed:"; tail -n 40 "$work/walkthrough.log"; exit 1; }
 expected="Chaque texte se relit et se corrige sur place."
 edited=$(ls "$work"/home/data/*/Kolvane/fr_FR_edited.xlf)
 grep -q "<target>$expected</target>" "$edited" || { echo "not in $edited:"; cat "$edited"; exit 1; }
