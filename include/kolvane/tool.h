@@ -52,6 +52,9 @@ class KOLVANE_EXPORT KolvaneTool {
       const std::shared_ptr<KVHostView>& touchedView, unsigned touches = 1);
   // The menu gesture was recognised.
   static void triggerActions();
+  // Indexes the development locale's texts of interface-file keys (keys holding "." and "-"),
+  // which textForDesignTimeText() reads. Call again after the strings were reloaded.
+  static void indexDesignTimeTexts();
   // The text a control built from an interface file should show in place of `designTimeText`:
   // the app's string whose base text that is, looked up by its key; none when it is not one.
   // A label passes its description, for the debug log.

@@ -241,6 +241,7 @@ void KolvaneQt::install() {
   state.filter = std::make_unique<qt::GestureFilter>();
   qApp->installEventFilter(state.filter.get());
   state.host = std::make_shared<qt::QtToolHost>();
+  KolvaneTool::indexDesignTimeTexts();
   KolvaneTool::setHost(state.host);
   QClipboard* clipboard = QGuiApplication::clipboard();
   state.clipboard = QObject::connect(clipboard, &QClipboard::dataChanged,

@@ -64,6 +64,12 @@ void KolvaneTool::triggerActions() {
   });
 }
 
+void KolvaneTool::indexDesignTimeTexts() {
+  if (const auto base = KVMainController::sharedInstance().baseLocaleStrings()) {
+    base->extractUIStrings();
+  }
+}
+
 std::optional<std::u16string> KolvaneTool::textForDesignTimeText(
     const std::u16string& designTimeText, std::string_view labelDescription) {
   const auto base = KVMainController::sharedInstance().baseLocaleStrings();

@@ -19,6 +19,7 @@
 #include "capture/capture_fixture.h"
 #include "core/workflow_step.h"
 #include "kolvane/qt.h"
+#include "kolvane/tool.h"
 #include "qt_capsules.h"
 #include "qt_edition_popup.h"
 #include "qt_tool.h"
@@ -143,6 +144,17 @@ TEST_F(QtAdapterTest, TheTranslatorServesIdsSourceTextsAndPluralsAndLeavesQtsOwn
             "QT_LAYOUT_DIRECTION");
   EXPECT_EQ(qtTrId("files", 1), q(cued(u"[{%d} fichier]")));
   EXPECT_EQ(qtTrId("files", 5), q(cued(u"[{%d} fichiers]")));
+  // A form's text that is the development text of an interface-file key shows that string.
+  setBase({{"home.title-label", u"Welcome home"}, {"hi", u"Hi"}});
+  KolvaneTool::indexDesignTimeTexts();
+  EXPECT_EQ(QCoreApplication::translate("MainWindow", "Welcome home"),
+            q(cued(u"[Welcome home]")));  // the French store lacks it: the base text, traceable
+  french_->setLoadedStrings(testing::groupsOf({{"home.title-label", u"Bienvenue"},
+                                               {"sent", u"Envoyé %@ aujourd'hui"},
+                                               {"file", u"un fichier"}}));
+  EXPECT_EQ(QCoreApplication::translate("MainWindow", "Welcome home"), q(cued(u"[Bienvenue]")));
+  EXPECT_EQ(QCoreApplication::translate("MainWindow", "Not a form text"),
+            q(cued(u"[Not a form text]")));
   EXPECT_EQ(KolvaneQt::format(qtTrId("sent"), {qtTrId("file")}),
             q(cued(u"[Envoyé {[un fichier]} aujourd'hui]")));
 }
