@@ -104,6 +104,10 @@ TEST_F(EditionTest, ControlsTakeTheNewTextOfTheirLabel) {
   const auto captures = kolvaneStringsInSubviews(page_);
   ASSERT_EQ(captures.size(), 3u);
   for (const auto& capture : captures) capture->kolvaneStringsInString();
+  EXPECT_THAT(captures[0]->description(),
+              ::testing::StartsWith("<KVViewStrings attributed string [Hi] - view Label - "
+                                    "kolvaneStrings (<KVString"));
+  EXPECT_EQ(KVViewStrings().description(), "<KVViewStrings empty>");
 
   setBase({{"hi", u"Hello"}});
   for (const auto& capture : captures) capture->updateView();
