@@ -193,6 +193,8 @@ TEST_F(EditionTest, PluralFormsAreKeyedByCategoryAndPlainStringsByEmptyName) {
   const std::size_t hi = pageOf(*screen, "hi");
   EXPECT_THAT(screen->page(files).pluralFormNames, ElementsAre("one", "other"));
   EXPECT_TRUE(screen->page(hi).pluralFormNames.empty());
+  // The page has no source group of its own: its source line shows the stored translation.
+  EXPECT_EQ(screen->page(hi).sourceText.string(), u"Salut");
   screen->changePluralForm(files, 1);
   EXPECT_EQ(screen->page(files).fieldText.string(), u"\uFFFC fichiers");
   screen->textViewDidChange(files, typed(u"@ dossiers", {"%d"}));
