@@ -104,8 +104,14 @@ void Server::installSignOn(httplib::Server& http) {
       return sendError(response, 400, "INVALID_REQUEST",
                        "redirect_uri must be the app's scheme or http://127.0.0.1:<port>/");
     }
+    // A PKCE challenge (RFC 7636, S256 only) binds the code to the app that asked for it.
+    const std::string challenge = request.get_param_value("code_challenge");
+    if (!challenge.empty() && request.get_param_value("code_challenge_method") != "S256") {
+      return sendError(response, 400, "INVALID_REQUEST", "code_challenge_method must be S256");
+    }
     const std::string code = randomHex(16);
     store_.putGrant("code", code, {request.get_param_value("username"), now() + 60});
+    if (!challenge.empty()) store_.putGrant("challenge", code, {challenge, now() + 60});
     response.set_redirect(redirect + (redirect.find('?') == std::string::npos ? "?" : "&") +
                           "code=" + code);
   });
@@ -121,6 +127,12 @@ void Server::installSignOn(httplib::Server& http) {
     const auto grant = store_.takeGrant(kind, value);
     if (!grant || grant->expires < now()) {
       return sendError(response, 400, "INVALID_GRANT", "The code or refresh token is not valid");
+    }
+    // The challenge grant keeps the challenge where a code keeps its user.
+    const auto challenge = refresh ? std::nullopt : store_.takeGrant("challenge", value);
+    if (challenge &&
+        pkceChallenge(request.get_param_value("code_verifier")) != challenge->username) {
+      return sendError(response, 400, "INVALID_GRANT", "The code_verifier does not match");
     }
     sendJson(response, 200, tokenAnswer(grant->username));
   });

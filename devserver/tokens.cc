@@ -1,5 +1,7 @@
 #include "tokens.h"
 
+#include <glib.h>
+
 #include "server.h"
 
 namespace devserver {
@@ -29,6 +31,17 @@ std::string base64Url(std::string_view bytes) {
 std::string makeJwt(const nlohmann::json& claims) {
   const nlohmann::json header = {{"alg", "none"}, {"typ", "JWT"}};
   return base64Url(header.dump()) + "." + base64Url(claims.dump()) + "." + randomHex(16);
+}
+
+std::string pkceChallenge(std::string_view verifier) {
+  GChecksum* checksum = g_checksum_new(G_CHECKSUM_SHA256);
+  g_checksum_update(checksum, reinterpret_cast<const guchar*>(verifier.data()),
+                    static_cast<gssize>(verifier.size()));
+  guint8 digest[32] = {};
+  gsize length = sizeof digest;
+  g_checksum_get_digest(checksum, digest, &length);
+  g_checksum_free(checksum);
+  return base64Url(std::string_view(reinterpret_cast<const char*>(digest), length));
 }
 
 }  // namespace devserver

@@ -10,5 +10,7 @@ namespace devserver {
 
 std::string base64Url(std::string_view bytes);
 std::string makeJwt(const nlohmann::json& claims);
+// The PKCE S256 challenge of a code verifier (RFC 7636): base64url of its SHA-256.
+std::string pkceChallenge(std::string_view verifier);
 
 }  // namespace devserver

@@ -72,6 +72,30 @@ TEST_F(DevServerHardeningTest, CodesGoOnlyToTheAppSchemeOrALoopbackAddress) {
   }
 }
 
+TEST_F(DevServerHardeningTest, ACodeAskedWithAChallengeNeedsItsVerifier) {
+  // The example of RFC 7636, appendix B.
+  const std::string verifier = "dBjftJeZ4CVP-mB92K27uhbUJU1p1r_wW1gFWFOEjXk";
+  const std::string challenge = "E9Melhoa2OwvFrEMTJguCHaoeK1t8URWbuGJSstw-cM";
+  const auto askCode = [&](const std::string& method) {
+    const auto answer = signIn("http://127.0.0.1:5000/&code_challenge=" + challenge +
+                               "&code_challenge_method=" + method);
+    return answer.location.substr(answer.location.find("code=") + 5);
+  };
+  const auto redeem = [&](const std::string& code, const std::string& withVerifier) {
+    return directRequest("POST", url(std::string(kRealm) + "/token"),
+                         "grant_type=authorization_code&code=" + code + withVerifier, kForm)
+        .status;
+  };
+  EXPECT_EQ(
+      signIn("http://127.0.0.1:5000/&code_challenge=" + challenge + "&code_challenge_method=plain")
+          .status,
+      400);
+  EXPECT_EQ(redeem(askCode("S256"), ""), 400);
+  EXPECT_EQ(redeem(askCode("S256"), "&code_verifier=" + verifier + "x"), 400);
+  EXPECT_EQ(redeem(askCode("S256"), "&code_verifier=" + verifier), 200);
+  EXPECT_EQ(redeem(code(), ""), 200);  // no challenge, no verifier
+}
+
 TEST(DevServerOptionsTest, FaultRoutesExistOnlyWhenStartedForTests) {
   testing::DevServerProcess plain({}, /*forTests=*/false);
   ASSERT_TRUE(plain.running());
