@@ -147,6 +147,10 @@ GestureFilter::GestureFilter() {
   timer_.setTimerType(Qt::PreciseTimer);
   timer_.setInterval(kLongPressMilliseconds);
   connect(&timer_, &QTimer::timeout, this, [this] { recognise(); });
+  menuTimer_.setSingleShot(true);
+  menuTimer_.setTimerType(Qt::PreciseTimer);
+  menuTimer_.setInterval(kMenuPressMilliseconds);
+  connect(&menuTimer_, &QTimer::timeout, this, [] { KolvaneTool::triggerActions(); });
 }
 
 void GestureFilter::cancel() {
@@ -166,6 +170,12 @@ bool GestureFilter::eventFilter(QObject* receiver, QEvent* event) {
     case QEvent::ShortcutOverride:
     case QEvent::KeyPress:
       return handleKey(event);
+    case QEvent::TouchBegin:
+    case QEvent::TouchUpdate:
+    case QEvent::TouchEnd:
+    case QEvent::TouchCancel:
+      handleTouch(event);
+      return false;
     default:
       return false;
   }
@@ -220,6 +230,18 @@ bool GestureFilter::handleKey(QEvent* event) {
   }
   KolvaneTool::triggerActions();
   return true;
+}
+
+void GestureFilter::handleTouch(QEvent* event) {
+  const auto* touch = static_cast<QTouchEvent*>(event);
+  const bool twoFingersDown = event->type() != QEvent::TouchEnd &&
+                              event->type() != QEvent::TouchCancel && touch->points().size() == 2;
+  // The menu wants exactly two fingers held still enough to stay down; anything else ends it.
+  if (!twoFingersDown) {
+    menuTimer_.stop();
+  } else if (!menuTimer_.isActive()) {
+    menuTimer_.start();
+  }
 }
 
 void GestureFilter::recognise() {

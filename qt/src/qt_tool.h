@@ -20,6 +20,8 @@ class GestureFilter : public QObject {
  public:
   // About the time a long press takes on a touch screen.
   static constexpr int kLongPressMilliseconds = 500;
+  // Two fingers held this long open the menu.
+  static constexpr int kMenuPressMilliseconds = 2000;
 
   GestureFilter();
   bool eventFilter(QObject* receiver, QEvent* event) override;
@@ -31,9 +33,11 @@ class GestureFilter : public QObject {
  private:
   bool handleMouse(QWindow* window, QEvent* event);
   bool handleKey(QEvent* event);
+  void handleTouch(QEvent* event);
   void recognise();
 
   QTimer timer_;
+  QTimer menuTimer_;
   QPoint pressPosition_;
   QPointer<QWindow> pressWindow_;
   QPointer<QWidget> lastWindow_;

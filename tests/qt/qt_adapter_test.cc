@@ -192,6 +192,37 @@ TEST_F(QtAdapterTest, ALongPressOpensTheStringsUnderItAndClicksNothing) {
   EXPECT_EQ(popup(), nullptr);
 }
 
+// The tool's host as installed, its menu counted.
+TEST_F(QtAdapterTest, TwoFingersHeldTwoSecondsOrCtrlAltKOpenTheMenu) {
+  static int menus = 0;
+  menus = 0;
+  struct CountingHost : KVToolHost {
+    std::shared_ptr<KVHostWindow> keyWindow() const override { return nullptr; }
+    void presentEditionScreen(const std::shared_ptr<KVEditionScreen>&,
+                              const std::shared_ptr<KVHostView>&) override {}
+    void dismissEditionScreens(bool) override {}
+    void askRejectReason(const std::shared_ptr<KVEditionScreen>&) override {}
+    void cancelEditionPress() override {}
+    void showActionsMenu() override { ++menus; }
+    void openLoginForm(std::function<void(bool)>) override {}
+    void stringsDidChange() override {}
+  };
+  KolvaneTool::setHost(std::make_shared<CountingHost>());
+  QWindow* window = window_->windowHandle();
+  QPointingDevice* device = QTest::createTouchDevice();
+  QTest::touchEvent(window, device).press(0, {20, 20}).press(1, {60, 20});
+  QTest::qWait(800);
+  QTest::touchEvent(window, device).release(0, {20, 20}).release(1, {60, 20});
+  EXPECT_EQ(menus, 0);  // let go too soon
+  QTest::touchEvent(window, device).press(0, {20, 20}).press(1, {60, 20});
+  QTest::qWait(2200);
+  QTest::touchEvent(window, device).release(0, {20, 20}).release(1, {60, 20});
+  EXPECT_EQ(menus, 1);
+  EXPECT_EQ(popup(), nullptr);  // the press Qt made of the touch started no edition
+  QTest::keyClick(window, Qt::Key_K, Qt::ControlModifier | Qt::AltModifier);
+  EXPECT_EQ(menus, 2);
+}
+
 TEST_F(QtAdapterTest, CapsulesAreEditedAsOneCharacterAndAMissingOneStopsTheSave) {
   label_->setText(KolvaneQt::format(qtTrId("sent"), {"x"}));
   press(label_, 650);
