@@ -18,6 +18,7 @@ class InboxWindow : public QMainWindow {
   QLabel* titleLabel() const { return title_; }
   QLabel* subtitleLabel() const { return subtitle_; }
   QLabel* countLabel() const { return count_; }
+  QLabel* discountLabel() const { return discount_; }
 
  protected:
   void changeEvent(QEvent* event) override;

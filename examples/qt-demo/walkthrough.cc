@@ -8,9 +8,11 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QTextEdit>
 #include <QTimer>
 #include <QWindow>
+#include <algorithm>
 #include <functional>
 #include <iostream>
 #include <vector>
@@ -77,6 +79,16 @@ void clickButton(const QString& title) {
   std::cerr << "walkthrough: no button " << title.toStdString() << "\n";
 }
 
+void chooseFirstReason() {
+  for (QWidget* window : kolvaneWindows()) {
+    const auto choices = window->findChildren<QRadioButton*>();
+    if (!choices.isEmpty()) {
+      choices.front()->click();
+      return;
+    }
+  }
+}
+
 // Lives as long as the window it drives.
 class Walkthrough : public QObject {
  public:
@@ -115,6 +127,14 @@ class Walkthrough : public QObject {
         [] { clickButton("Close"); },
         [this] { shot("6-placeholder-alert.png"); },
         [] { clickButton("Cancel changes"); },
+        // A reviewer's rejection, with its reason, of a string waiting in the review step.
+        [this] { longPress(window_.discountLabel()); },
+        [] { clickButton("Reject"); },
+        [] { chooseFirstReason(); },
+        [this] { shot("7-reject-reason.png"); },
+        [] { clickButton("Send"); },
+        [this] { shot("8-rejected.png"); },
+        [] { clickButton("Close"); },
         [this] {
           std::cout << "walkthrough: screenshots in " << folder_.toStdString() << std::endl;
           QApplication::quit();
@@ -139,7 +159,18 @@ class Walkthrough : public QObject {
   void shot(const QString& name) {
     QPixmap picture = window_.grab();
     QPainter painter(&picture);
-    for (QWidget* window : kolvaneWindows()) {
+    // A window opened over another one is drawn after it.
+    std::vector<QWidget*> windows = kolvaneWindows();
+    const auto depth = [](QWidget* window) {
+      int levels = 0;
+      for (QWidget* parent = window->parentWidget(); parent; parent = parent->parentWidget()) {
+        ++levels;
+      }
+      return levels;
+    };
+    std::stable_sort(windows.begin(), windows.end(),
+                     [&depth](QWidget* a, QWidget* b) { return depth(a) < depth(b); });
+    for (QWidget* window : windows) {
       painter.drawPixmap(window->geometry().topLeft() - window_.geometry().topLeft(),
                          window->grab());
     }

@@ -65,8 +65,10 @@ class KOLVANE_EXPORT KVEditionScreen {
   virtual void textViewDidChange(std::size_t page, const KVAttributedText& text) = 0;
   virtual void accept() = 0;
   virtual void reject() = 0;
-  // The reason for the rejection asked by reject() was given.
-  virtual void rejectReasonWasGiven() = 0;
+  // The reason for the rejection asked by reject() was given: a reason code of the server's
+  // issues (see kolvane/reject_reason.h) and the reviewer's free text.
+  virtual void rejectReasonWasGiven(const std::string& reason,
+                                    const std::u16string& description) = 0;
   // "Close": saves when every placeholder count matches, else shows the alert.
   virtual void validate() = 0;
   // The alert's only button: closes without saving.

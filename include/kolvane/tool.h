@@ -27,7 +27,7 @@ class KOLVANE_EXPORT KVToolHost {
   // Closes every edition screen; `animated` false for a close before another screen opens.
   virtual void dismissEditionScreens(bool animated) = 0;
   // Asks the reviewer why the current string of `screen` is rejected; the answer comes back
-  // through screen->rejectReasonWasGiven().
+  // through screen->rejectReasonWasGiven() (a KVRejectReasonForm does that).
   virtual void askRejectReason(const std::shared_ptr<KVEditionScreen>& screen) = 0;
   // Cancels a press for editing that is under way.
   virtual void cancelEditionPress() = 0;

@@ -3,7 +3,6 @@
 #include <QAccessibleWidget>
 #include <QApplication>
 #include <QClipboard>
-#include <QInputDialog>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QMimeData>
@@ -14,6 +13,7 @@
 #include "kolvane/qt.h"
 #include "kolvane/tool.h"
 #include "qt_edition_popup.h"
+#include "qt_reject_reason_dialog.h"
 #include "qt_translator.h"
 #include "qt_views.h"
 
@@ -73,12 +73,10 @@ class QtToolHost : public KVToolHost {
     popups_.clear();
   }
   void askRejectReason(const std::shared_ptr<KVEditionScreen>& screen) override {
-    auto* dialog = new QInputDialog(QApplication::activeWindow());
-    markAsKolvaneWindow(dialog);
-    dialog->setWindowTitle("Reject");
-    dialog->setLabelText("Why is this translation rejected?");
+    const auto open = popups();
+    auto* dialog = new RejectReasonDialog(std::make_shared<KVRejectReasonForm>(screen),
+                                          open.empty() ? nullptr : open.back());
     dialog->setAttribute(Qt::WA_DeleteOnClose);
-    QObject::connect(dialog, &QInputDialog::accepted, [screen] { screen->rejectReasonWasGiven(); });
     dialog->open();
   }
   void cancelEditionPress() override {

@@ -154,6 +154,22 @@ void KVEditionViewController::setStatus(std::size_t page, unsigned status) {
   target = std::move(published);
 }
 
+void KVEditionViewController::rememberRejection(std::size_t page, const std::string& reason,
+                                                const std::u16string& description) {
+  auto& target = editionController_->items()[page].targetString;
+  if (!target) return;
+  // The decision the review of changes sends carries the reason; what lookups read is not
+  // written again.
+  auto decided = target->copy();
+  for (const auto& [name, form] : decided->pluralForms) form->group = decided;
+  decided->rejectReason = toUtf16(reason);
+  decided->rejectDescription = description;
+  if (const auto shown = KVMainController::sharedInstance().localeStrings()) {
+    shown->rejectedStrings()[decided->key] = decided;
+  }
+  target = std::move(decided);
+}
+
 void KVEditionViewController::updateActions() {
   acceptEnabled_ = rejectEnabled_ = false;
   if (currentPage_ >= pages_.size()) return;
@@ -176,8 +192,12 @@ void KVEditionViewController::reject() {
   if (const auto host = kv_toolHost()) host->askRejectReason(shared_from_this());
 }
 
-void KVEditionViewController::rejectReasonWasGiven() {
-  if (currentPage_ < pages_.size()) setStatus(currentPage_, KVStringStatusRejected);
+void KVEditionViewController::rejectReasonWasGiven(const std::string& reason,
+                                                   const std::u16string& description) {
+  if (currentPage_ < pages_.size()) {
+    setStatus(currentPage_, KVStringStatusRejected);
+    rememberRejection(currentPage_, reason, description);
+  }
   updateActions();
   changed();
 }

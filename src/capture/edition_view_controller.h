@@ -45,7 +45,7 @@ class KVEditionViewController final : public KVEditionScreen,
   void textViewDidChange(std::size_t page, const KVAttributedText& text) override;
   void accept() override;
   void reject() override;
-  void rejectReasonWasGiven() override;
+  void rejectReasonWasGiven(const std::string& reason, const std::u16string& description) override;
   void validate() override;
   void alertButtonClicked() override;
   void setChangeHandler(std::function<void()> handler) override;
@@ -62,6 +62,9 @@ class KVEditionViewController final : public KVEditionScreen,
   void updateActions();
   // Gives the current locale's group of the page's key `status`, and the page the new group.
   void setStatus(std::size_t page, unsigned status);
+  // Keeps the reason of a rejection with the decision.
+  void rememberRejection(std::size_t page, const std::string& reason,
+                         const std::u16string& description);
   void close(bool animated);
   void changed() const;
 

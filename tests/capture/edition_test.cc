@@ -230,9 +230,11 @@ TEST_F(EditionTest, AcceptAndRejectFollowTheStepAndTheStatusAndEditingUndoesThem
   EXPECT_EQ(screen->currentPage(), 1u);
   screen->reject();
   EXPECT_EQ(host_->rejectAsked, screen);
-  screen->rejectReasonWasGiven();
+  screen->rejectReasonWasGiven("WRONG_TERM", u"Say envoyé");
   EXPECT_EQ(screen->page(1).status, u"Rejected");
-  EXPECT_EQ(french_->rejectedStrings().count("sent"), 1u);
+  ASSERT_EQ(french_->rejectedStrings().count("sent"), 1u);
+  EXPECT_EQ(french_->rejectedStrings().at("sent")->rejectReason, u"WRONG_TERM");
+  EXPECT_EQ(french_->rejectedStrings().at("sent")->rejectDescription, u"Say envoyé");
   EXPECT_FALSE(screen->rejectEnabled());
 }
 

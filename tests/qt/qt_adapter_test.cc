@@ -10,6 +10,7 @@
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QTabBar>
 #include <QTableWidget>
 #include <QTest>
@@ -22,6 +23,7 @@
 #include "kolvane/tool.h"
 #include "qt_capsules.h"
 #include "qt_edition_popup.h"
+#include "qt_reject_reason_dialog.h"
 #include "qt_tool.h"
 
 namespace kolvane {
@@ -291,6 +293,25 @@ TEST_F(QtAdapterTest, ASaveRebuildsWhatWasCapturedAndTellsTheAppToRetranslate) {
   // to each window in an event of its own).
   QTest::qWait(20);
   EXPECT_EQ(retranslated_->text(), q(cued(u"[Coucou]")));
+}
+
+TEST_F(QtAdapterTest, RejectAsksTheReasonOverTheEditionScreen) {
+  press(label_, 650);
+  qt::EditionPopup* open = popup();
+  ASSERT_NE(open, nullptr);
+  ASSERT_TRUE(open->rejectButton()->isEnabled());
+  open->rejectButton()->click();
+  auto* dialog = open->findChild<qt::RejectReasonDialog*>();
+  ASSERT_NE(dialog, nullptr);
+  EXPECT_FALSE(dialog->sendButton()->isEnabled());
+  dialog->findChildren<QRadioButton*>().front()->click();
+  ASSERT_TRUE(dialog->sendButton()->isEnabled());
+  dialog->sendButton()->click();
+  QApplication::processEvents();
+  EXPECT_EQ(open->screen().page(0).status, u"Rejected");
+  EXPECT_FALSE(open->rejectButton()->isEnabled());
+  ASSERT_EQ(french_->rejectedStrings().count("hi"), 1u);
+  EXPECT_EQ(french_->rejectedStrings().at("hi")->rejectReason, u"WRONG_TERM");
 }
 
 TEST_F(QtAdapterTest, TextLeavesTheAppWithoutCuesByTheClipboardAndAccessibility) {
