@@ -211,7 +211,9 @@ TEST_F(QtAdapterTest, TwoFingersHeldTwoSecondsOrCtrlAltKOpenTheMenu) {
   };
   KolvaneTool::setHost(std::make_shared<CountingHost>());
   QWindow* window = window_->windowHandle();
-  QPointingDevice* device = QTest::createTouchDevice();
+  // Qt leaves a test's touch device to whoever made it.
+  const std::unique_ptr<QPointingDevice> touchScreen(QTest::createTouchDevice());
+  QPointingDevice* device = touchScreen.get();
   QTest::touchEvent(window, device).press(0, {20, 20}).press(1, {60, 20});
   QTest::qWait(800);
   QTest::touchEvent(window, device).release(0, {20, 20}).release(1, {60, 20});
