@@ -16,20 +16,34 @@ namespace kolvane {
 
 namespace {
 
+// Whether `text` is `utf8` with one more unit at each end, compared in place for ASCII (most
+// source texts) and through a conversion otherwise.
+bool isSourceBetweenCues(const std::u16string& text, const char* utf8) {
+  const std::size_t inner = text.size() - 2;
+  std::size_t at = 0;
+  for (; utf8[at] != '\0'; ++at) {
+    const auto byte = static_cast<unsigned char>(utf8[at]);
+    if (byte >= 0x80) {
+      return text.compare(1, inner, QString::fromUtf8(utf8).toStdU16String()) == 0;
+    }
+    if (at >= inner || text[at + 1] != byte) return false;
+  }
+  return at == inner;
+}
+
 // A text from a form (a .ui file) is the development locale's text of some key: when the
 // lookup found no string of its own for it, the string of that key is shown instead. The
 // index is read on the main thread only.
-std::u16string designTimeTextOr(std::u16string found, const char* sourceText) {
-  // A miss is the source text between the two outer cues (UTF-16 is never longer than UTF-8).
+std::optional<std::u16string> designTimeText(const std::u16string& found, const char* sourceText) {
+  const QCoreApplication* application = QCoreApplication::instance();
+  // A miss is the source text between the two outer cues.
   if (found.size() < 2 || found.front() != kv_beginCue || found.back() != kv_endCue ||
-      found.size() - 2 > std::strlen(sourceText) ||
-      QThread::currentThread() != QCoreApplication::instance()->thread()) {
-    return found;
+      application == nullptr || QThread::currentThread() != application->thread() ||
+      !isSourceBetweenCues(found, sourceText)) {
+    return std::nullopt;
   }
-  const std::u16string source = QString::fromUtf8(sourceText).toStdU16String();
-  if (found.compare(1, found.size() - 2, source) != 0) return found;
   // The index holds the development texts as the stores do, cues included.
-  return KolvaneTool::textForDesignTimeText(found).value_or(std::move(found));
+  return KolvaneTool::textForDesignTimeText(found);
 }
 
 }  // namespace
@@ -53,7 +67,9 @@ QString KVQtTranslator::translate(const char* context, const char* sourceText,
       // A key found nowhere comes back as itself, which is the source text: no value needed.
       text = Platform::current().mainBundle().localizedStringForKey(
           sourceText, u"", context != nullptr ? context : "");
-      if (context != nullptr) text = designTimeTextOr(std::move(text), sourceText);
+      if (context != nullptr) {
+        if (auto designed = designTimeText(text, sourceText)) text = std::move(*designed);
+      }
     }
     return QString::fromStdU16String(text);
   } catch (...) {
