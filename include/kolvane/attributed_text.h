@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
@@ -41,6 +42,8 @@ class KOLVANE_EXPORT KVAttributedText {
   // The attributes at `index` (none past the end) and, in `effective` when given, the longest
   // range around `index` within `limit` over which they are the same.
   KVTextAttributes attributesAt(std::size_t index, KVRange limit, KVRange* effective) const;
+  // Calls `visit` with each run, in text order: its range and its attributes.
+  void enumerateRuns(const std::function<void(KVRange, const KVTextAttributes&)>& visit) const;
   void append(std::u16string_view text, const KVTextAttributes& attributes);
   // The new text takes the attributes of the first unit it replaces (of the unit before it when
   // the range is empty). A range past the end is cut to the end.

@@ -76,21 +76,20 @@ QTextCharFormat capsuleFormat(const KVTextAttributes& attributes) {
   return format;
 }
 
+QString runText(const KVAttributedText& text, KVRange run) {
+  return QString::fromStdU16String(text.string().substr(run.location, run.length));
+}
+
 void insertAttributed(QTextCursor& cursor, const KVAttributedText& text) {
-  const std::u16string& plain = text.string();
-  KVRange run;
-  for (std::size_t at = 0; at < plain.size();
-       at = run.location + std::max<std::size_t>(run.length, 1)) {
-    const KVTextAttributes attributes = text.attributesAt(at, {0, plain.size()}, &run);
-    const QString part = QString::fromStdU16String(plain.substr(run.location, run.length));
+  text.enumerateRuns([&](KVRange run, const KVTextAttributes& attributes) {
     if (attributes.count(kKVCapsuleFormat) != 0) {
-      for (qsizetype i = 0; i < part.size(); ++i) {
+      for (std::size_t i = 0; i < run.length; ++i) {
         cursor.insertText(QString(QChar(kKVCapsuleCharacter)), capsuleFormat(attributes));
       }
     } else {
-      cursor.insertText(part, textFormat(attributes));
+      cursor.insertText(runText(text, run), textFormat(attributes));
     }
-  }
+  });
 }
 
 KVAttributedText attributedFragment(const QTextDocument* document, int from, int to) {
@@ -122,17 +121,13 @@ KVAttributedText attributedFragment(const QTextDocument* document, int from, int
 
 QByteArray serialized(const KVAttributedText& text) {
   QJsonArray runs;
-  const std::u16string& plain = text.string();
-  KVRange run;
-  for (std::size_t at = 0; at < plain.size();
-       at = run.location + std::max<std::size_t>(run.length, 1)) {
-    const KVTextAttributes attributes = text.attributesAt(at, {0, plain.size()}, &run);
-    QJsonObject entry{{"text", QString::fromStdU16String(plain.substr(run.location, run.length))}};
+  text.enumerateRuns([&](KVRange run, const KVTextAttributes& attributes) {
+    QJsonObject entry{{"text", runText(text, run)}};
     if (const auto capsule = attributes.find(kKVCapsuleFormat); capsule != attributes.end()) {
       entry["capsule"] = QString::fromStdString(capsule->second);
     }
     runs.append(entry);
-  }
+  });
   return QJsonDocument(runs).toJson(QJsonDocument::Compact);
 }
 
@@ -181,18 +176,13 @@ QMimeData* CapsuleTextEdit::createMimeDataFromSelection() const {
   mime->setData(kMimeType, serialized(selected));
   // Elsewhere a capsule is its placeholder.
   QString plain;
-  const KVTextAttributes none;
-  KVRange run;
-  for (std::size_t at = 0; at < selected.string().size();
-       at = run.location + std::max<std::size_t>(run.length, 1)) {
-    const KVTextAttributes attributes =
-        selected.attributesAt(at, {0, selected.string().size()}, &run);
+  selected.enumerateRuns([&](KVRange run, const KVTextAttributes& attributes) {
     const auto capsule = attributes.find(kKVCapsuleFormat);
     plain +=
         capsule != attributes.end()
             ? QString::fromStdString(capsule->second).repeated(static_cast<qsizetype>(run.length))
-            : QString::fromStdU16String(selected.string().substr(run.location, run.length));
-  }
+            : runText(selected, run);
+  });
   mime->setText(plain);
   return mime;
 }

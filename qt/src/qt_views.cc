@@ -23,6 +23,13 @@ constexpr int kMostRowsLooked = 2000;
 
 std::vector<std::shared_ptr<KVHostView>> childViews(QWidget* widget);
 
+// What stands for one part (a tab, a section, a cell) of a widget: the same part of the same
+// widget gives the same value.
+const void* partIdentity(const QWidget* widget, int part) {
+  return reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(widget) +
+                                       static_cast<std::uintptr_t>(part) + 1);
+}
+
 // A widget of one kind, held weakly: once the widget is gone every call does nothing.
 template <class Interface, class Widget = QWidget>
 class WidgetView : public Interface {
@@ -64,10 +71,7 @@ class PartLabel : public KVHostLabel {
   std::shared_ptr<KVHostView> superview() const override { return owner_; }
   std::vector<std::shared_ptr<KVHostView>> subviews() const override { return {}; }
   std::string className() const override { return name_; }
-  const void* identity() const override {
-    return reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(widget_.data()) +
-                                         static_cast<std::uintptr_t>(part_) + 1);
-  }
+  const void* identity() const override { return partIdentity(widget_.data(), part_); }
   void setNeedsLayout() override {
     if (widget_) widget_->update();
   }
@@ -191,10 +195,7 @@ class HeaderSectionView : public KVHostTableHeader,
         })};
   }
   std::string className() const override { return "QHeaderView section"; }
-  const void* identity() const override {
-    return reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(header_.data()) +
-                                         static_cast<std::uintptr_t>(section_) + 1);
-  }
+  const void* identity() const override { return partIdentity(header_.data(), section_); }
   std::u16string textLabelText() const override {
     if (!header_ || !header_->model()) return u"";
     return header_->model()

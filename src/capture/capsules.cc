@@ -64,12 +64,9 @@ std::u16string kv_formatFromEditedText(const KVAttributedText& text, std::size_t
   std::u16string format(1, kv_beginCue);
   std::size_t count = 0;
   std::size_t start = 0;
-  KVRange run;
-  for (std::size_t at = 0; at < plain.size();
-       at = run.location + std::max<std::size_t>(run.length, 1)) {
-    const KVTextAttributes attributes = text.attributesAt(at, {0, plain.size()}, &run);
+  text.enumerateRuns([&](KVRange run, const KVTextAttributes& attributes) {
     const auto capsule = attributes.find(kKVCapsuleFormat);
-    if (capsule == attributes.end()) continue;
+    if (capsule == attributes.end()) return;
     // Neighbouring capsules may share one run: each of its units is one capsule.
     for (std::size_t unit = run.location; unit < run.location + run.length; ++unit) {
       format.append(plain, start, unit - start);
@@ -79,7 +76,7 @@ std::u16string kv_formatFromEditedText(const KVAttributedText& text, std::size_t
       start = unit + 1;
       ++count;
     }
-  }
+  });
   format.append(plain, start);
   format += kv_endCue;
   if (capsules != nullptr) *capsules = count;

@@ -32,6 +32,15 @@ KVTextAttributes KVAttributedText::attributesAt(std::size_t index, KVRange limit
   return runs_[run].attributes;
 }
 
+void KVAttributedText::enumerateRuns(
+    const std::function<void(KVRange, const KVTextAttributes&)>& visit) const {
+  std::size_t start = 0;
+  for (const Run& run : runs_) {
+    visit({start, run.length}, run.attributes);
+    start += run.length;
+  }
+}
+
 void KVAttributedText::append(std::u16string_view text, const KVTextAttributes& attributes) {
   if (text.empty()) return;
   text_ += text;
