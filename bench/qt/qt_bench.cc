@@ -90,8 +90,14 @@ class ModelOnlyHost : public KVToolHost {
   void dismissEditionScreens(bool) override {}
   void askRejectReason(const std::shared_ptr<KVEditionScreen>&) override {}
   void cancelEditionPress() override {}
-  void showActionsMenu() override {}
-  void openLoginForm(std::function<void(bool)>) override {}
+  void presentToolScreen(const std::shared_ptr<KVToolScreen>&) override {}
+  void pushToolScreen(const std::shared_ptr<KVToolScreen>&) override {}
+  void popToolScreen() override {}
+  void popToToolScreen(const KVToolScreen&) override {}
+  void dismissToolScreens(std::function<void()>) override {}
+  void showAlert(const KVAlert&, std::function<void(std::size_t)>) override {}
+  void openSignOnPage(const std::string&) override {}
+  void removeEditionGesture() override {}
   void stringsDidChange() override {}
 
  private:

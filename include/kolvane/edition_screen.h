@@ -38,10 +38,13 @@ struct KVEditionPage {
   bool editable = false;
 };
 
+// An alert: button 0 is the cancel button, the others follow it in order.
 struct KVAlert {
   std::u16string title;
   std::u16string message;
   std::u16string cancelButtonTitle;
+  std::vector<std::u16string> otherButtonTitles;
+  int tag = 0;  // what the alert asks, for the screen that answers it
 };
 
 class KOLVANE_EXPORT KVEditionScreen {

@@ -83,6 +83,9 @@ class KOLVANE_EXPORT TextServices {
   // Display names in the current locale; none when the code is not known.
   virtual std::optional<std::string> languageDisplayName(std::string_view languageCode) const = 0;
   virtual std::optional<std::string> countryDisplayName(std::string_view countryCode) const = 0;
+  // A moment (seconds since 1970) in the current locale's short date and short time styles.
+  // The default writes "2026-11-23 14:05" in local time.
+  virtual std::u16string shortDateTime(double secondsSince1970) const;
 };
 
 // Where log lines go. Any thread may call.

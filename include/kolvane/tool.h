@@ -15,6 +15,8 @@
 
 namespace kolvane {
 
+class KVToolScreen;  // kolvane/tool_screens.h
+
 // What the toolkit gives the tool.
 class KOLVANE_EXPORT KVToolHost {
  public:
@@ -31,9 +33,24 @@ class KOLVANE_EXPORT KVToolHost {
   virtual void askRejectReason(const std::shared_ptr<KVEditionScreen>& screen) = 0;
   // Cancels a press for editing that is under way.
   virtual void cancelEditionPress() = 0;
-  virtual void showActionsMenu() = 0;
-  // Signs the reviewer in; `completion` gets true when the reviewer cancelled.
-  virtual void openLoginForm(std::function<void(bool cancelled)> completion) = 0;
+  // The popup window of the tool's screens (kolvane/tool_screens.h). Opens it showing
+  // `screen`, closing one already open.
+  virtual void presentToolScreen(const std::shared_ptr<KVToolScreen>& screen) = 0;
+  // Shows `screen` over the popup's current one, with a way back to it.
+  virtual void pushToolScreen(const std::shared_ptr<KVToolScreen>& screen) = 0;
+  // Back to the screen under the top one.
+  virtual void popToolScreen() = 0;
+  // Back to `screen`, closing the ones above it.
+  virtual void popToToolScreen(const KVToolScreen& screen) = 0;
+  // Closes the popup window; `completion` runs once it is gone (at once when none is open).
+  virtual void dismissToolScreens(std::function<void()> completion) = 0;
+  // Shows `alert` over the popup (or the app); `answer` gets the index of the button pressed,
+  // 0 for the cancel button.
+  virtual void showAlert(const KVAlert& alert, std::function<void(std::size_t button)> answer) = 0;
+  // Opens the sign-on page outside the app, in the system browser.
+  virtual void openSignOnPage(const std::string& url) = 0;
+  // After a logout a press no longer starts editing, until the app starts again.
+  virtual void removeEditionGesture() = 0;
   // Saved or reloaded strings changed what the app shows: the adapter tells the app's own
   // widgets (Qt: a LanguageChange event).
   virtual void stringsDidChange() = 0;
@@ -50,7 +67,8 @@ class KOLVANE_EXPORT KolvaneTool {
   // nearest ancestor holding some; answers it, or none when nothing was found.
   static std::shared_ptr<KVEditionScreen> triggerEdition(
       const std::shared_ptr<KVHostView>& touchedView, unsigned touches = 1);
-  // The menu gesture was recognised.
+  // The menu gesture was recognised: shows the actions menu, or the login first when nobody is
+  // signed in.
   static void triggerActions();
   // Indexes the development locale's texts of interface-file keys (keys holding "." and "-"),
   // which textForDesignTimeText() reads. Call again after the strings were reloaded.

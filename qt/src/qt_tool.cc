@@ -7,13 +7,16 @@
 #include <QLabel>
 #include <QMimeData>
 #include <QMouseEvent>
+#include <QUrl>
 #include <QWindow>
 
 #include "kolvane/cues.h"
 #include "kolvane/qt.h"
 #include "kolvane/tool.h"
 #include "qt_edition_popup.h"
+#include "qt_popup_window.h"
 #include "qt_reject_reason_dialog.h"
+#include "qt_tool_screens.h"
 #include "qt_translator.h"
 #include "qt_views.h"
 
@@ -82,9 +85,44 @@ class QtToolHost : public KVToolHost {
   void cancelEditionPress() override {
     if (gestureFilter() != nullptr) gestureFilter()->cancel();
   }
-  // The menu and the sign-in screen are not drawn yet.
-  void showActionsMenu() override {}
-  void openLoginForm(std::function<void(bool)> completion) override { completion(true); }
+  void presentToolScreen(const std::shared_ptr<KVToolScreen>& screen) override {
+    if (popup_) {
+      popup_->setAttribute(Qt::WA_DeleteOnClose);
+      popup_->done(QDialog::Rejected);
+    }
+    QWidget* over = gestureFilter() != nullptr ? gestureFilter()->lastWindow() : nullptr;
+    if (over == nullptr) over = QApplication::activeWindow();
+    popup_ = new PopupWindow(over);
+    popup_->setAttribute(Qt::WA_DeleteOnClose);
+    popup_->push(screen);
+    popup_->show();
+  }
+  void pushToolScreen(const std::shared_ptr<KVToolScreen>& screen) override {
+    if (!popup_) return presentToolScreen(screen);
+    popup_->push(screen);
+  }
+  void popToolScreen() override {
+    if (popup_) popup_->pop();
+  }
+  void popToToolScreen(const KVToolScreen& screen) override {
+    if (popup_) popup_->popTo(screen);
+  }
+  void dismissToolScreens(std::function<void()> completion) override {
+    if (popup_) popup_->done(QDialog::Accepted);
+    popup_ = nullptr;
+    if (completion) completion();
+  }
+  void showAlert(const KVAlert& alert, std::function<void(std::size_t)> answer) override {
+    QWidget* over = popup_ ? static_cast<QWidget*>(popup_) : QApplication::activeWindow();
+    qt::showAlert(over, alert, std::move(answer));
+  }
+  void openSignOnPage(const std::string& url) override {
+    qt::openSignOnPage(QUrl(QString::fromStdString(url)));
+  }
+  void removeEditionGesture() override {
+    if (gestureFilter() != nullptr) gestureFilter()->setEditionGestureEnabled(false);
+  }
+  PopupWindow* popup() const { return popup_; }
   void stringsDidChange() override {
     // Apps that retranslate themselves on LanguageChange pick the new texts up everywhere.
     QCoreApplication::postEvent(qApp, new QEvent(QEvent::LanguageChange));
@@ -99,6 +137,7 @@ class QtToolHost : public KVToolHost {
 
  private:
   std::vector<QPointer<EditionPopup>> popups_;
+  QPointer<PopupWindow> popup_;
 };
 
 struct Installed {
@@ -139,6 +178,8 @@ GestureFilter* gestureFilter() { return installed().filter.get(); }
 std::vector<EditionPopup*> openEditionPopups() {
   return installed().host ? installed().host->popups() : std::vector<EditionPopup*>();
 }
+
+PopupWindow* openPopupWindow() { return installed().host ? installed().host->popup() : nullptr; }
 
 GestureFilter::GestureFilter() {
   timer_.setSingleShot(true);
@@ -245,6 +286,7 @@ void GestureFilter::handleTouch(QEvent* event) {
 void GestureFilter::recognise() {
   if (!pressing_) return;
   pressing_ = false;
+  if (!editionGestureEnabled_) return;
   if (!KolvaneTool::editionEnabled()) return;
   if (KolvaneTool::triggerEdition(hostViewAt(pressPosition_))) swallowRelease_ = true;
 }
@@ -282,10 +324,15 @@ void KolvaneQt::uninstall() {
   QObject::disconnect(state.clipboard);
   QObject::disconnect(state.selection);
   state.host->dismissEditionScreens(false);
+  state.host->dismissToolScreens({});
   KolvaneTool::setHost(nullptr);
   qApp->removeEventFilter(state.filter.get());
   QCoreApplication::removeTranslator(state.translator.get());
   state = qt::Installed();
+}
+
+void KolvaneQt::setSignOnPageOpener(std::function<void(const QUrl&)> opener) {
+  qt::setSignOnPageOpener(std::move(opener));
 }
 
 QString KolvaneQt::format(const QString& format, const QStringList& values) {

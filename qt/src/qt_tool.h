@@ -15,6 +15,7 @@ class QWindow;
 namespace kolvane::qt {
 
 class EditionPopup;
+class PopupWindow;
 
 class GestureFilter : public QObject {
  public:
@@ -29,6 +30,8 @@ class GestureFilter : public QObject {
   void cancel();
   // The top-level widget of the last press (the window whose texts are edited).
   QWidget* lastWindow() const { return lastWindow_; }
+  // Off after a logout: a long press no longer opens the edition screen (the menu stays).
+  void setEditionGestureEnabled(bool enabled) { editionGestureEnabled_ = enabled; }
 
  private:
   bool handleMouse(QWindow* window, QEvent* event);
@@ -44,11 +47,14 @@ class GestureFilter : public QObject {
   bool pressing_ = false;
   bool swallowRelease_ = false;
   bool resending_ = false;
+  bool editionGestureEnabled_ = true;
 };
 
 // The installed filter, or none.
 GestureFilter* gestureFilter();
 // The edition screens open now.
 std::vector<EditionPopup*> openEditionPopups();
+// The tool's popup window, when open.
+PopupWindow* openPopupWindow();
 
 }  // namespace kolvane::qt

@@ -205,7 +205,7 @@ void KVEditionViewController::rejectReasonWasGiven(const std::string& reason,
 void KVEditionViewController::validate() {
   const std::size_t errors = editionController_->validateStrings();
   if (errors >= 1) {
-    alert_ = KVAlert{u"Validation error", validationMessage(errors), u"Cancel changes"};
+    alert_ = KVAlert{u"Validation error", validationMessage(errors), u"Cancel changes", {}, 0};
     changed();
     return;
   }

@@ -25,7 +25,7 @@ KVToolHost::~KVToolHost() = default;
 
 std::shared_ptr<KVToolHost> kv_toolHost() { return installedHost(); }
 
-void KolvaneTool::setHost(std::shared_ptr<KVToolHost> host) { installedHost() = std::move(host); }
+void kv_setToolHost(std::shared_ptr<KVToolHost> host) { installedHost() = std::move(host); }
 
 bool KolvaneTool::editionEnabled() { return KVMainController::sharedInstance().editionEnabled(); }
 
@@ -45,23 +45,6 @@ std::shared_ptr<KVEditionScreen> KolvaneTool::triggerEdition(
   const KVCaptures captures = kolvaneStringsInSuperviewsWithRoot(touchedView, &root);
   if (captures.empty()) return nullptr;
   return KVEditionViewController::presentEditionViewWithStringsAndViews(captures, root);
-}
-
-void KolvaneTool::triggerActions() {
-  if (debugEnabled()) kvLog("Actions gesture triggered");
-  const auto host = installedHost();
-  if (!host) return;
-  host->cancelEditionPress();
-  KVEditionViewController::dismiss();
-  const KVReviewerServices* services = KVMainController::sharedInstance().reviewerServices();
-  if (services != nullptr && services->isLoggedIn()) {
-    host->showActionsMenu();
-    return;
-  }
-  host->openLoginForm([](bool cancelled) {
-    if (cancelled) return;
-    if (const auto current = installedHost()) current->showActionsMenu();
-  });
 }
 
 void KolvaneTool::indexDesignTimeTexts() {

@@ -9,5 +9,6 @@ namespace kolvane {
 
 // The installed host, or none.
 std::shared_ptr<KVToolHost> kv_toolHost();
+void kv_setToolHost(std::shared_ptr<KVToolHost> host);
 
 }  // namespace kolvane

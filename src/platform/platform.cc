@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <atomic>
 #include <cctype>
+#include <cmath>
+#include <ctime>
 #include <mutex>
 
 #include "base/log.h"
@@ -27,6 +29,17 @@ std::vector<std::shared_ptr<Platform>>& keptPlatforms() {
 }
 
 }  // namespace
+
+std::u16string TextServices::shortDateTime(double secondsSince1970) const {
+  // Beyond some 30,000 years a time_t cannot hold it.
+  if (!std::isfinite(secondsSince1970) || std::fabs(secondsSince1970) > 1e12) return {};
+  const auto moment = static_cast<std::time_t>(secondsSince1970);
+  std::tm local{};
+  if (localtime_r(&moment, &local) == nullptr) return {};
+  char text[32];
+  const std::size_t length = std::strftime(text, sizeof text, "%Y-%m-%d %H:%M", &local);
+  return std::u16string(text, text + length);
+}
 
 Platform& Platform::current() {
   if (Platform* platform = gCurrent.load(std::memory_order_acquire)) return *platform;

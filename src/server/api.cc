@@ -87,10 +87,13 @@ double lifetime(const nlohmann::json& value) {
 }  // namespace
 
 void KVApi::tokenWithCode(const std::string& code, bool refresh,
-                          std::function<void(std::optional<KVError>, nlohmann::json)> completion) {
+                          std::function<void(std::optional<KVError>, nlohmann::json)> completion,
+                          const std::optional<KVLoopbackGrant>& loopback) {
   KVParametersJson parameters = {
       {"client_id", "ios-sdk"},
-      {"redirect_uri", KVDeployment::current().redirectScheme + "://login/"}};
+      {"redirect_uri",
+       loopback ? loopback->redirectUri : KVDeployment::current().redirectScheme + "://login/"}};
+  if (loopback && !refresh) parameters["code_verifier"] = loopback->codeVerifier;
   if (refresh) {
     parameters["grant_type"] = "refresh_token";
     parameters["refresh_token"] = code;
@@ -201,9 +204,10 @@ void KVApi::rejectStrings(const KVGroupList& strings, std::function<void(KVGroup
   setStatus("rejectedStrings", strings, std::move(completion));
 }
 
-void KVApi::saveStrings(const KVStringGroups& strings,
-                        std::function<void(std::optional<KVWriteFailures>)> completion) {
-  if (strings.empty()) return completion(std::nullopt);
+void KVApi::saveStrings(
+    const KVStringGroups& strings,
+    std::function<void(std::optional<KVError>, std::optional<KVWriteFailures>)> completion) {
+  if (strings.empty()) return completion(std::nullopt, std::nullopt);
   const std::string file =
       KVMainController::kolvaneFilesFolder() + "/" + std::string(kSaveFileName);
   KVWriteFailures failures;
@@ -211,7 +215,7 @@ void KVApi::saveStrings(const KVStringGroups& strings,
           strings, KVMainController::sharedInstance().xliffContext(), file, &failures)) {
     kvLogIfEnabled("Save failed: " + error->localizedDescription);
     markAllFailed(strings, failures);
-    return completion(std::move(failures));
+    return completion(error, std::move(failures));
   }
   KVGroupList sent;
   for (const auto& [key, group] : strings) sent.push_back(group);
@@ -231,7 +235,7 @@ void KVApi::saveStrings(const KVStringGroups& strings,
                          });
         }
         removeFileIfPresent(file);
-        completion(std::move(failures));
+        completion(std::move(error), std::move(failures));
       });
 }
 

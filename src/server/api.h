@@ -23,8 +23,11 @@ class KVApi {
  public:
   // The sign-on token exchange; the record gets "expires" and "refresh_expires" (now plus the
   // lifetimes). An answer without the lifetimes or the access token is an "auth" error 500.
+  // A code asked for through a loopback redirect is exchanged with that redirect and the PKCE
+  // verifier (`loopback`); otherwise the app's own redirect scheme is named.
   static void tokenWithCode(const std::string& code, bool refresh,
-                            std::function<void(std::optional<KVError>, nlohmann::json)> completion);
+                            std::function<void(std::optional<KVError>, nlohmann::json)> completion,
+                            const std::optional<KVLoopbackGrant>& loopback = std::nullopt);
   // Tells the sign-on server to end the session; nothing without a refresh token.
   static void logOutWithRefreshToken(const std::optional<std::string>& refreshToken);
   static void pingWithCompletion(std::function<void(std::optional<KVError>)> completion);
@@ -44,9 +47,11 @@ class KVApi {
   static void rejectStrings(const KVGroupList& strings,
                             std::function<void(KVGroupList)> completion);
   // Uploads the strings' translations as XLIFF. The completion gets the strings that failed by
-  // key, or none when there was nothing to send.
-  static void saveStrings(const KVStringGroups& strings,
-                          std::function<void(std::optional<KVWriteFailures>)> completion);
+  // key, or none when there was nothing to send; and, when the file could not be written or
+  // the upload itself failed (every string then counts as failed), the error.
+  static void saveStrings(
+      const KVStringGroups& strings,
+      std::function<void(std::optional<KVError>, std::optional<KVWriteFailures>)> completion);
   // Files a translation issue with the string's reject reason and description.
   static void createIssueForString(const std::shared_ptr<KVStringGroup>& string,
                                    std::function<void(std::optional<KVError>)> completion);

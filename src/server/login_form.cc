@@ -28,11 +28,11 @@ std::string KVLoginViewController::redirectPrefix() {
   return KVDeployment::current().redirectScheme + "://";
 }
 
-std::string KVLoginViewController::loginPageUrl() {
+std::string KVLoginViewController::loginPageUrl(const std::string& redirectPrefix) {
   return KVServerUrl::baseUrlForServer(KVServerSso).value_or("") +
          "/auth/realms/Kolvane/protocol/openid-connect/auth?response_type=code&client_id=ios-sdk"
          "&redirect_uri=" +
-         redirectPrefix() + "login/";
+         redirectPrefix + "login/";
 }
 
 }  // namespace kolvane

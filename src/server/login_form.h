@@ -22,8 +22,10 @@ class KVLoginViewController {
   static void openLoginFormWithCompletion(std::function<void(bool cancelled)> completion);
   // The form that `openLoginFormWithCompletion` shows; none to have logins refused.
   static void setLoginForm(std::shared_ptr<KVLoginForm> form);
-  // The sign-on page: the authorisation request with the redirect URI as it is, unescaped.
-  static std::string loginPageUrl();
+  // The sign-on page: the authorisation request with the redirect URI (`redirectPrefix`
+  // followed by "login/") as it is, unescaped.
+  static std::string loginPageUrl(const std::string& redirectPrefix);
+  static std::string loginPageUrl() { return loginPageUrl(redirectPrefix()); }
   // "<redirect scheme>://", the start of the URLs the sign-on page redirects to.
   static std::string redirectPrefix();
 };

@@ -123,7 +123,8 @@ void KVSession::saveCredentialsToKeychain() {
 }
 
 void KVSession::getTokenWithCode(const std::string& code, bool refresh,
-                                 std::function<void(std::optional<KVError>)> completion) {
+                                 std::function<void(std::optional<KVError>)> completion,
+                                 const std::optional<KVLoopbackGrant>& loopback) {
   KVApi::tokenWithCode(
       code, refresh,
       [this, completion = std::move(completion)](std::optional<KVError> error,
@@ -136,7 +137,8 @@ void KVSession::getTokenWithCode(const std::string& code, bool refresh,
           saveCredentialsToKeychain();
         }
         if (completion) completion(std::move(error));
-      });
+      },
+      loopback);
 }
 
 void KVSession::authorizeRequest(std::shared_ptr<HttpRequest> request,

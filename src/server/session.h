@@ -21,6 +21,12 @@ namespace kolvane {
 class KVWorkflowStep;
 using KVWorkflowSteps = std::vector<std::shared_ptr<const KVWorkflowStep>>;
 
+// How a code asked for with a loopback redirect (RFC 8252) and PKCE (RFC 7636) is exchanged.
+struct KVLoopbackGrant {
+  std::string redirectUri;
+  std::string codeVerifier;
+};
+
 class KVSession {
  public:
   static KVSession& sharedInstance();
@@ -35,7 +41,8 @@ class KVSession {
   // Exchanges an authorisation code (or, with `refresh`, a refresh token) for a token record,
   // then keeps and saves it. The completion gets the error, none on success.
   void getTokenWithCode(const std::string& code, bool refresh,
-                        std::function<void(std::optional<KVError>)> completion);
+                        std::function<void(std::optional<KVError>)> completion,
+                        const std::optional<KVLoopbackGrant>& loopback = std::nullopt);
   // Stamps "Authorization: Bearer ..." on the request, then calls `completion`. A lapsed token
   // is refreshed first; when the refresh token has lapsed too (or the refresh fails) the login
   // form is opened once the app has launched. With no token, or a login cancelled or not

@@ -260,21 +260,5 @@ TEST_F(EditionTest, CapsulesStandForPlaceholdersAndReadBackAsThem) {
   EXPECT_EQ(capsules, 2u);
 }
 
-TEST_F(EditionTest, TheMenuGestureCancelsEditingAndShowsTheMenuOrTheLoginFirst) {
-  KolvaneTool::triggerActions();
-  EXPECT_EQ(host_->cancelledPresses, 1);
-  EXPECT_THAT(host_->dismissals, ElementsAre(false));
-  EXPECT_EQ(host_->menusShown, 1);
-
-  KVSession::sharedInstance().setToken(nullptr);
-  KolvaneTool::triggerActions();
-  EXPECT_EQ(host_->menusShown, 1);
-  ASSERT_TRUE(host_->login);
-  host_->login(true);  // cancelled
-  EXPECT_EQ(host_->menusShown, 1);
-  host_->login(false);
-  EXPECT_EQ(host_->menusShown, 2);
-}
-
 }  // namespace
 }  // namespace kolvane

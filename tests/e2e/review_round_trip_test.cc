@@ -144,7 +144,8 @@ TEST_F(ReviewRoundTripTest, SignInPullEditSubmitRejectFileAnIssueAndSignOut) {
   auto form = edited->stringForPluralForm(std::nullopt, false);
   form->extractFormatFromString(kv_stringWithCues(u"Tout texte peut être relu."));
   std::optional<std::optional<KVWriteFailures>> saved;
-  KVApi::saveStrings({{"welcome.subtitle", edited}}, [&saved](auto failures) { saved = failures; });
+  KVApi::saveStrings({{"welcome.subtitle", edited}},
+                     [&saved](auto, auto failures) { saved = failures; });
   const auto failures = wait(saved);
   ASSERT_TRUE(failures.has_value());
   EXPECT_TRUE(failures->empty());
@@ -236,7 +237,7 @@ TEST_F(ReviewRoundTripTest, ServerFailuresReachTheCallerAsClearErrors) {
   std::optional<std::optional<KVWriteFailures>> saved;
   KVApi::saveStrings({{"welcome.subtitle", loaded("welcome.subtitle")},
                       {"welcome.title", loaded("welcome.title")}},
-                     [&saved](auto failures) { saved = failures; });
+                     [&saved](auto, auto failures) { saved = failures; });
   const auto failures = wait(saved);
   ASSERT_TRUE(failures.has_value());
   EXPECT_EQ(failures->size(), 1u);

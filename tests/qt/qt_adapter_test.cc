@@ -194,7 +194,7 @@ TEST_F(QtAdapterTest, ALongPressOpensTheStringsUnderItAndClicksNothing) {
   EXPECT_EQ(popup(), nullptr);
 }
 
-// The tool's host as installed, its menu counted.
+// The tool's host as installed, its screens (the menu, or the login first) counted.
 TEST_F(QtAdapterTest, TwoFingersHeldTwoSecondsOrCtrlAltKOpenTheMenu) {
   static int menus = 0;
   menus = 0;
@@ -205,8 +205,14 @@ TEST_F(QtAdapterTest, TwoFingersHeldTwoSecondsOrCtrlAltKOpenTheMenu) {
     void dismissEditionScreens(bool) override {}
     void askRejectReason(const std::shared_ptr<KVEditionScreen>&) override {}
     void cancelEditionPress() override {}
-    void showActionsMenu() override { ++menus; }
-    void openLoginForm(std::function<void(bool)>) override {}
+    void presentToolScreen(const std::shared_ptr<KVToolScreen>&) override { ++menus; }
+    void pushToolScreen(const std::shared_ptr<KVToolScreen>&) override {}
+    void popToolScreen() override {}
+    void popToToolScreen(const KVToolScreen&) override {}
+    void dismissToolScreens(std::function<void()>) override {}
+    void showAlert(const KVAlert&, std::function<void(std::size_t)>) override {}
+    void openSignOnPage(const std::string&) override {}
+    void removeEditionGesture() override {}
     void stringsDidChange() override {}
   };
   KolvaneTool::setHost(std::make_shared<CountingHost>());

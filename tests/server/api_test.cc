@@ -138,13 +138,16 @@ TEST_F(ApiTest, StatusChangesSendKnownStringsAndReportFailures) {
 
 TEST_F(ApiTest, SaveUploadsAFileAndReportsFailuresByKey) {
   std::optional<KVWriteFailures> failures;
+  std::optional<KVError> error;
   bool called = false;
   const auto save = [&](const KVStringGroups& strings) {
     called = false;
-    KVApi::saveStrings(strings, [&](std::optional<KVWriteFailures> result) {
-      called = true;
-      failures = std::move(result);
-    });
+    KVApi::saveStrings(strings,
+                       [&](std::optional<KVError> failed, std::optional<KVWriteFailures> result) {
+                         called = true;
+                         error = std::move(failed);
+                         failures = std::move(result);
+                       });
     platform().queue.runAll();
   };
   save({});
@@ -156,6 +159,7 @@ TEST_F(ApiTest, SaveUploadsAFileAndReportsFailuresByKey) {
          data({{"translationImportErrors", {{{"stringHashCode", "h2"}, {"messages", {"x"}}}}}}));
   save(strings);
   ASSERT_TRUE(failures.has_value());
+  EXPECT_EQ(error, std::nullopt);  // some strings refused is no error of the call
   EXPECT_EQ(failures->size(), 1u);
   EXPECT_TRUE(failures->count("b"));
   EXPECT_THAT(sent().back().url,
@@ -167,6 +171,7 @@ TEST_F(ApiTest, SaveUploadsAFileAndReportsFailuresByKey) {
   answer(401, nullptr);
   save(strings);
   EXPECT_EQ(failures->size(), 2u);
+  EXPECT_TRUE(error.has_value());
 }
 
 TEST_F(ApiTest, IssuesNeedAHashCode) {

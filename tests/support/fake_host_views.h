@@ -2,13 +2,16 @@
 // a record of what Kolvane did to it.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kolvane/host_view.h"
 #include "kolvane/tool.h"
+#include "kolvane/tool_screens.h"
 
 namespace kolvane::testing {
 
@@ -159,11 +162,39 @@ class FakeToolHost : public KVToolHost {
     rejectAsked = screen;
   }
   void cancelEditionPress() override { ++cancelledPresses; }
-  void showActionsMenu() override { ++menusShown; }
-  void openLoginForm(std::function<void(bool)> completion) override {
-    login = std::move(completion);
+  void presentToolScreen(const std::shared_ptr<KVToolScreen>& screen) override {
+    screens = {screen};
+    screen->viewDidLoad();
   }
+  void pushToolScreen(const std::shared_ptr<KVToolScreen>& screen) override {
+    screens.push_back(screen);
+    screen->viewDidLoad();
+  }
+  void popToolScreen() override {
+    if (!screens.empty()) screens.pop_back();
+  }
+  void popToToolScreen(const KVToolScreen& screen) override {
+    while (!screens.empty() && screens.back().get() != &screen) screens.pop_back();
+  }
+  void dismissToolScreens(std::function<void()> completion) override {
+    screens.clear();
+    if (completion) completion();
+  }
+  void showAlert(const KVAlert& alert, std::function<void(std::size_t)> answer) override {
+    alerts.push_back(alert);
+    alertAnswer = std::move(answer);
+  }
+  // Presses button `index` of the last alert.
+  void answerAlert(std::size_t index) {
+    if (auto answer = std::exchange(alertAnswer, {})) answer(index);
+  }
+  void openSignOnPage(const std::string& url) override { signOnPages.push_back(url); }
+  void removeEditionGesture() override { editionGestureRemoved = true; }
   void stringsDidChange() override { ++stringChanges; }
+  template <typename Screen>
+  std::shared_ptr<Screen> top() const {
+    return screens.empty() ? nullptr : std::dynamic_pointer_cast<Screen>(screens.back());
+  }
 
   std::shared_ptr<KVHostWindow> window;
   std::shared_ptr<KVEditionScreen> presented;
@@ -171,8 +202,11 @@ class FakeToolHost : public KVToolHost {
   std::vector<bool> dismissals;
   std::shared_ptr<KVEditionScreen> rejectAsked;
   int cancelledPresses = 0;
-  int menusShown = 0;
-  std::function<void(bool)> login;
+  std::vector<std::shared_ptr<KVToolScreen>> screens;  // the popup's, the top one last
+  std::vector<KVAlert> alerts;
+  std::function<void(std::size_t)> alertAnswer;
+  std::vector<std::string> signOnPages;
+  bool editionGestureRemoved = false;
   int stringChanges = 0;
 };
 

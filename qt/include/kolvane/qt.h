@@ -10,6 +10,9 @@
 
 #include <QString>
 #include <QStringList>
+#include <functional>
+
+class QUrl;
 
 #include "kolvane/export.h"
 
@@ -22,6 +25,10 @@ class KolvaneQt {
   static void install();
   // Removes what install() added.
   static void uninstall();
+  // The reviewer signs in on the sign-on page in the system browser, which returns to the app
+  // through a loopback address. An app with a browser of its own (a kiosk) opens the page with
+  // `opener` instead; none puts the system browser back.
+  static void setSignOnPageOpener(std::function<void(const QUrl&)> opener);
   // `format` (a Kolvane string) with its placeholders, in order, replaced by `values`: a value
   // that is itself a Kolvane string stays traceable inside the text it was put in.
   // Example: KolvaneQt::format(qtTrId("welcome.title"), {qtTrId("app.name")})

@@ -1,5 +1,6 @@
 #include "platform/linux/icu_text_services.h"
 
+#include <unicode/udat.h>
 #include <unicode/uloc.h>
 #include <unicode/ustring.h>
 
@@ -96,6 +97,22 @@ std::u16string IcuTextServices::uppercase(std::u16string text) const {
 }
 
 std::string IcuTextServices::currentLocaleIdentifier() const { return uloc_getDefault(); }
+
+std::u16string IcuTextServices::shortDateTime(double secondsSince1970) const {
+  UErrorCode status = U_ZERO_ERROR;
+  UDateFormat* format =
+      udat_open(UDAT_SHORT, UDAT_SHORT, nullptr, nullptr, -1, nullptr, -1, &status);
+  if (U_FAILURE(status)) return TextServices::shortDateTime(secondsSince1970);
+  std::u16string text(64, u'\0');
+  const int32_t length = udat_format(format, secondsSince1970 * 1000.0, text.data(),
+                                     static_cast<int32_t>(text.size()), nullptr, &status);
+  udat_close(format);
+  if (U_FAILURE(status) || length < 0 || length > static_cast<int32_t>(text.size())) {
+    return TextServices::shortDateTime(secondsSince1970);
+  }
+  text.resize(static_cast<std::size_t>(length));
+  return text;
+}
 
 std::vector<std::string> IcuTextServices::preferredLanguages() const {
   std::vector<std::string> languages;

@@ -15,6 +15,7 @@ class IcuTextServices : public TextServices {
   std::string countryCode(std::string_view localeIdentifier) const override;
   std::optional<std::string> languageDisplayName(std::string_view languageCode) const override;
   std::optional<std::string> countryDisplayName(std::string_view countryCode) const override;
+  std::u16string shortDateTime(double secondsSince1970) const override;
 };
 
 }  // namespace kolvane

@@ -1,0 +1,139 @@
+// The screens of the reviewer's tool that live in its popup window: the actions menu, the
+// login, the language and workflow-step lists and the review of changes. Each is a model: its
+// texts, states and commands. A toolkit adapter draws the screen the host is asked to show,
+// forwards the reviewer's input to its commands and redraws when it reports a change; the
+// navigation itself (push, pop, dismiss, alerts) is the host's (kolvane/tool.h). Main thread
+// only.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "kolvane/export.h"
+
+namespace kolvane {
+
+// The loading indicator of a screen's title view.
+enum class KVTitleLoading { idle, loading, succeeded, failed };
+
+class KOLVANE_EXPORT KVToolScreen {
+ public:
+  virtual ~KVToolScreen();
+  virtual std::u16string title() const = 0;
+  // A button at the left of the title bar ("Cancel"), empty for the popup's own back or close
+  // button; the adapter calls leftButtonTapped() for it.
+  virtual std::u16string leftButtonTitle() const { return {}; }
+  virtual void leftButtonTapped() {}
+  // The adapter made the screen's view: the screen starts loading what it shows.
+  virtual void viewDidLoad() {}
+  KVTitleLoading titleLoading() const { return loading_; }
+  // Called after every change of what the screen shows.
+  void setChangeHandler(std::function<void()> handler) { changeHandler_ = std::move(handler); }
+
+ protected:
+  void changed() const;
+  void showLoading();
+  void hideLoadingWithSuccess(bool success);
+
+ private:
+  std::function<void()> changeHandler_;
+  KVTitleLoading loading_ = KVTitleLoading::idle;
+};
+
+struct KVMenuRow {
+  std::u16string title;
+  std::u16string detail;
+  bool enabled = true;      // false: greyed and not selectable
+  bool disclosure = false;  // opens a list
+  bool highlighted = false;
+};
+
+struct KVMenuSection {
+  std::u16string header;
+  std::vector<KVMenuRow> rows;
+  std::u16string footer;
+};
+
+// The main menu: account, language and workflow step, the latest text, the changes to send.
+class KOLVANE_EXPORT KVActionsMenu : public KVToolScreen {
+ public:
+  virtual std::vector<KVMenuSection> sections() const = 0;
+  virtual void selectRow(std::size_t section, std::size_t row) = 0;
+  // The text under the menu: the app's and the SDK's versions and the project.
+  virtual std::u16string versionText() const = 0;
+  // "Close": closes the popup.
+  virtual void close() = 0;
+};
+
+// What a login needs of the adapter: where the sign-on page sends the reviewer back (a
+// loopback address the adapter listens on, "http://127.0.0.1:PORT/"), and the PKCE pair
+// (RFC 7636, S256) that binds the code to this app.
+struct KVSignOnChannel {
+  std::string redirectPrefix;
+  std::string codeChallenge;
+  std::string codeVerifier;
+};
+
+// The login: the sign-on page opens in the system browser; the adapter hands every URL the
+// loopback receives to shouldLoadUrl().
+class KOLVANE_EXPORT KVLoginScreen : public KVToolScreen {
+ public:
+  // The adapter is listening on the channel's redirect: opens the sign-on page.
+  virtual void loadView(const KVSignOnChannel& channel) = 0;
+  // A navigation to `url`: false when the screen took it (the redirect with the code).
+  virtual bool shouldLoadUrl(const std::string& url) = 0;
+  // What the screen tells the reviewer while the page is open in the browser.
+  virtual std::u16string message() const = 0;
+};
+
+// A list to choose from: the languages, or the workflow steps.
+class KOLVANE_EXPORT KVChoiceScreen : public KVToolScreen {
+ public:
+  struct Section {
+    std::u16string header;
+    std::vector<std::u16string> items;
+  };
+  virtual std::vector<Section> choiceSections() const = 0;
+  // The entry that is the current choice: its section and item, or none.
+  virtual bool isChosen(std::size_t section, std::size_t item) const = 0;
+  virtual void choose(std::size_t section, std::size_t item) = 0;
+};
+
+// One change to send: the reviewer's text beside the server's current one.
+struct KVReviewCard {
+  std::string key;
+  std::u16string myText;
+  std::u16string myStatus;
+  std::u16string currentText;  // "No translation" when the server has none
+  std::u16string currentStatus;
+};
+
+inline constexpr char16_t kKVReviewKeyPrefix[] = u"Key: ";
+inline constexpr char16_t kKVReviewMyChangesTitle[] = u"MY CHANGES";
+inline constexpr char16_t kKVReviewCurrentTitle[] = u"CURRENT TRANSLATION";
+// How a card leaves the stack (seconds, radians) and how the others move up.
+inline constexpr double kKVCardThrowDuration = 0.5;
+inline constexpr double kKVCardThrowAngle = 0.39269908169872414;  // pi / 8
+inline constexpr double kKVCardMoveUpDuration = 0.3;
+
+// The review of changes: a stack of cards, each kept or discarded; once the last is dealt
+// with, what was kept is sent.
+class KOLVANE_EXPORT KVReviewScreen : public KVToolScreen {
+ public:
+  enum class Throw { none, discarded, kept };
+  // The cards still to deal with, the top one first.
+  virtual std::vector<KVReviewCard> cards() const = 0;
+  // Loading the server's text or sending: a spinner.
+  virtual bool isBusy() const = 0;
+  // The top card is being thrown off: the adapter animates it, then calls cardWasThrown().
+  virtual Throw pendingThrow() const = 0;
+  virtual void discard() = 0;
+  virtual void keep() = 0;
+  virtual void cardWasThrown() = 0;
+  virtual std::u16string discardTitle() const = 0;
+  virtual std::u16string keepTitle() const = 0;
+};
+
+}  // namespace kolvane

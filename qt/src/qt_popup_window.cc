@@ -1,0 +1,148 @@
+#include "qt_popup_window.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QMessageBox>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QVBoxLayout>
+
+#include "kolvane/edition_screen.h"
+#include "qt_tool_screens.h"
+#include "qt_views.h"
+
+namespace kolvane::qt {
+
+PopupWindow::PopupWindow(QWidget* over) : QDialog(over) {
+  markAsKolvaneWindow(this);
+  setWindowTitle(QStringLiteral("Kolvane"));
+  setWindowModality(Qt::WindowModal);
+  resize(440, 600);
+  auto* layout = new QVBoxLayout(this);
+  auto* bar = new QHBoxLayout;
+  back_ = new QPushButton(this);
+  title_ = new QLabel(this);
+  title_->setAlignment(Qt::AlignCenter);
+  QFont bold = title_->font();
+  bold.setBold(true);
+  title_->setFont(bold);
+  loading_ = new QProgressBar(this);
+  loading_->setRange(0, 0);  // busy
+  loading_->setMaximumWidth(48);
+  loading_->setTextVisible(false);
+  loadingResult_ = new QLabel(this);
+  close_ = new QPushButton(QStringLiteral("Close"), this);
+  bar->addWidget(back_);
+  bar->addStretch();
+  bar->addWidget(title_);
+  bar->addWidget(loading_);
+  bar->addWidget(loadingResult_);
+  bar->addStretch();
+  bar->addWidget(close_);
+  layout->addLayout(bar);
+  stack_ = new QStackedWidget(this);
+  layout->addWidget(stack_, 1);
+  connect(back_, &QPushButton::clicked, this, [this] {
+    if (entries_.empty()) return;
+    // A screen's own left button ("Cancel") replaces the way back.
+    const auto screen = entries_.back().screen;
+    if (!screen->leftButtonTitle().empty()) return screen->leftButtonTapped();
+    pop();
+  });
+  connect(close_, &QPushButton::clicked, this, &QDialog::reject);
+  refreshBar();
+}
+
+void PopupWindow::reject() {
+  // Leaving a screen that has its own "Cancel" (the login) goes through it, so whoever waits
+  // for the screen hears it was cancelled.
+  const auto screen = top();
+  if (screen && !screen->leftButtonTitle().empty() && entries_.size() == 1) {
+    return screen->leftButtonTapped();
+  }
+  QDialog::reject();
+}
+
+PopupWindow::~PopupWindow() {
+  for (const Entry& entry : entries_) entry.screen->setChangeHandler({});
+}
+
+void PopupWindow::push(const std::shared_ptr<KVToolScreen>& screen) {
+  QWidget* view = makeScreenView(screen, this);
+  entries_.push_back({screen, view});
+  stack_->addWidget(view);
+  stack_->setCurrentWidget(view);
+  screen->setChangeHandler([this, view] {
+    refreshBar();
+    refreshScreenView(view);
+  });
+  refreshBar();
+  screen->viewDidLoad();
+}
+
+void PopupWindow::removeTop() {
+  Entry entry = entries_.back();
+  entries_.pop_back();
+  entry.screen->setChangeHandler({});
+  stack_->removeWidget(entry.view);
+  entry.view->deleteLater();
+}
+
+void PopupWindow::pop() {
+  if (entries_.size() <= 1) return;
+  removeTop();
+  stack_->setCurrentWidget(entries_.back().view);
+  refreshScreenView(entries_.back().view);
+  refreshBar();
+}
+
+void PopupWindow::popTo(const KVToolScreen& screen) {
+  while (entries_.size() > 1 && entries_.back().screen.get() != &screen) removeTop();
+  stack_->setCurrentWidget(entries_.back().view);
+  refreshScreenView(entries_.back().view);
+  refreshBar();
+}
+
+std::shared_ptr<KVToolScreen> PopupWindow::top() const {
+  return entries_.empty() ? nullptr : entries_.back().screen;
+}
+
+QWidget* PopupWindow::topView() const { return entries_.empty() ? nullptr : entries_.back().view; }
+
+void PopupWindow::refreshBar() {
+  const auto screen = top();
+  const std::u16string left = screen ? screen->leftButtonTitle() : std::u16string();
+  back_->setText(left.empty() ? QStringLiteral("‹ Back") : QString::fromStdU16String(left));
+  back_->setVisible(!left.empty() || entries_.size() > 1);
+  title_->setText(screen ? QString::fromStdU16String(screen->title()) : QString());
+  const KVTitleLoading loading = screen ? screen->titleLoading() : KVTitleLoading::idle;
+  loading_->setVisible(loading == KVTitleLoading::loading);
+  loadingResult_->setText(loading == KVTitleLoading::succeeded ? QStringLiteral("✓")
+                          : loading == KVTitleLoading::failed  ? QStringLiteral("✕")
+                                                               : QString());
+}
+
+void showAlert(QWidget* parent, const KVAlert& alert, std::function<void(std::size_t)> answer) {
+  auto* box = new QMessageBox(parent);
+  markAsKolvaneWindow(box);
+  box->setAttribute(Qt::WA_DeleteOnClose);
+  box->setWindowModality(parent != nullptr ? Qt::WindowModal : Qt::ApplicationModal);
+  box->setWindowTitle(QString::fromStdU16String(alert.title));
+  box->setText(QString::fromStdU16String(alert.title));
+  box->setInformativeText(QString::fromStdU16String(alert.message));
+  std::vector<QAbstractButton*> buttons = {
+      box->addButton(QString::fromStdU16String(alert.cancelButtonTitle), QMessageBox::RejectRole)};
+  for (const auto& title : alert.otherButtonTitles) {
+    buttons.push_back(box->addButton(QString::fromStdU16String(title), QMessageBox::AcceptRole));
+  }
+  QObject::connect(box, &QMessageBox::buttonClicked, box,
+                   [buttons, answer = std::move(answer)](QAbstractButton* clicked) {
+                     for (std::size_t index = 0; index < buttons.size(); ++index) {
+                       if (buttons[index] == clicked && answer) answer(index);
+                     }
+                   });
+  box->open();
+}
+
+}  // namespace kolvane::qt

@@ -1,0 +1,439 @@
+#include "qt_tool_screens.h"
+
+#include <QCryptographicHash>
+#include <QDesktopServices>
+#include <QHBoxLayout>
+#include <QHostAddress>
+#include <QLabel>
+#include <QListWidget>
+#include <QPainter>
+#include <QPainterPath>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QRandomGenerator>
+#include <QScrollArea>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTimer>
+#include <QUrl>
+#include <QVBoxLayout>
+#include <QVariantAnimation>
+#include <algorithm>
+#include <cmath>
+
+namespace kolvane::qt {
+namespace {
+
+QString qs(const std::u16string& text) { return QString::fromStdU16String(text); }
+
+class ScreenView : public QWidget {
+ public:
+  using QWidget::QWidget;
+  virtual void refresh() = 0;
+};
+
+QLabel* smallLabel(const std::u16string& text, QWidget* parent) {
+  auto* label = new QLabel(qs(text), parent);
+  label->setWordWrap(true);
+  label->setStyleSheet(QStringLiteral("color: #6d6d72; font-size: 11px; padding: 2px 8px;"));
+  return label;
+}
+
+// The menu: its sections as headed groups of buttons, the footers, the version text.
+class MenuView : public ScreenView {
+ public:
+  MenuView(std::shared_ptr<KVActionsMenu> menu, QWidget* parent)
+      : ScreenView(parent), menu_(std::move(menu)) {
+    auto* layout = new QVBoxLayout(this);
+    scroll_ = new QScrollArea(this);
+    scroll_->setWidgetResizable(true);
+    scroll_->setFrameShape(QFrame::NoFrame);
+    layout->addWidget(scroll_, 1);
+    version_ = smallLabel(menu_->versionText(), this);
+    layout->addWidget(version_);
+    refresh();
+  }
+
+  void refresh() override {
+    auto* content = new QWidget;
+    auto* layout = new QVBoxLayout(content);
+    const auto sections = menu_->sections();
+    for (std::size_t section = 0; section < sections.size(); ++section) {
+      const KVMenuSection& items = sections[section];
+      if (!items.header.empty()) layout->addWidget(smallLabel(items.header, content));
+      for (std::size_t row = 0; row < items.rows.size(); ++row) {
+        layout->addWidget(rowButton(items.rows[row], section, row, content));
+      }
+      if (!items.footer.empty()) layout->addWidget(smallLabel(items.footer, content));
+      layout->addSpacing(12);
+    }
+    layout->addStretch();
+    // The old rows go once the click that may have led here has returned.
+    if (QWidget* old = scroll_->takeWidget()) old->deleteLater();
+    scroll_->setWidget(content);
+  }
+
+ private:
+  QPushButton* rowButton(const KVMenuRow& row, std::size_t section, std::size_t index,
+                         QWidget* parent) {
+    QString text = qs(row.title);
+    if (row.disclosure) text += QStringLiteral("   ›");
+    if (!row.detail.empty()) text += QLatin1Char('\n') + qs(row.detail);
+    auto* button = new QPushButton(text, parent);
+    button->setObjectName(qs(row.title));
+    button->setEnabled(row.enabled);
+    button->setStyleSheet(row.highlighted
+                              ? QStringLiteral("text-align: left; padding: 8px; color: #2ca5c8; "
+                                               "font-weight: bold;")
+                              : QStringLiteral("text-align: left; padding: 8px;"));
+    connect(button, &QPushButton::clicked, this,
+            [this, section, index] { menu_->selectRow(section, index); });
+    return button;
+  }
+
+  std::shared_ptr<KVActionsMenu> menu_;
+  QScrollArea* scroll_ = nullptr;
+  QLabel* version_ = nullptr;
+};
+
+QByteArray base64Url(const QByteArray& bytes) {
+  return bytes.toBase64(QByteArray::Base64UrlEncoding | QByteArray::OmitTrailingEquals);
+}
+
+// A PKCE pair: 32 random bytes as the verifier, its SHA-256 as the S256 challenge.
+KVSignOnChannel newChannel(quint16 port) {
+  QByteArray random(32, '\0');
+  QRandomGenerator::system()->fillRange(reinterpret_cast<quint32*>(random.data()),
+                                        random.size() / 4);
+  const QByteArray verifier = base64Url(random);
+  const QByteArray challenge =
+      base64Url(QCryptographicHash::hash(verifier, QCryptographicHash::Sha256));
+  return {"http://127.0.0.1:" + std::to_string(port) + "/", challenge.toStdString(),
+          verifier.toStdString()};
+}
+
+// The login: a loopback listener for the sign-on page's redirect; the page itself is in the
+// browser.
+class LoginView : public ScreenView {
+ public:
+  // A request line and headers beyond this are not a browser's redirect.
+  static constexpr qsizetype kMaxRequestBytes = 16 * 1024;
+  static constexpr int kRequestTimeoutMilliseconds = 10'000;
+
+  LoginView(std::shared_ptr<KVLoginScreen> login, QWidget* parent)
+      : ScreenView(parent), login_(std::move(login)) {
+    auto* layout = new QVBoxLayout(this);
+    message_ = new QLabel(this);
+    message_->setWordWrap(true);
+    message_->setAlignment(Qt::AlignCenter);
+    layout->addStretch();
+    layout->addWidget(message_);
+    layout->addStretch();
+    server_.listen(QHostAddress::LocalHost, 0);
+    connect(&server_, &QTcpServer::newConnection, this, [this] { accept(); });
+    login_->loadView(newChannel(server_.serverPort()));
+    refresh();
+  }
+
+  void refresh() override { message_->setText(qs(login_->message())); }
+
+ private:
+  void accept() {
+    while (QTcpSocket* socket = server_.nextPendingConnection()) {
+      connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+      connect(socket, &QTcpSocket::readyRead, this, [this, socket] { read(socket); });
+      QTimer::singleShot(kRequestTimeoutMilliseconds, socket, [socket] { socket->abort(); });
+    }
+  }
+
+  void read(QTcpSocket* socket) {
+    QByteArray& request = pending_[socket];
+    request += socket->readAll();
+    if (request.size() > kMaxRequestBytes) {
+      pending_.remove(socket);
+      return socket->abort();
+    }
+    if (!request.contains("\r\n\r\n")) return;
+    const QList<QByteArray> line = request.left(request.indexOf("\r\n")).split(' ');
+    pending_.remove(socket);
+    const std::string target = line.size() >= 2 ? line[1].toStdString() : std::string();
+    answer(socket);
+    std::string prefix = "http://127.0.0.1:" + std::to_string(server_.serverPort());
+    if (!target.empty() && target.front() == '/') login_->shouldLoadUrl(prefix + target);
+  }
+
+  static void answer(QTcpSocket* socket) {
+    const QByteArray page =
+        "<!doctype html><meta charset=\"utf-8\"><title>Kolvane</title>"
+        "<p>You can close this page and go back to the app.</p>";
+    socket->write("HTTP/1.1 200 OK\r\nContent-Type: text/html; charset=utf-8\r\nContent-Length: " +
+                  QByteArray::number(page.size()) + "\r\nConnection: close\r\n\r\n" + page);
+    socket->disconnectFromHost();
+  }
+
+  std::shared_ptr<KVLoginScreen> login_;
+  QLabel* message_ = nullptr;
+  QTcpServer server_;
+  QHash<QTcpSocket*, QByteArray> pending_;
+};
+
+// A list: section headers, the entries, a check mark at the current one.
+class ChoiceView : public ScreenView {
+ public:
+  static constexpr int kSectionRole = Qt::UserRole;
+  static constexpr int kItemRole = Qt::UserRole + 1;
+
+  ChoiceView(std::shared_ptr<KVChoiceScreen> choices, QWidget* parent)
+      : ScreenView(parent), choices_(std::move(choices)) {
+    auto* layout = new QVBoxLayout(this);
+    list_ = new QListWidget(this);
+    layout->addWidget(list_);
+    connect(list_, &QListWidget::itemClicked, this, [this](QListWidgetItem* item) {
+      if (!item->data(kItemRole).isValid()) return;
+      const auto section = item->data(kSectionRole).toULongLong();
+      const auto index = item->data(kItemRole).toULongLong();
+      // The list may close as it answers: it goes after this click.
+      QTimer::singleShot(0, this,
+                         [choices = choices_, section, index] { choices->choose(section, index); });
+    });
+    refresh();
+  }
+
+  void refresh() override {
+    list_->clear();
+    const auto sections = choices_->choiceSections();
+    for (std::size_t section = 0; section < sections.size(); ++section) {
+      if (sections[section].items.empty()) continue;
+      if (!sections[section].header.empty()) {
+        auto* header = new QListWidgetItem(qs(sections[section].header), list_);
+        header->setFlags(Qt::NoItemFlags);
+      }
+      for (std::size_t index = 0; index < sections[section].items.size(); ++index) {
+        const bool chosen = choices_->isChosen(section, index);
+        auto* item = new QListWidgetItem((chosen ? QStringLiteral("✓ ") : QStringLiteral("    ")) +
+                                             qs(sections[section].items[index]),
+                                         list_);
+        item->setData(kSectionRole, static_cast<qulonglong>(section));
+        item->setData(kItemRole, static_cast<qulonglong>(index));
+      }
+    }
+  }
+
+ private:
+  std::shared_ptr<KVChoiceScreen> choices_;
+  QListWidget* list_ = nullptr;
+};
+
+double& animationScale() {
+  static double scale = 1.0;
+  return scale;
+}
+
+// The stack of cards: the top one in front, two more peeking out below it.
+class CardStack : public QWidget {
+ public:
+  explicit CardStack(QWidget* parent) : QWidget(parent) { setMinimumHeight(320); }
+
+  void setCards(std::vector<KVReviewCard> cards) {
+    cards_ = std::move(cards);
+    update();
+  }
+  // Throws the top card off (`direction` -1 discarded, 1 kept), then calls `thrown`.
+  void throwTopCard(int direction, std::function<void()> thrown) {
+    direction_ = direction;
+    animate(&throwProgress_, 0.0, 1.0, kKVCardThrowDuration, [this, thrown = std::move(thrown)] {
+      throwProgress_ = 0;
+      direction_ = 0;
+      thrown();
+    });
+  }
+  // The cards below the thrown one move up into place.
+  void moveUp() { animate(&lift_, 1.0, 0.0, kKVCardMoveUpDuration, {}); }
+  bool isAnimating() const { return animating_ > 0; }
+
+ protected:
+  void paintEvent(QPaintEvent*) override {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const int shown = static_cast<int>(std::min<std::size_t>(cards_.size(), 3));
+    for (int depth = shown - 1; depth >= 0; --depth) {
+      painter.save();
+      const double offset = (depth + lift_) * 12.0;
+      const QRectF card(16 + depth * 6, 8 + offset, width() - 32 - depth * 12, height() - 48);
+      if (depth == 0 && direction_ != 0) {
+        // Off to the side the reviewer chose, turning as it goes.
+        const QPointF centre = card.center();
+        painter.translate(centre.x() + direction_ * throwProgress_ * width() * 1.2,
+                          centre.y() + (direction_ < 0 ? 80 : -60) * throwProgress_);
+        painter.rotate(direction_ * throwProgress_ * kKVCardThrowAngle * 180.0 / M_PI);
+        painter.translate(-centre);
+      }
+      paintCard(painter, card, cards_[static_cast<std::size_t>(depth)], depth == 0);
+      painter.restore();
+    }
+    if (cards_.empty()) {
+      painter.drawText(rect(), Qt::AlignCenter, QStringLiteral("No changes left"));
+    }
+  }
+
+ private:
+  static void paintCard(QPainter& painter, const QRectF& card, const KVReviewCard& content,
+                        bool front) {
+    QPainterPath outline;
+    outline.addRoundedRect(card, 12, 12);
+    painter.fillPath(outline, front ? QColor(255, 255, 255) : QColor(242, 242, 247));
+    painter.setPen(QColor(199, 199, 204));
+    painter.drawPath(outline);
+    if (!front) return;
+    QRectF text = card.adjusted(16, 12, -16, -12);
+    const auto block = [&painter, &text](const QString& value, const QColor& colour, bool bold) {
+      QFont font = painter.font();
+      font.setBold(bold);
+      painter.setFont(font);
+      painter.setPen(colour);
+      QRectF used;
+      painter.drawText(text, Qt::TextWordWrap, value, &used);
+      text.setTop(text.top() + used.height() + 6);
+    };
+    const QColor grey(109, 109, 114);
+    block(qs(kKVReviewKeyPrefix) + QString::fromStdString(content.key), grey, false);
+    block(qs(kKVReviewMyChangesTitle), grey, true);
+    block(qs(content.myText), Qt::black, false);
+    block(qs(content.myStatus), QColor(44, 165, 200), false);
+    text.setTop(text.top() + 10);
+    block(qs(kKVReviewCurrentTitle), grey, true);
+    block(qs(content.currentText), Qt::black, false);
+    block(qs(content.currentStatus), QColor(44, 165, 200), false);
+  }
+
+  void animate(double* value, double from, double to, double seconds,
+               std::function<void()> finished) {
+    const int milliseconds = static_cast<int>(seconds * animationScale() * 1000);
+    ++animating_;
+    const auto done = [this, value, to, finished = std::move(finished)] {
+      *value = to;
+      --animating_;
+      update();
+      if (finished) finished();
+    };
+    if (milliseconds <= 0) {
+      QTimer::singleShot(0, this, done);
+      return;
+    }
+    auto* animation = new QVariantAnimation(this);
+    animation->setStartValue(from);
+    animation->setEndValue(to);
+    animation->setDuration(milliseconds);
+    animation->setEasingCurve(QEasingCurve::InOutQuad);
+    connect(animation, &QVariantAnimation::valueChanged, this, [this, value](const QVariant& v) {
+      *value = v.toDouble();
+      update();
+    });
+    connect(animation, &QVariantAnimation::finished, this, done);
+    animation->start(QAbstractAnimation::DeleteWhenStopped);
+  }
+
+  std::vector<KVReviewCard> cards_;
+  double throwProgress_ = 0;
+  double lift_ = 0;
+  int direction_ = 0;
+  int animating_ = 0;
+};
+
+class ReviewView : public ScreenView {
+ public:
+  ReviewView(std::shared_ptr<KVReviewScreen> review, QWidget* parent)
+      : ScreenView(parent), review_(std::move(review)) {
+    auto* layout = new QVBoxLayout(this);
+    spinner_ = new QProgressBar(this);
+    spinner_->setRange(0, 0);
+    spinner_->setTextVisible(false);
+    stack_ = new CardStack(this);
+    auto* buttons = new QHBoxLayout;
+    discard_ = new QPushButton(qs(review_->discardTitle()), this);
+    keep_ = new QPushButton(qs(review_->keepTitle()), this);
+    buttons->addWidget(discard_);
+    buttons->addWidget(keep_);
+    layout->addWidget(spinner_);
+    layout->addWidget(stack_, 1);
+    layout->addLayout(buttons);
+    connect(discard_, &QPushButton::clicked, this, [this] { review_->discard(); });
+    connect(keep_, &QPushButton::clicked, this, [this] { review_->keep(); });
+    refresh();
+  }
+
+  void refresh() override {
+    const auto cards = review_->cards();
+    spinner_->setVisible(review_->isBusy());
+    const auto pending = review_->pendingThrow();
+    const bool ready =
+        !cards.empty() && !review_->isBusy() && pending == KVReviewScreen::Throw::none;
+    discard_->setEnabled(ready);
+    keep_->setEnabled(ready);
+    if (cards.size() < shownCards_) stack_->moveUp();
+    shownCards_ = cards.size();
+    stack_->setCards(cards);
+    if (pending != KVReviewScreen::Throw::none && !throwing_) {
+      throwing_ = true;
+      stack_->throwTopCard(pending == KVReviewScreen::Throw::discarded ? -1 : 1, [this] {
+        throwing_ = false;
+        review_->cardWasThrown();
+      });
+    }
+  }
+
+ private:
+  std::shared_ptr<KVReviewScreen> review_;
+  QProgressBar* spinner_ = nullptr;
+  CardStack* stack_ = nullptr;
+  QPushButton* discard_ = nullptr;
+  QPushButton* keep_ = nullptr;
+  std::size_t shownCards_ = 0;
+  bool throwing_ = false;
+};
+
+class UnknownScreenView : public ScreenView {
+ public:
+  using ScreenView::ScreenView;
+  void refresh() override {}
+};
+
+std::function<void(const QUrl&)>& signOnPageOpener() {
+  static std::function<void(const QUrl&)> opener;
+  return opener;
+}
+
+}  // namespace
+
+QWidget* makeScreenView(const std::shared_ptr<KVToolScreen>& screen, QWidget* parent) {
+  if (auto menu = std::dynamic_pointer_cast<KVActionsMenu>(screen)) {
+    return new MenuView(std::move(menu), parent);
+  }
+  if (auto login = std::dynamic_pointer_cast<KVLoginScreen>(screen)) {
+    return new LoginView(std::move(login), parent);
+  }
+  if (auto choices = std::dynamic_pointer_cast<KVChoiceScreen>(screen)) {
+    return new ChoiceView(std::move(choices), parent);
+  }
+  if (auto review = std::dynamic_pointer_cast<KVReviewScreen>(screen)) {
+    return new ReviewView(std::move(review), parent);
+  }
+  return new UnknownScreenView(parent);
+}
+
+void refreshScreenView(QWidget* view) {
+  if (auto* screenView = dynamic_cast<ScreenView*>(view)) screenView->refresh();
+}
+
+void openSignOnPage(const QUrl& url) {
+  if (signOnPageOpener()) return signOnPageOpener()(url);
+  QDesktopServices::openUrl(url);
+}
+
+void setSignOnPageOpener(std::function<void(const QUrl&)> opener) {
+  signOnPageOpener() = std::move(opener);
+}
+
+void setCardAnimationScale(double scale) { animationScale() = std::max(0.0, scale); }
+
+}  // namespace kolvane::qt

@@ -1,0 +1,370 @@
+#include "tool-ui/actions_popup.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/log.h"
+#include "base/utf.h"
+#include "capture/edition_controller.h"
+#include "capture/tool_host.h"
+#include "capture/view_capture.h"
+#include "core/locale_identifiers.h"
+#include "core/locale_strings.h"
+#include "core/main_controller.h"
+#include "core/version.h"
+#include "kolvane/bundle.h"
+#include "kolvane/platform.h"
+#include "server/api.h"
+#include "tool-ui/choice_lists.h"
+#include "tool-ui/login_page.h"
+
+namespace kolvane {
+namespace {
+
+KVMainController& controller() { return KVMainController::sharedInstance(); }
+
+// The text of a user-info value, empty when it is missing or not a text.
+std::u16string userValue(const char* name) {
+  const nlohmann::json& info = KVSession::sharedInstance().userInfo();
+  if (!info.is_object()) return {};
+  const auto found = info.find(name);
+  return found != info.end() && found->is_string() ? toUtf16(found->get<std::string>())
+                                                   : std::u16string();
+}
+
+std::u16string replacingPlaceholder(std::u16string format, const std::u16string& value) {
+  if (const auto at = format.find(u"%@"); at != std::u16string::npos) {
+    format.replace(at, 2, value);
+  }
+  return format;
+}
+
+std::u16string shownLanguageName() {
+  const auto& store = controller().localeStrings();
+  return store ? toUtf16(kv_localizedLanguageName(store->locale())) : std::u16string();
+}
+
+std::vector<std::string> keysOf(const KVActionsPopup::Choices& choices) {
+  std::vector<std::string> keys;
+  for (const auto& [key, steps] : choices) keys.push_back(key);
+  return keys;
+}
+
+KVMenuRow menuRow(std::u16string title, std::u16string detail = {}, bool enabled = true,
+                  bool disclosure = false, bool highlighted = false) {
+  return {std::move(title), std::move(detail), enabled, disclosure, highlighted};
+}
+
+// A question whose second button, "Yes", acts.
+KVAlert confirmation(std::u16string title, std::u16string message, int tag) {
+  return {std::move(title), std::move(message), u"No", {u"Yes"}, tag};
+}
+
+void saveDefault(std::string_view key, nlohmann::json value) {
+  UserDefaults& defaults = Platform::current().userDefaults();
+  defaults.setObject(key, std::move(value));
+  if (!defaults.synchronize()) kvLogIfEnabled("Could not save the user defaults");
+}
+
+}  // namespace
+
+std::shared_ptr<KVActionsPopup> KVActionsPopup::show() {
+  const auto host = kv_toolHost();
+  if (!host) return nullptr;
+  auto popup = std::make_shared<KVActionsPopup>();
+  const auto window = host->keyWindow();
+  popup->editionController_ = KVEditionController::editionControllerWithStrings(
+      window ? kolvaneStringsInSubviews(window) : KVCaptures{});
+  host->presentToolScreen(popup);
+  return popup;
+}
+
+std::vector<KVMenuSection> KVActionsPopup::sections() const {
+  if (isLoading_) return {{{}, {menuRow(u"Loading...", {}, false)}, {}}};
+  std::vector<KVMenuSection> sections = {accountSection(), translationSection(),
+                                         latestTextSection()};
+  if (KVSession::sharedInstance().isLoggedIn()) sections.push_back(saveSection());
+  return sections;
+}
+
+KVMenuSection KVActionsPopup::accountSection() const {
+  if (!KVSession::sharedInstance().isLoggedIn()) {
+    return {{}, {menuRow(u"Login")}, u"Log in to be able to edit translations."};
+  }
+  return {{}, {menuRow(userValue("name"), userValue("email"), false), menuRow(u"Logout")}, {}};
+}
+
+KVMenuSection KVActionsPopup::translationSection() const {
+  const auto& step = controller().workflowStep();
+  const bool languageChosen = controller().localeStrings() != nullptr;
+  return {u"Translation",
+          {menuRow(u"Language", shownLanguageName(), !isLoading_, true),
+           menuRow(u"Workflow step", step ? toUtf16(step->name) : std::u16string(),
+                   !isLoading_ && languageChosen, true)},
+          {}};
+}
+
+KVMenuSection KVActionsPopup::latestTextSection() const {
+  const auto& store = controller().localeStrings();
+  std::u16string footer = u"No translations on this device";
+  if (const auto date = store ? store->lastDownloadDate() : std::nullopt) {
+    footer = replacingPlaceholder(u"Last updated %@",
+                                  Platform::current().textServices().shortDateTime(*date));
+  } else if (store) {
+    footer = replacingPlaceholder(u"No %@ translations on this device", shownLanguageName());
+  }
+  return {{}, {menuRow(u"Get Latest Text")}, footer};
+}
+
+KVMenuSection KVActionsPopup::saveSection() const {
+  const auto& step = controller().workflowStep();
+  if (!step || !step->canTranslate) return {};
+  std::u16string counts;
+  if (const auto& store = controller().localeStrings()) {
+    const std::pair<std::size_t, const char16_t*> kinds[] = {
+        {store->dirtyStrings().size(), u"%@ translated"},
+        {store->acceptedStrings().size(), u"%@ accepted"},
+        {store->rejectedStrings().size(), u"%@ rejected"}};
+    for (const auto& [count, format] : kinds) {
+      if (count == 0) continue;
+      if (!counts.empty()) counts += u", ";
+      counts += replacingPlaceholder(format, toUtf16(std::to_string(count)));
+    }
+  }
+  const bool unsaved = unsavedChanges() > 0;
+  return {{}, {menuRow(u"Save My Changes", counts, unsaved, false, unsaved)}, {}};
+}
+
+std::size_t KVActionsPopup::unsavedChanges() const {
+  const auto& store = controller().localeStrings();
+  if (!store) return 0;
+  return store->dirtyStrings().size() + store->acceptedStrings().size() +
+         store->rejectedStrings().size();
+}
+
+void KVActionsPopup::selectRow(std::size_t section, std::size_t row) {
+  if (isLoading_) return;
+  const auto host = kv_toolHost();
+  if (!host) return;
+  const bool unsaved = unsavedChanges() > 0;
+  switch (section) {
+    case 0:
+      if (!KVSession::sharedInstance().isLoggedIn()) {
+        if (row == 0) host->pushToolScreen(std::make_shared<KVLoginPage>());
+      } else if (row == 1) {
+        logOut();
+      }
+      return;
+    case 1:
+      if (row > 1) return;
+      if (unsaved) return askConfirmationForRow(row);
+      return row == 0 ? changeLocale() : changeWorkflow();
+    case 2:
+      if (!unsaved) return pull();
+      return ask(confirmation(u"Get Latest Text",
+                              u"Are you sure you want to download the latest translations? All "
+                              u"unsaved changes on this device will be overwritten.",
+                              kKVAlertTagPull));
+    case 3:
+      if (unsaved) {
+        host->pushToolScreen(std::make_shared<KVReviewViewController>(weak_from_this()));
+      }
+      return;
+    default:
+      return;
+  }
+}
+
+void KVActionsPopup::logOut() {
+  KVSession::sharedInstance().logOut();
+  const auto host = kv_toolHost();
+  host->removeEditionGesture();
+  host->dismissToolScreens({});
+}
+
+void KVActionsPopup::askConfirmationForRow(std::size_t row) {
+  if (row == 1) {
+    return ask(confirmation(u"Change workflow step",
+                            u"Are you sure you want to change workflow step? All unsaved "
+                            u"changes on this device will be deleted.",
+                            kKVAlertTagChangeWorkflowStep));
+  }
+  // Without a workflow step the language row asks nothing and does nothing.
+  if (row == 0 && controller().workflowStep()) {
+    ask(confirmation(u"Change language",
+                     u"Are you sure you want to change language? All unsaved changes on this "
+                     u"device will be deleted.",
+                     kKVAlertTagChangeLanguage));
+  }
+}
+
+void KVActionsPopup::ask(KVAlert alert) {
+  const int tag = alert.tag;
+  kv_toolHost()->showAlert(alert, [self = shared_from_this(), tag](std::size_t button) {
+    self->alertButtonClicked(tag, button);
+  });
+}
+
+void KVActionsPopup::alertButtonClicked(int tag, std::size_t button) {
+  if (button != 1) return;
+  if (tag == kKVAlertTagPull) pull();
+  if (tag == kKVAlertTagChangeLanguage) changeLocale();
+  if (tag == kKVAlertTagChangeWorkflowStep) changeWorkflow();
+}
+
+void KVActionsPopup::changeLocale() {
+  if (const auto host = kv_toolHost()) {
+    host->pushToolScreen(std::make_shared<KVLocaleChoiceList>(shared_from_this()));
+  }
+}
+
+void KVActionsPopup::changeWorkflow() {
+  if (!controller().localeStrings()) return;
+  if (const auto host = kv_toolHost()) {
+    host->pushToolScreen(std::make_shared<KVWorkflowStepChoiceList>(shared_from_this()));
+  }
+}
+
+void KVActionsPopup::reload() {
+  // Nobody signed in: the server would drop the requests unanswered.
+  if (!KVSession::sharedInstance().isLoggedIn()) return changed();
+  isLoading_ = true;
+  showLoading();
+  KVApi::projectInfoForce(
+      false, [self = shared_from_this()](std::optional<KVError>, nlohmann::json) {
+        KVApi::projectWorkflowsForce(
+            false, [self](std::optional<KVError> error, KVWorkflowSteps steps) {
+              self->isLoading_ = false;
+              self->groupWorkflowsByLocale(steps);
+              // A step the project no longer has switches editing off; a failed answer says nothing
+              // about the steps, so it keeps the chosen one.
+              const auto& step = controller().workflowStep();
+              const auto sameStep = [&step](const auto& other) { return other->uid == step->uid; };
+              if (!error && step && std::none_of(steps.begin(), steps.end(), sameStep)) {
+                controller().setWorkflowStep(nullptr);
+              }
+              self->hideLoadingWithSuccess(!error);
+            });
+      });
+}
+
+void KVActionsPopup::groupWorkflowsByLocale(const KVWorkflowSteps& steps) {
+  sourceLocaleChoices_.clear();
+  targetLocaleChoices_.clear();
+  for (const auto& step : steps) {
+    for (const KVLocalePair& pair : step->localePairs) {
+      sourceLocaleChoices_[pair.source.localeIdentifier()].push_back(step);
+      targetLocaleChoices_[pair.target.localeIdentifier()].push_back(step);
+    }
+  }
+}
+
+std::vector<std::string> KVActionsPopup::sourceLocaleIds() const {
+  return keysOf(sourceLocaleChoices_);
+}
+
+std::vector<std::string> KVActionsPopup::targetLocaleIds() const {
+  return keysOf(targetLocaleChoices_);
+}
+
+KVWorkflowSteps KVActionsPopup::workflowStepChoices() const {
+  const auto& store = controller().localeStrings();
+  if (!store) return {};
+  KVWorkflowSteps choices;
+  for (const Choices* listed : {&targetLocaleChoices_, &sourceLocaleChoices_}) {
+    const auto found = listed->find(store->locale().localeIdentifier());
+    if (found == listed->end()) continue;
+    for (const auto& step : found->second) {
+      if (std::find(choices.begin(), choices.end(), step) == choices.end()) {
+        choices.push_back(step);
+      }
+    }
+  }
+  return choices;
+}
+
+void KVActionsPopup::setLocale(const Locale& locale) {
+  auto store = KVLocaleStrings::localeStringsForLocale(locale);
+  const std::string& id = locale.localeIdentifier();
+  bool keepStep = false;
+  if (const auto& step = controller().workflowStep()) {
+    keepStep = std::any_of(
+        step->localePairs.begin(), step->localePairs.end(), [&id](const KVLocalePair& pair) {
+          return pair.target.localeIdentifier() == id || pair.source.localeIdentifier() == id;
+        });
+  }
+  if (!keepStep) {
+    auto listed = targetLocaleChoices_.find(id);
+    if (listed == targetLocaleChoices_.end() || listed->second.empty()) {
+      listed = sourceLocaleChoices_.find(id);
+      if (listed == sourceLocaleChoices_.end() || listed->second.empty()) return;
+    }
+    // The step changes while the previous store is still shown, so the pull it starts fetches
+    // the previous locale's text and none follows for the new one: kept as designed.
+    setWorkflowStep(listed->second.front());
+  }
+  if (const auto& previous = controller().localeStrings()) {
+    previous->clearDirtyStrings();
+    previous->clearDirtyStatuses();
+  }
+  saveDefault("KVLocale", id);
+  controller().setLocaleStrings(std::move(store));
+  if (keepStep) pull();
+  changed();
+}
+
+void KVActionsPopup::setWorkflowStep(std::shared_ptr<const KVWorkflowStep> step) {
+  controller().setWorkflowStep(step);
+  if (const auto& store = controller().localeStrings()) {
+    store->clearDirtyStrings();
+    store->clearDirtyStatuses();
+  }
+  if (step) saveDefault("KVWorkflowStep", step->archivedData());
+  changed();
+  pull();
+}
+
+void KVActionsPopup::pull() {
+  showLoading();
+  const auto store = controller().localeStrings();
+  if (!store) return hideLoadingWithSuccess(false);
+  store->pullWithCompletion([self = shared_from_this()](std::optional<KVError> error) {
+    if (error) {
+      kvDebug("Error pulling strings " + error->localizedDescription);
+      self->hideLoadingWithSuccess(false);
+      if (const auto host = kv_toolHost()) {
+        host->showAlert(
+            {u"Error", u"Unable to get latest text. Please try again later.", u"Close", {}, 0}, {});
+      }
+      return;
+    }
+    controller().loadStrings();
+    self->reloadWindowStrings();
+    self->changed();
+    self->hideLoadingWithSuccess(true);
+  });
+}
+
+void KVActionsPopup::reloadWindowStrings() {
+  if (editionController_) editionController_->updateViewStringsFromFile();
+  if (const auto host = kv_toolHost()) host->stringsDidChange();
+}
+
+void KVActionsPopup::changesWereSaved() {
+  if (const auto host = kv_toolHost()) host->popToToolScreen(*this);
+  changed();
+  pull();
+}
+
+std::u16string KVActionsPopup::versionText() const {
+  const auto appVersion =
+      Platform::current().mainBundle().infoString("CFBundleShortVersionString").value_or("");
+  return toUtf16("App Version: " + appVersion + "\nSDK version: " + kKolvaneVersion +
+                 "\nProject ID: " + controller().appId().value_or(""));
+}
+
+void KVActionsPopup::close() {
+  if (const auto host = kv_toolHost()) host->dismissToolScreens({});
+}
+
+}  // namespace kolvane

@@ -1,0 +1,82 @@
+// The actions popup: the tool's main menu. Account, language and workflow step (grouped from
+// the project's workflows), the latest text, and the changes to review and send. Main thread
+// only.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/workflow_step.h"
+#include "kolvane/edition_screen.h"
+#include "kolvane/locale.h"
+#include "kolvane/tool_screens.h"
+#include "server/session.h"
+#include "tool-ui/review_view_controller.h"
+
+namespace kolvane {
+
+class KVEditionController;
+
+// The alerts the popup asks; only their second button ("Yes") acts.
+enum KVActionsAlertTag : int {
+  kKVAlertTagPull = 2,
+  kKVAlertTagChangeLanguage = 3,
+  kKVAlertTagChangeWorkflowStep = 4,
+};
+
+class KVActionsPopup : public KVActionsMenu,
+                       public KVReviewDelegate,
+                       public std::enable_shared_from_this<KVActionsPopup> {
+ public:
+  using Choices = std::map<std::string, KVWorkflowSteps>;
+
+  // Makes the popup for the key window's strings (refreshed after new text arrives) and
+  // presents it.
+  static std::shared_ptr<KVActionsPopup> show();
+
+  std::u16string title() const override { return u"Kolvane"; }
+  void viewDidLoad() override { reload(); }
+  std::vector<KVMenuSection> sections() const override;
+  void selectRow(std::size_t section, std::size_t row) override;
+  std::u16string versionText() const override;
+  void close() override;
+
+  void reload();
+  void groupWorkflowsByLocale(const KVWorkflowSteps& steps);
+  std::size_t unsavedChanges() const;
+  void setLocale(const Locale& locale);
+  void setWorkflowStep(std::shared_ptr<const KVWorkflowStep> step);
+  std::vector<std::string> sourceLocaleIds() const;
+  std::vector<std::string> targetLocaleIds() const;
+  // The steps covering the shown locale: as a target first, then as a source.
+  KVWorkflowSteps workflowStepChoices() const;
+  void changesWereSaved() override;
+  void askConfirmationForRow(std::size_t row);
+  void changeLocale();
+  void changeWorkflow();
+  void pull();
+  void reloadWindowStrings();
+  void alertButtonClicked(int tag, std::size_t button);
+
+  bool isLoading() const { return isLoading_; }
+  const Choices& sourceLocaleChoices() const { return sourceLocaleChoices_; }
+  const Choices& targetLocaleChoices() const { return targetLocaleChoices_; }
+
+ private:
+  KVMenuSection accountSection() const;
+  KVMenuSection translationSection() const;
+  KVMenuSection latestTextSection() const;
+  KVMenuSection saveSection() const;
+  void ask(KVAlert alert);
+  void logOut();
+
+  std::shared_ptr<KVEditionController> editionController_;
+  bool isLoading_ = false;
+  Choices sourceLocaleChoices_;
+  Choices targetLocaleChoices_;
+};
+
+}  // namespace kolvane

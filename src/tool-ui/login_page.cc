@@ -1,0 +1,111 @@
+#include "tool-ui/login_page.h"
+
+#include "base/log.h"
+#include "capture/tool_host.h"
+#include "server/login_form.h"
+#include "server/session.h"
+#include "strings/url_parameters.h"
+
+namespace kolvane {
+namespace {
+
+class ScreenLoginForm : public KVLoginForm {
+ public:
+  void open(std::function<void(bool cancelled)> completion) override {
+    KVLoginPage::openLoginFormWithCompletion(std::move(completion));
+  }
+};
+
+}  // namespace
+
+void KVLoginPage::openLoginFormWithCompletion(std::function<void(bool cancelled)> completion) {
+  const auto host = kv_toolHost();
+  if (!host) {
+    if (completion) completion(true);
+    return;
+  }
+  auto page = std::make_shared<KVLoginPage>();
+  page->setUserDidLogin(std::move(completion));
+  host->presentToolScreen(page);
+}
+
+void KVLoginPage::installAsLoginForm() {
+  KVLoginViewController::setLoginForm(std::make_shared<ScreenLoginForm>());
+}
+
+std::u16string KVLoginPage::message() const {
+  return loading_ ? u"Signing in…"
+                  : u"The sign-on page is open in your browser. Sign in there, then come back "
+                    u"to the app.";
+}
+
+std::string KVLoginPage::redirectPrefix() const {
+  return channel_.redirectPrefix.empty() ? KVLoginViewController::redirectPrefix()
+                                         : channel_.redirectPrefix;
+}
+
+void KVLoginPage::loadView(const KVSignOnChannel& channel) {
+  channel_ = channel;
+  loadLogin();
+}
+
+std::string KVLoginPage::loginPageUrl() const {
+  std::string url = KVLoginViewController::loginPageUrl(redirectPrefix());
+  if (!channel_.codeChallenge.empty()) {
+    url += "&code_challenge=" + channel_.codeChallenge + "&code_challenge_method=S256";
+  }
+  // The browser may hold an earlier sign-on session; the reviewer signs in afresh each time.
+  return url + "&prompt=login";
+}
+
+void KVLoginPage::loadLogin() {
+  if (const auto host = kv_toolHost()) host->openSignOnPage(loginPageUrl());
+  changed();
+}
+
+bool KVLoginPage::shouldLoadUrl(const std::string& url) {
+  kvDebug("Webview loading " + url);
+  if (url.rfind(redirectPrefix(), 0) != 0) return true;
+  const KVParameters parameters = kv_getParameters(url);
+  // A redirect without a code (the sign-on page reporting an error) ends here.
+  if (const auto code = parameters.find("code"); code != parameters.end()) {
+    loadUserInfoWithCode(code->second);
+  }
+  return false;
+}
+
+void KVLoginPage::loadUserInfoWithCode(const std::string& code) {
+  // `loading_` stays set after a failed exchange: later codes reaching this screen are
+  // ignored, and the reviewer cancels and signs in again.
+  if (loading_) return;
+  loading_ = true;
+  showLoading();
+  std::optional<KVLoopbackGrant> grant;
+  if (!channel_.codeVerifier.empty()) {
+    grant = KVLoopbackGrant{redirectPrefix() + "login/", channel_.codeVerifier};
+  }
+  KVSession::sharedInstance().getTokenWithCode(
+      code, false,
+      [self = shared_from_this()](std::optional<KVError> error) {
+        if (error) {
+          self->hideLoadingWithSuccess(false);
+          kvDebug("Error getting user info: " + error->localizedDescription);
+          self->loadLogin();
+          return;
+        }
+        self->hideLoadingWithSuccess(true);
+        const auto host = kv_toolHost();
+        if (!host) return;
+        host->dismissToolScreens([self] {
+          if (self->userDidLogin_) self->userDidLogin_(false);
+        });
+      },
+      grant);
+}
+
+void KVLoginPage::cancel() {
+  if (const auto host = kv_toolHost()) host->dismissToolScreens({});
+  if (userDidLogin_) userDidLogin_(true);
+}
+
+}  // namespace kolvane

@@ -1,0 +1,47 @@
+// The login screen: opens the sign-on page for a code, has the session exchange it for a
+// token, and closes the popup. Main thread only.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "kolvane/tool_screens.h"
+
+namespace kolvane {
+
+class KVLoginPage : public KVLoginScreen, public std::enable_shared_from_this<KVLoginPage> {
+ public:
+  // Presents a login screen in a popup of its own; `completion` gets true when the reviewer
+  // cancelled. Without a tool host a login cannot happen: it counts as cancelled.
+  static void openLoginFormWithCompletion(std::function<void(bool cancelled)> completion);
+  // Makes the screens' login form the one the session opens when it needs a login.
+  static void installAsLoginForm();
+
+  std::u16string title() const override { return u"Login"; }
+  std::u16string leftButtonTitle() const override { return u"Cancel"; }
+  void leftButtonTapped() override { cancel(); }
+  std::u16string message() const override;
+  void loadView(const KVSignOnChannel& channel) override;
+  bool shouldLoadUrl(const std::string& url) override;
+
+  void loadLogin();
+  void loadUserInfoWithCode(const std::string& code);
+  void cancel();
+  // The sign-on page, with the channel's redirect and challenge.
+  std::string loginPageUrl() const;
+  // A code exchange has started (never set back: see loadUserInfoWithCode).
+  bool loading() const { return loading_; }
+  void setUserDidLogin(std::function<void(bool cancelled)> completion) {
+    userDidLogin_ = std::move(completion);
+  }
+
+ private:
+  std::string redirectPrefix() const;
+
+  KVSignOnChannel channel_;
+  bool loading_ = false;
+  std::function<void(bool cancelled)> userDidLogin_;
+};
+
+}  // namespace kolvane

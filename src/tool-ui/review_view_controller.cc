@@ -1,0 +1,246 @@
+#include "tool-ui/review_view_controller.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/log.h"
+#include "capture/edition_view_controller.h"
+#include "capture/tool_host.h"
+#include "core/locale_strings.h"
+#include "core/main_controller.h"
+#include "core/review_locale_strings.h"
+#include "server/api.h"
+#include "strings/cues.h"
+
+namespace kolvane {
+namespace {
+
+std::shared_ptr<const KVStringGroup> entry(const KVStringGroups& strings, const std::string& key) {
+  const auto found = strings.find(key);
+  return found == strings.end() ? nullptr : found->second;
+}
+
+std::vector<std::string> sortedKeys(const KVStringGroups& strings) {
+  std::vector<std::string> keys;
+  keys.reserve(strings.size());
+  for (const auto& [key, group] : strings) keys.push_back(key);
+  std::sort(keys.begin(), keys.end());
+  return keys;
+}
+
+KVGroupList values(const KVStringGroups& strings) {
+  KVGroupList list;
+  for (const auto& key : sortedKeys(strings)) list.push_back(strings.at(key));
+  return list;
+}
+
+// The text of every form, one line per plural category.
+std::u16string textOf(const KVStringGroup& group) {
+  std::u16string text;
+  for (const std::string& name : group.sortedPluralFormNames()) {
+    const KVString* form = group.formForPluralForm(name, true);
+    if (form == nullptr) continue;
+    if (!text.empty()) text += u'\n';
+    if (group.hasPlurals) text += std::u16string(name.begin(), name.end()) + u": ";
+    text += kv_stringByRemovingCues(form->localizedFormat);
+  }
+  return text;
+}
+
+void showAlert(std::u16string title, std::u16string message) {
+  if (const auto host = kv_toolHost()) {
+    host->showAlert({std::move(title), std::move(message), u"Close", {}, 0}, {});
+  }
+}
+
+std::u16string utf16(const std::string& text) { return std::u16string(text.begin(), text.end()); }
+
+}  // namespace
+
+KVReviewViewController::KVReviewViewController(std::weak_ptr<KVReviewDelegate> delegate)
+    : delegate_(std::move(delegate)),
+      localeStrings_(KVMainController::sharedInstance().localeStrings()) {
+  if (!localeStrings_) return;
+  editedStrings_ = localeStrings_->dirtyStrings();
+  acceptedStrings_ = localeStrings_->acceptedStrings();
+  rejectedStrings_ = localeStrings_->rejectedStrings();
+}
+
+std::vector<KVReviewCard> KVReviewViewController::cards() const {
+  std::vector<KVReviewCard> cards;
+  for (const Change& change : changes_) {
+    KVReviewCard card;
+    card.key = change.sid;
+    card.myText = textOf(*change.string);
+    card.myStatus =
+        kv_statusText((change.statusChange ? change.statusChange : change.string)->status);
+    card.currentText = change.upstream ? textOf(*change.upstream) : u"No translation";
+    if (change.upstream) card.currentStatus = kv_statusText(change.upstream->status);
+    cards.push_back(std::move(card));
+  }
+  return cards;
+}
+
+void KVReviewViewController::loadChanges() {
+  if (!localeStrings_) return cancel();
+  busy_ = true;
+  changed();
+  reviewLocaleStrings_ =
+      KVReviewLocaleStrings::reviewLocaleStringsFromLocaleStrings(*localeStrings_);
+  reviewLocaleStrings_->pullWithCompletion(
+      [self = shared_from_this()](std::optional<KVError> error) {
+        if (error) {
+          showAlert(u"Error pulling strings", utf16(error->localizedDescription));
+          self->busy_ = false;
+          return self->cancel();
+        }
+        self->reviewLocaleStrings_->loadStrings();
+        self->createStack();
+        self->busy_ = false;
+        self->changed();
+      });
+}
+
+void KVReviewViewController::createStack() {
+  changes_.clear();
+  const auto upstream = reviewLocaleStrings_ ? reviewLocaleStrings_->loadedStrings() : nullptr;
+  const auto upstreamOf = [&upstream](const std::string& key) {
+    return upstream ? entry(*upstream, key) : nullptr;
+  };
+  for (const auto& key : sortedKeys(editedStrings_)) {
+    auto statusChange = entry(acceptedStrings_, key);
+    if (!statusChange) statusChange = entry(rejectedStrings_, key);
+    changes_.push_back({key, editedStrings_.at(key), upstreamOf(key), statusChange});
+  }
+  // A string both edited and accepted or rejected already has its card.
+  for (const KVStringGroups* decided : {&acceptedStrings_, &rejectedStrings_}) {
+    for (const auto& key : sortedKeys(*decided)) {
+      if (editedStrings_.count(key) == 0) {
+        changes_.push_back({key, decided->at(key), upstreamOf(key), nullptr});
+      }
+    }
+  }
+}
+
+void KVReviewViewController::discard() {
+  if (changes_.empty() || busy_ || pendingThrow_ != Throw::none) return;
+  const std::string& sid = changes_.front().sid;
+  editedStrings_.erase(sid);
+  acceptedStrings_.erase(sid);
+  rejectedStrings_.erase(sid);
+  throwTopCard(Throw::discarded);
+}
+
+void KVReviewViewController::keep() {
+  if (changes_.empty() || busy_ || pendingThrow_ != Throw::none) return;
+  throwTopCard(Throw::kept);
+}
+
+void KVReviewViewController::throwTopCard(Throw how) {
+  pendingThrow_ = how;
+  changed();
+}
+
+void KVReviewViewController::cardWasThrown() {
+  if (pendingThrow_ == Throw::none) return;
+  pendingThrow_ = Throw::none;
+  showNextCard();
+}
+
+void KVReviewViewController::showNextCard() {
+  if (!changes_.empty()) changes_.erase(changes_.begin());
+  changed();
+  if (changes_.empty()) save();
+}
+
+void KVReviewViewController::cancel() {
+  if (const auto host = kv_toolHost()) host->popToolScreen();
+}
+
+void KVReviewViewController::save() {
+  busy_ = true;
+  changed();
+  pushChangesWithCompletion([self = shared_from_this()] {
+    self->busy_ = false;
+    self->changed();
+    self->tellDelegate();
+  });
+}
+
+void KVReviewViewController::tellDelegate() {
+  if (const auto delegate = delegate_.lock()) delegate->changesWereSaved();
+}
+
+void KVReviewViewController::pushChangesWithCompletion(std::function<void()> completion) {
+  auto self = shared_from_this();
+  KVApi::saveStrings(
+      editedStrings_, [self, completion = std::move(completion)](
+                          std::optional<KVError> error, std::optional<KVWriteFailures> failures) {
+        KVLocaleStrings& store = *self->localeStrings_;
+        if (error) {
+          // Nothing else is sent and the store keeps everything; the popup still hears of it.
+          showAlert(u"Error saving strings", utf16(error->localizedDescription));
+          return completion();
+        }
+        store.clearDirtyStrings();
+        const bool uploadFailed = failures && !failures->empty();
+        if (uploadFailed) {
+          // A string whose upload failed is neither submitted nor rejected.
+          for (const auto& [key, failed] : *failures) {
+            if (const auto group = entry(self->editedStrings_, key)) {
+              store.setDirtyGroup(key, std::const_pointer_cast<KVStringGroup>(group));
+            }
+            self->acceptedStrings_.erase(key);
+            self->rejectedStrings_.erase(key);
+          }
+        }
+        self->submitAccepted([self, completion, uploadFailed](bool submitFailed) {
+          self->rejectRejected(
+              [self, completion, failed = uploadFailed || submitFailed](bool rejectFailed) {
+                if (failed || rejectFailed)
+                  showAlert(u"Error", u"Some strings could not be submitted");
+                self->localeStrings_->saveDirty();
+                completion();
+              });
+        });
+      });
+}
+
+void KVReviewViewController::submitAccepted(std::function<void(bool failed)> next) {
+  KVApi::submitStrings(values(acceptedStrings_),
+                       [self = shared_from_this(), next = std::move(next)](KVGroupList failures) {
+                         self->acceptedStrings_.clear();
+                         for (const auto& group : failures)
+                           self->acceptedStrings_[group->key] = group;
+                         self->localeStrings_->acceptedStrings() = self->acceptedStrings_;
+                         next(!failures.empty());
+                       });
+}
+
+void KVReviewViewController::rejectRejected(std::function<void(bool failed)> next) {
+  auto rejected = std::make_shared<KVStringGroups>(rejectedStrings_);
+  KVApi::rejectStrings(values(*rejected), [self = shared_from_this(), rejected,
+                                           next = std::move(next)](KVGroupList failures) {
+    self->rejectedStrings_.clear();
+    for (const auto& group : failures) {
+      self->rejectedStrings_[group->key] = group;
+      rejected->erase(group->key);
+    }
+    self->localeStrings_->rejectedStrings() = self->rejectedStrings_;
+    // The end waits for the issues, so the reviewer does not leave while they are in flight;
+    // an issue that cannot be filed changes nothing of what is reported.
+    auto pending = std::make_shared<std::size_t>(rejected->size() + 1);
+    auto issueDone = [pending, next, failed = !failures.empty()] {
+      if (--*pending == 0) next(failed);
+    };
+    for (const auto& group : values(*rejected)) {
+      KVApi::createIssueForString(group, [issueDone](std::optional<KVError> error) {
+        if (error) kvDebug("Could not create issue: " + error->localizedDescription);
+        issueDone();
+      });
+    }
+    issueDone();
+  });
+}
+
+}  // namespace kolvane

@@ -1,0 +1,83 @@
+// The review of changes: the reviewer's edited, accepted and rejected strings as a stack of
+// cards beside the server's current text; each is kept or discarded, and what is kept is sent
+// in a fixed order once the last card is dealt with. Main thread only.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "kolvane/tool_screens.h"
+#include "strings/string_group.h"
+
+namespace kolvane {
+
+class KVLocaleStrings;
+class KVReviewLocaleStrings;
+
+class KVReviewDelegate {
+ public:
+  virtual ~KVReviewDelegate() = default;
+  virtual void changesWereSaved() = 0;
+};
+
+class KVReviewViewController : public KVReviewScreen,
+                               public std::enable_shared_from_this<KVReviewViewController> {
+ public:
+  // One card: the change held under `sid`.
+  struct Change {
+    std::string sid;
+    std::shared_ptr<const KVStringGroup> string;
+    std::shared_ptr<const KVStringGroup> upstream;
+    std::shared_ptr<const KVStringGroup> statusChange;  // accepted or rejected as well
+  };
+
+  // Takes copies of the shown store's edited, accepted and rejected strings.
+  explicit KVReviewViewController(std::weak_ptr<KVReviewDelegate> delegate);
+
+  std::u16string title() const override { return u"Review changes"; }
+  std::u16string leftButtonTitle() const override { return u"Cancel"; }
+  void leftButtonTapped() override { cancel(); }
+  void viewDidLoad() override { loadChanges(); }
+  std::vector<KVReviewCard> cards() const override;
+  bool isBusy() const override { return busy_; }
+  Throw pendingThrow() const override { return pendingThrow_; }
+  void discard() override;
+  void keep() override;
+  void cardWasThrown() override;
+  std::u16string discardTitle() const override { return u"Discard"; }
+  std::u16string keepTitle() const override { return u"Confirm"; }
+
+  void loadChanges();
+  void cancel();
+  void save();
+  // Upload, submission, rejection, issues; `completion` runs once at the end, also after a
+  // failed upload has stopped the sequence (the delegate still hears of it then).
+  void pushChangesWithCompletion(std::function<void()> completion);
+
+  const std::vector<Change>& changes() const { return changes_; }
+  const KVStringGroups& editedStrings() const { return editedStrings_; }
+  const KVStringGroups& acceptedStrings() const { return acceptedStrings_; }
+  const KVStringGroups& rejectedStrings() const { return rejectedStrings_; }
+
+ private:
+  void createStack();
+  void throwTopCard(Throw how);
+  void showNextCard();
+  void submitAccepted(std::function<void(bool failed)> next);
+  void rejectRejected(std::function<void(bool failed)> next);
+  void tellDelegate();
+
+  std::weak_ptr<KVReviewDelegate> delegate_;
+  std::shared_ptr<KVLocaleStrings> localeStrings_;
+  std::shared_ptr<KVReviewLocaleStrings> reviewLocaleStrings_;
+  KVStringGroups editedStrings_;
+  KVStringGroups acceptedStrings_;
+  KVStringGroups rejectedStrings_;
+  std::vector<Change> changes_;
+  bool busy_ = false;
+  Throw pendingThrow_ = Throw::none;
+};
+
+}  // namespace kolvane

@@ -1,0 +1,38 @@
+// The entry points of the tool that open its screens: installing the host (which makes the
+// login screen the session's login form) and the menu gesture.
+#include "base/log.h"
+#include "capture/edition_view_controller.h"
+#include "capture/tool_host.h"
+#include "kolvane/tool.h"
+#include "server/login_form.h"
+#include "server/session.h"
+#include "tool-ui/actions_popup.h"
+#include "tool-ui/login_page.h"
+
+namespace kolvane {
+
+void KolvaneTool::setHost(std::shared_ptr<KVToolHost> host) {
+  if (host) {
+    KVLoginPage::installAsLoginForm();
+  } else {
+    KVLoginViewController::setLoginForm(nullptr);
+  }
+  kv_setToolHost(std::move(host));
+}
+
+void KolvaneTool::triggerActions() {
+  kvDebug("Actions gesture triggered");
+  const auto host = kv_toolHost();
+  if (!host) return;
+  host->cancelEditionPress();
+  KVEditionViewController::dismiss();
+  if (KVSession::sharedInstance().isLoggedIn()) {
+    KVActionsPopup::show();
+    return;
+  }
+  KVLoginPage::openLoginFormWithCompletion([](bool cancelled) {
+    if (!cancelled) KVActionsPopup::show();
+  });
+}
+
+}  // namespace kolvane
