@@ -96,6 +96,23 @@ void Server::installFaults(httplib::Server& http) {
     fault_ = std::move(fault);
     sendJson(response, 200, envelope(nullptr));
   });
+  // What a test checks after a flow: every text of a locale with its step, and the issues.
+  http.Get("/_dev/state", [this](const httplib::Request& request, httplib::Response& response) {
+    const std::string project = request.get_param_value("project");
+    const std::string locale = request.get_param_value("locale");
+    nlohmann::json texts = nlohmann::json::object();
+    const auto settings = store_.project(project);
+    for (const auto& workflow :
+         settings ? settings->value("workflows", nlohmann::json::array()) : nlohmann::json()) {
+      for (const auto& step : workflow.value("steps", nlohmann::json::array())) {
+        const std::string uid = step.value("uid", "");
+        for (const Text& text : store_.textsInStep(project, locale, uid)) {
+          texts[text.unit.id] = {{"key", text.unit.key}, {"step", uid}, {"target", text.target}};
+        }
+      }
+    }
+    sendJson(response, 200, {{"texts", texts}, {"issues", store_.issues(project)}});
+  });
   http.Delete("/_dev/faults", [this](const httplib::Request&, httplib::Response& response) {
     std::lock_guard lock(faultMutex_);
     fault_.reset();

@@ -252,4 +252,12 @@ int Store::issueCount(const std::string& project) {
   return query.step() ? static_cast<int>(query.number(0)) : 0;
 }
 
+std::vector<nlohmann::json> Store::issues(const std::string& project) {
+  std::lock_guard lock(mutex_);
+  Statement query(db_, "SELECT issue FROM issues WHERE project = ? ORDER BY rowid", {project});
+  std::vector<nlohmann::json> found;
+  while (query.step()) found.push_back(nlohmann::json::parse(query.text(0), nullptr, false));
+  return found;
+}
+
 }  // namespace devserver

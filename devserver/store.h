@@ -76,6 +76,7 @@ class Store {
 
   void addIssue(const std::string& project, const nlohmann::json& issue);
   int issueCount(const std::string& project);
+  std::vector<nlohmann::json> issues(const std::string& project);
 
  private:
   class Statement;
