@@ -96,7 +96,7 @@ void Server::installFaults(httplib::Server& http) {
     fault_ = std::move(fault);
     sendJson(response, 200, envelope(nullptr));
   });
-  // What a test checks after a flow: every text of a locale with its step, and the issues.
+  // What a test checks after a flow: every text of a locale, keyed "unit@step", and the issues.
   http.Get("/_dev/state", [this](const httplib::Request& request, httplib::Response& response) {
     const std::string project = request.get_param_value("project");
     const std::string locale = request.get_param_value("locale");
@@ -107,7 +107,7 @@ void Server::installFaults(httplib::Server& http) {
       for (const auto& step : workflow.value("steps", nlohmann::json::array())) {
         const std::string uid = step.value("uid", "");
         for (const Text& text : store_.textsInStep(project, locale, uid)) {
-          texts[text.unit.id] = {{"key", text.unit.key}, {"step", uid}, {"target", text.target}};
+          texts[text.unit.id + "@" + uid] = {{"key", text.unit.key}, {"target", text.target}};
         }
       }
     }

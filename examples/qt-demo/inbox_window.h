@@ -19,6 +19,8 @@ class InboxWindow : public QMainWindow {
   QLabel* subtitleLabel() const { return subtitle_; }
   QLabel* countLabel() const { return count_; }
   QLabel* discountLabel() const { return discount_; }
+  QLabel* termsLabel() const { return terms_; }
+  QPushButton* composeButton() const { return compose_; }
 
  protected:
   void changeEvent(QEvent* event) override;

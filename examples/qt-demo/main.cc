@@ -1,10 +1,11 @@
 // The Kolvane demo: a Qt Widgets mail window on the demo project's strings.
 //
-//   kolvane-qt-demo [--bundle DIR] [--walkthrough FOLDER | --print-subtitle]
+//   kolvane-qt-demo [--bundle DIR] [--print-subtitle |
+//                    --walkthrough FOLDER [--scenario pull-fails] [--fault JSON --server URL]]
 //
 // The bundle defaults to $KOLVANE_BUNDLE, else examples/DemoApp. With --walkthrough it plays a
-// reviewer (a long press on a label, an edit, a save, a placeholder mismatch), saves a
-// screenshot of each step in FOLDER and quits. --print-subtitle prints the subtitle as the
+// reviewer through the whole review flow against the dev server (see walkthrough.h), saves a
+// screenshot of each screen in FOLDER and quits. --print-subtitle prints the subtitle as the
 // window shows it (without cues) and quits.
 #include <QApplication>
 #include <QLabel>
@@ -44,6 +45,13 @@ int main(int argc, char** argv) {
     return 0;
   }
   const QString walkthrough = option("--walkthrough");
-  if (!walkthrough.isEmpty()) startWalkthrough(window, walkthrough);
+  if (!walkthrough.isEmpty()) {
+    startWalkthrough(window,
+                     {walkthrough, option("--scenario"), option("--fault"), option("--server")});
+  } else {
+    std::cout << "Kolvane demo: press Ctrl+Alt+K for the reviewer's menu (sign in as "
+                 "reviewer / reviewer), then long-press any text to edit it."
+              << std::endl;
+  }
   return QApplication::exec();
 }

@@ -4,13 +4,18 @@
 #include <QDir>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QListWidget>
 #include <QMessageBox>
 #include <QMouseEvent>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
 #include <QPainter>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTextEdit>
 #include <QTimer>
+#include <QUrlQuery>
 #include <QWindow>
 #include <algorithm>
 #include <functional>
@@ -18,12 +23,15 @@
 #include <vector>
 
 #include "inbox_window.h"
+#include "kolvane/qt.h"
 
 namespace {
 
-using Step = std::function<void()>;
+// The demo project's reviewer (examples/DemoProject/project.json).
+constexpr const char* kReviewer = "reviewer";
+constexpr const char* kPassword = "reviewer";
 
-// Kolvane's windows (the edition screen, its alert) open now.
+// Kolvane's windows (the popup, the edition screen, alerts) open now.
 std::vector<QWidget*> kolvaneWindows() {
   std::vector<QWidget*> windows;
   for (QWidget* widget : QApplication::topLevelWidgets()) {
@@ -31,6 +39,33 @@ std::vector<QWidget*> kolvaneWindows() {
       windows.push_back(widget);
   }
   return windows;
+}
+
+template <typename Widget>
+std::vector<Widget*> shown() {
+  std::vector<Widget*> found;
+  for (QWidget* window : kolvaneWindows()) {
+    for (Widget* widget : window->findChildren<Widget*>()) {
+      if (widget->isVisible()) found.push_back(widget);
+    }
+  }
+  return found;
+}
+
+QPushButton* buttonTitled(const QString& title) {
+  for (QPushButton* button : shown<QPushButton>()) {
+    if (button->text() == title || button->objectName() == title) return button;
+  }
+  return nullptr;
+}
+
+bool busy() { return !shown<QProgressBar>().empty(); }
+
+QMessageBox* alertShown() {
+  for (QWidget* window : kolvaneWindows()) {
+    if (auto* box = qobject_cast<QMessageBox*>(window)) return box;
+  }
+  return nullptr;
 }
 
 void sendMouse(QWidget* target, QEvent::Type type) {
@@ -50,111 +85,240 @@ void sendKey(QWidget* target, int key, Qt::KeyboardModifiers modifiers, const QS
   QCoreApplication::sendEvent(window, &release);
 }
 
-// The editable text of the edition screen, focused for typing.
-QTextEdit* editableField() {
+// Replaces the text of the edition screen's page in view: of the editable fields, the one
+// most inside its window (the others are scrolled off to the sides).
+void typeIntoEditionScreen(const QString& text) {
+  QTextEdit* field = nullptr;
+  int bestOverlap = 0;
   for (QWidget* window : kolvaneWindows()) {
     for (QTextEdit* edit : window->findChildren<QTextEdit*>()) {
-      // The field of the page in view.
-      if (edit->isReadOnly() || !window->rect().contains(edit->mapTo(window, QPoint(0, 0)))) {
-        continue;
+      if (edit->isReadOnly()) continue;
+      const QRect inWindow(edit->mapTo(window, QPoint(0, 0)), edit->size());
+      const QRect overlap = inWindow.intersected(window->rect());
+      if (overlap.width() * overlap.height() > bestOverlap) {
+        bestOverlap = overlap.width() * overlap.height();
+        field = edit;
       }
-      window->activateWindow();
-      edit->setFocus(Qt::OtherFocusReason);
-      return edit;
     }
   }
-  return nullptr;
+  if (field == nullptr) {
+    std::cerr << "walkthrough: no editable text\n";
+    return;
+  }
+  field->window()->activateWindow();
+  field->setFocus(Qt::OtherFocusReason);
+  sendKey(field, Qt::Key_A, Qt::ControlModifier);
+  for (const QChar c : text) sendKey(field, 0, Qt::NoModifier, QString(c));
 }
 
-// The button titled or named `title`.
-void clickButton(const QString& title) {
-  for (QWidget* window : kolvaneWindows()) {
-    for (QPushButton* button : window->findChildren<QPushButton*>()) {
-      if ((button->text() == title || button->objectName() == title) && button->isVisible()) {
-        button->click();
+void click(const QString& title) {
+  if (QPushButton* button = buttonTitled(title)) return button->click();
+  std::cerr << "walkthrough: no button " << title.toStdString() << "\n";
+}
+
+void chooseListEntry(const QString& containing) {
+  for (QListWidget* list : shown<QListWidget>()) {
+    for (int row = 0; row < list->count(); ++row) {
+      QListWidgetItem* item = list->item(row);
+      if (item->text().contains(containing) && (item->flags() & Qt::ItemIsEnabled)) {
+        emit list->itemClicked(item);
         return;
       }
     }
   }
-  std::cerr << "walkthrough: no button " << title.toStdString() << "\n";
+  std::cerr << "walkthrough: no entry " << containing.toStdString() << "\n";
 }
 
 void chooseFirstReason() {
-  for (QWidget* window : kolvaneWindows()) {
-    const auto choices = window->findChildren<QRadioButton*>();
-    if (!choices.isEmpty()) {
-      choices.front()->click();
-      return;
-    }
-  }
+  const auto choices = shown<QRadioButton>();
+  if (!choices.empty()) choices.front()->click();
 }
+
+// One step: an action, then a wait until the app shows what it should (none: a short pause).
+struct Step {
+  std::function<void()> action;
+  std::function<bool()> until;
+  const char* what = "";
+};
+
+bool menuReady() { return buttonTitled("Logout") != nullptr && !busy(); }
 
 // Lives as long as the window it drives.
 class Walkthrough : public QObject {
  public:
-  Walkthrough(InboxWindow& window, QString folder)
-      : QObject(&window), window_(window), folder_(std::move(folder)) {}
+  Walkthrough(InboxWindow& window, WalkthroughOptions options)
+      : QObject(&window), window_(window), options_(std::move(options)) {}
 
   void run() {
-    QDir().mkpath(folder_);
-    const auto editSubtitle = [this] {
-      QTextEdit* field = editableField();
-      if (field == nullptr) return;
-      sendKey(field, Qt::Key_A, Qt::ControlModifier);
-      for (const QChar c : QString("Chaque texte se relit et se corrige sur place.")) {
-        sendKey(field, 0, Qt::NoModifier, QString(c));
-      }
-    };
-    const auto dropPlaceholder = [] {
-      QTextEdit* field = editableField();
-      if (field == nullptr) return;
-      sendKey(field, Qt::Key_A, Qt::ControlModifier);
-      for (const QChar c : QString("Bienvenue !")) sendKey(field, 0, Qt::NoModifier, QString(c));
-    };
-    steps_ = {
-        [this] { shot("1-inbox.png"); },
-        [this] { longPress(window_.subtitleLabel()); },
-        [this] { shot("2-edition-screen.png"); },
-        editSubtitle,
-        [this] { shot("3-typed.png"); },
-        [] { clickButton("Close"); },
-        [this] { shot("4-saved-in-place.png"); },
-        // The title holds the app's name, a string of its own: two pages.
-        [this] { longPress(window_.titleLabel()); },
-        [this] { shot("5-nested-strings.png"); },
-        [] { clickButton("nextPage"); },
-        dropPlaceholder,
-        [] { clickButton("Close"); },
-        [this] { shot("6-placeholder-alert.png"); },
-        [] { clickButton("Cancel changes"); },
-        // A reviewer's rejection, with its reason, of a string waiting in the review step.
-        [this] { longPress(window_.discountLabel()); },
-        [] { clickButton("Reject"); },
-        [] { chooseFirstReason(); },
-        [this] { shot("7-reject-reason.png"); },
-        [] { clickButton("Send"); },
-        [this] { shot("8-rejected.png"); },
-        [] { clickButton("Close"); },
-        [this] {
-          std::cout << "walkthrough: screenshots in " << folder_.toStdString() << std::endl;
-          QApplication::quit();
-        },
-    };
+    QDir().mkpath(options_.folder);
+    kolvane::KolvaneQt::setSignOnPageOpener([this](const QUrl& page) { signOnPage_ = page; });
+    steps_ = signInAndChoose();
+    if (options_.scenario == "pull-fails") {
+      append(
+          {{[this] { switchFault(); }, {}, ""},
+           {[] { click("Get Latest Text"); }, [] { return alertShown() != nullptr; }, "the alert"},
+           {[this] { shot("pull-failed-alert.png"); }, {}, ""},
+           {[] { reportAndCloseAlert(); }, {}, ""}});
+    } else {
+      append({{[] { click("Get Latest Text"); }, menuReady, "the latest text"},
+              {[this] { shot("06-latest-text.png"); }, {}, ""},
+              {[] { click("Close"); }, {}, ""}});
+      append(editAcceptAndReject());
+      append(reviewAndSend());
+    }
+    append({{[this] {
+               std::cout << "walkthrough: screenshots in " << options_.folder.toStdString()
+                         << std::endl;
+               QApplication::quit();
+             },
+             {},
+             ""}});
     next();
   }
 
  private:
+  std::vector<Step> signInAndChoose() {
+    return {
+        {[this] { shot("01-inbox.png"); }, {}, ""},
+        {[this] { sendKey(&window_, Qt::Key_K, Qt::ControlModifier | Qt::AltModifier); },
+         [] { return buttonTitled("Cancel") != nullptr; }, "the login screen"},
+        {[this] { shot("02-login.png"); }, {}, ""},
+        {[this] { playBrowser(signOnPage_); }, [this] { return signedIn_ && menuReady(); },
+         "the menu after signing in"},
+        {[this] { shot("03-menu-signed-in.png"); }, {}, ""},
+        {[] { click("Language"); }, [] { return !shown<QListWidget>().empty() && !busy(); },
+         "the languages"},
+        {[this] { shot("04-languages.png"); }, {}, ""},
+        {[] { chooseListEntry("French"); }, menuReady, "the menu after the language"},
+        {[] { click("Workflow step"); }, [] { return !shown<QListWidget>().empty(); }, "the steps"},
+        {[this] { shot("05-workflow-steps.png"); }, {}, ""},
+        {[] { chooseListEntry("Review"); }, menuReady, "the menu after the step"},
+    };
+  }
+
+  std::vector<Step> editAcceptAndReject() {
+    const auto edition = [] { return buttonTitled("Accept") != nullptr; };
+    const auto closed = [] { return buttonTitled("Accept") == nullptr; };
+    return {
+        {[this] { longPress(window_.subtitleLabel()); }, edition, "the edition screen"},
+        {[] { typeIntoEditionScreen("Chaque texte se relit et se corrige sur place."); }, {}, ""},
+        {[this] { shot("07-edition-screen.png"); }, {}, ""},
+        {[] { click("Close"); }, closed, "the saved edit"},
+        // A second edit, which the review discards.
+        {[this] { longPress(window_.composeButton()); }, edition, "the button's string"},
+        {[] { typeIntoEditionScreen("Rédiger"); }, {}, ""},
+        {[] { click("Close"); }, closed, "the second edit"},
+        {[this] { longPress(window_.termsLabel()); }, edition, "a string to accept"},
+        {[] { click("Accept"); }, {}, ""},
+        {[] { click("Close"); }, closed, "the accepted string"},
+        {[this] { longPress(window_.discountLabel()); }, edition, "a string to reject"},
+        {[] { click("Reject"); }, [] { return buttonTitled("Send") != nullptr; }, "the reasons"},
+        {[] { chooseFirstReason(); }, {}, ""},
+        {[this] { shot("08-reject-reason.png"); }, {}, ""},
+        {[] { click("Send"); }, {}, ""},
+        {[] { click("Close"); }, closed, "the rejected string"},
+    };
+  }
+
+  std::vector<Step> reviewAndSend() {
+    const auto cardsShown = [] {
+      QPushButton* confirm = buttonTitled("Confirm");
+      return confirm != nullptr && confirm->isEnabled() && !busy();
+    };
+    return {
+        {[this] { sendKey(&window_, Qt::Key_K, Qt::ControlModifier | Qt::AltModifier); }, menuReady,
+         "the menu with changes"},
+        {[this] { shot("09-menu-with-changes.png"); }, {}, ""},
+        {[this] { switchFault(); }, {}, ""},
+        {[] { click("Save My Changes"); }, cardsShown, "the cards"},
+        {[this] { shot("10-review-cards.png"); }, {}, ""},
+        // Edited strings come first, then accepted, then rejected, each sorted by key:
+        // action.compose, welcome.subtitle, terms.link, discount.label.
+        {[] { click("Discard"); }, cardsShown, "the second card"},
+        {[] { click("Confirm"); }, cardsShown, "the third card"},
+        {[] { click("Confirm"); }, cardsShown, "the last card"},
+        {[] { click("Confirm"); },
+         [] {
+           return alertShown() != nullptr || (menuReady() && buttonTitled("Confirm") == nullptr);
+         },
+         "the sending"},
+        {[this] { shot(alertShown() ? "11-send-alert.png" : "11-sent.png"); }, {}, ""},
+        {[] { reportAndCloseAlert(); }, {}, ""},
+    };
+  }
+
+  void append(std::vector<Step> steps) {
+    for (auto& step : steps) steps_.push_back(std::move(step));
+  }
+
+  static void reportAndCloseAlert() {
+    if (QMessageBox* box = alertShown()) {
+      std::cout << "walkthrough: alert " << box->text().toStdString() << ": "
+                << box->informativeText().toStdString() << std::endl;
+      if (QAbstractButton* close = box->buttons().value(0)) close->click();
+    }
+  }
+
   void next() {
     if (step_ >= steps_.size()) return;
-    QTimer::singleShot(700, &window_, [this] {
-      steps_[step_++]();
-      next();
+    QTimer::singleShot(500, &window_, [this] {
+      Step& step = steps_[step_++];
+      step.action();
+      waitFor(step, 0);
     });
   }
+  void waitFor(const Step& step, int waited) {
+    if (!step.until || step.until()) return next();
+    if (waited > 30'000) {
+      std::cerr << "walkthrough: gave up waiting for " << step.what << std::endl;
+      shot("failed.png");
+      QApplication::exit(1);
+      return;
+    }
+    QTimer::singleShot(100, &window_, [this, &step, waited] { waitFor(step, waited + 100); });
+  }
+
+  // The sign-on page in a browser: the reviewer's name and password posted, the redirect to
+  // the app's loopback followed.
+  void playBrowser(const QUrl& page) {
+    QUrlQuery form(page);
+    form.addQueryItem("username", kReviewer);
+    form.addQueryItem("password", kPassword);
+    QUrl action = page;
+    action.setQuery(QString());
+    QNetworkRequest post(action);
+    post.setHeader(QNetworkRequest::ContentTypeHeader, "application/x-www-form-urlencoded");
+    post.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                      QNetworkRequest::ManualRedirectPolicy);
+    QNetworkReply* reply = network_.post(post, form.query(QUrl::FullyEncoded).toUtf8());
+    connect(reply, &QNetworkReply::finished, this, [this, reply] {
+      reply->deleteLater();
+      const QUrl back = reply->header(QNetworkRequest::LocationHeader).toUrl();
+      if (!back.isValid()) {
+        std::cerr << "walkthrough: the sign-on page did not redirect\n";
+        return;
+      }
+      QNetworkReply* loopback = network_.get(QNetworkRequest(back));
+      connect(loopback, &QNetworkReply::finished, this, [this, loopback] {
+        loopback->deleteLater();
+        signedIn_ = true;
+      });
+    });
+  }
+
+  void switchFault() {
+    if (options_.fault.isEmpty()) return;
+    QNetworkRequest request(QUrl(options_.server + "/_dev/faults"));
+    request.setHeader(QNetworkRequest::ContentTypeHeader, "application/json");
+    QNetworkReply* reply = network_.post(request, options_.fault.toUtf8());
+    connect(reply, &QNetworkReply::finished, reply, &QObject::deleteLater);
+  }
+
   void longPress(QWidget* target) {
     sendMouse(target, QEvent::MouseButtonPress);
     QTimer::singleShot(650, target, [target] { sendMouse(target, QEvent::MouseButtonRelease); });
   }
+
   // The app's window with Kolvane's windows drawn where they stand over it.
   void shot(const QString& name) {
     QPixmap picture = window_.grab();
@@ -175,19 +339,22 @@ class Walkthrough : public QObject {
                          window->grab());
     }
     painter.end();
-    const QString path = folder_ + "/" + name;
+    const QString path = options_.folder + "/" + name;
     if (!picture.save(path)) std::cerr << "walkthrough: cannot save " << path.toStdString() << "\n";
   }
 
   InboxWindow& window_;
-  QString folder_;
+  WalkthroughOptions options_;
+  QNetworkAccessManager network_;
   std::vector<Step> steps_;
   std::size_t step_ = 0;
+  QUrl signOnPage_;
+  bool signedIn_ = false;
 };
 
 }  // namespace
 
-void startWalkthrough(InboxWindow& window, const QString& folder) {
-  auto* walkthrough = new Walkthrough(window, folder);
+void startWalkthrough(InboxWindow& window, const WalkthroughOptions& options) {
+  auto* walkthrough = new Walkthrough(window, options);
   walkthrough->run();
 }

@@ -353,7 +353,9 @@ void KVActionsPopup::reloadWindowStrings() {
 void KVActionsPopup::changesWereSaved() {
   if (const auto host = kv_toolHost()) host->popToToolScreen(*this);
   changed();
-  pull();
+  // A pull throws away what is on the device: what could not be sent stays there for the next
+  // try instead.
+  if (unsavedChanges() == 0) pull();
 }
 
 std::u16string KVActionsPopup::versionText() const {

@@ -36,12 +36,16 @@ KVGroupList values(const KVStringGroups& strings) {
 
 // The text of every form, one line per plural category.
 std::u16string textOf(const KVStringGroup& group) {
+  if (!group.hasPlurals) {
+    const KVString* form = group.defaultForm();
+    return form != nullptr ? kv_stringByRemovingCues(form->localizedFormat) : std::u16string();
+  }
   std::u16string text;
   for (const std::string& name : group.sortedPluralFormNames()) {
     const KVString* form = group.formForPluralForm(name, true);
     if (form == nullptr) continue;
     if (!text.empty()) text += u'\n';
-    if (group.hasPlurals) text += std::u16string(name.begin(), name.end()) + u": ";
+    text += std::u16string(name.begin(), name.end()) + u": ";
     text += kv_stringByRemovingCues(form->localizedFormat);
   }
   return text;

@@ -1,19 +1,21 @@
 #!/usr/bin/env bash
-# The demo app against the dev server process: the reviewer signs in and pulls (as the kolvane
-# tool does), the walk-through long-presses the subtitle, types a new text and saves; the
-# edited file on the device holds it, and the app started again shows it.
-# Usage: qt_demo_e2e.sh KOLVANE_CLI DEVSERVER DEMO BUNDLE
+# The whole review flow in the demo app against a dev server process: the walk-through signs
+# in through the sign-on page and the loopback, chooses French and the review step, gets the
+# latest text, edits two strings, accepts one, rejects one with a reason, keeps three cards and
+# discards one, and sends. The dev server's state then shows what landed.
+# Usage: qt_demo_e2e.sh DEVSERVER DEMO BUNDLE SCENARIO
+#   SCENARIO: sent | upload-refused | submission-fails | pull-fails
 set -euo pipefail
-cli=$1 devserver=$2 demo=$3 bundle=$4
+devserver=$1 demo=$2 bundle=$3 scenario=$4
 work=$(mktemp -d)
 server_pid=
 cleanup() {
   if [ -n "$server_pid" ]; then kill "$server_pid" 2>/dev/null || true; fi
-  rm -rf "$work"
+  if [ -z "${KEEP_WORK:-}" ]; then rm -rf "$work"; else echo "kept $work"; fi
 }
 trap cleanup EXIT
 mkfifo "$work/started"
-"$devserver" >"$work/started" &
+"$devserver" --test-faults >"$work/started" &
 server_pid=$!
 read -r line <"$work/started"
 url=${line#listening on }
@@ -21,16 +23,66 @@ cp -r "$bundle" "$work/DemoApp"
 printf '{"stagingApiUrl":"%s","productionApiUrl":"%s","stagingSignOnUrl":"%s","productionSignOnUrl":"%s"}\n' \
   "$url" "$url" "$url" "$url" >"$work/DemoApp/Kolvane.json"
 export XDG_CONFIG_HOME=$work/home/config XDG_DATA_HOME=$work/home/data QT_QPA_PLATFORM=offscreen
-"$cli" pull --bundle "$work/DemoApp" --locale fr_FR --step review --user reviewer \
-  --password reviewer >/dev/null
-"$demo" --bundle "$work/DemoApp" --walkthrough "$work/shots" >"$work/walkthrough.log" 2>&1 ||
+
+content=/files-api/v2/projects/demo/locales/fr-FR/content
+args=()
+case $scenario in
+  sent) ;;
+  upload-refused) args=(--fault "{\"path\":\"$content/import\",\"status\":503}") ;;
+  submission-fails)
+    args=(--fault '{"path":"/workflows-strings-api/v2/projects/demo/submittedStrings","status":500}') ;;
+  pull-fails) args=(--scenario pull-fails --fault "{\"path\":\"$content/export\",\"close\":true}") ;;
+  *) echo "unknown scenario $scenario"; exit 2 ;;
+esac
+"$demo" --bundle "$work/DemoApp" --walkthrough "${KEEP_SHOTS:-$work/shots}" --server "$url" "${args[@]}" \
+  >"$work/walkthrough.log" 2>&1 ||
   { echo "the walk-through failed:"; tail -n 40 "$work/walkthrough.log"; exit 1; }
-expected="Chaque texte se relit et se corrige sur place."
-edited=$(ls "$work"/home/data/*/Kolvane/fr_FR_edited.xlf)
-grep -q "<target>$expected</target>" "$edited" || { echo "not in $edited:"; cat "$edited"; exit 1; }
-shown=$("$demo" --bundle "$work/DemoApp" --print-subtitle 2>/dev/null)
-[ "$shown" = "$expected" ] || { echo "after a restart the subtitle reads: $shown"; exit 1; }
-for shot in 1-inbox 2-edition-screen 4-saved-in-place 6-placeholder-alert; do
-  [ -s "$work/shots/$shot.png" ] || { echo "no screenshot $shot"; exit 1; }
-done
-echo "edited, saved on the device, shown again after a restart"
+
+state=$(curl -fsS "$url/_dev/state?project=demo&locale=fr-FR")
+fail() { echo "$scenario: $1"; echo "server: $state"; tail -n 20 "$work/walkthrough.log"; exit 1; }
+# unit id, key, step, text: the unit's text sits in that step.
+expect_text() {
+  grep -qF "\"$1@$3\":{\"key\":\"$2\",\"target\":\"$4\"}" <<<"$state" ||
+    fail "$2 is not in $3 with \"$4\""
+}
+# unit id, step: the unit has no text in that step.
+expect_none() { ! grep -qF "\"$1@$2\"" <<<"$state" || fail "unit $1 has a text in $2"; }
+expect_alert() {
+  grep -qF "walkthrough: alert $1" "$work/walkthrough.log" || fail "no alert \"$1\""
+}
+files=$(ls -d "$work"/home/data/*/Kolvane)
+edited="Chaque texte se relit et se corrige sur place."
+original_terms="Conditions générales &amp; mentions"
+discount='Économisez 20<ph id=\"1\">%%</ph> aujourd'"'"'hui'
+case $scenario in
+  sent)
+    expect_text 1002 welcome.subtitle review "$edited"
+    expect_text 1004 terms.link published "$original_terms"  # accepted: moved on
+    expect_none 1004 review
+    expect_text 1005 discount.label translation "$discount"  # rejected: moved back
+    expect_none 1005 review
+    expect_none 1011 review  # the discarded edit was not sent
+    grep -qF '"issues":[{' <<<"$state" || fail "no issue for the rejected string"
+    grep -qF '"hashcode":"1005"' <<<"$state" || fail "the issue is not about discount.label"
+    for shot in 02-login 03-menu-signed-in 04-languages 05-workflow-steps 07-edition-screen \
+      08-reject-reason 10-review-cards 11-sent; do
+      [ -s "${KEEP_SHOTS:-$work/shots}/$shot.png" ] || fail "no screenshot $shot"
+    done ;;
+  upload-refused)
+    expect_alert "Error saving strings"
+    expect_none 1002 review  # nothing was sent
+    expect_text 1004 terms.link review "$original_terms"
+    expect_text 1005 discount.label review "$discount"
+    grep -qF '"issues":[]' <<<"$state" || fail "an issue was filed"
+    grep -qF "<target>$edited</target>" "$files/fr_FR_edited.xlf" ||
+      fail "the edit is no longer on the device" ;;
+  submission-fails)
+    expect_alert "Error: Some strings could not be submitted"
+    expect_text 1002 welcome.subtitle review "$edited"
+    expect_text 1004 terms.link review "$original_terms"  # still accepted, on the device only
+    expect_text 1005 discount.label translation "$discount" ;;
+  pull-fails)
+    expect_alert "Error: Unable to get latest text. Please try again later."
+    [ -s "$files/fr_FR_published.xlf" ] || fail "the files of the previous pull are gone" ;;
+esac
+echo "$scenario: as expected"
