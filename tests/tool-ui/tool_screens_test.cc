@@ -1,0 +1,438 @@
+// The tool's screens driven as the adapter drives them, on a fake host, with the server
+// answered by a script: the menu by state, its confirmations and choices, the login's redirect
+// and code exchange, and the review's cards and sending sequence.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "core/locale_strings.h"
+#include "core/main_controller.h"
+#include "core/workflow_step.h"
+#include "kolvane/tool.h"
+#include "server/login_form.h"
+#include "server/session.h"
+#include "support/fake_host_views.h"
+#include "support/fake_platform.h"
+#include "tool-ui/actions_popup.h"
+#include "tool-ui/login_page.h"
+#include "tool-ui/review_view_controller.h"
+
+namespace kolvane {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+std::shared_ptr<KVStringGroup> group(const std::string& key, const std::u16string& text) {
+  auto form = std::make_shared<KVString>();
+  form->key = key;
+  form->uid = "h-" + key;
+  form->extractFormatFromString(text);
+  auto made = std::make_shared<KVStringGroup>();
+  made->addStringForm(form);
+  return made;
+}
+
+nlohmann::json data(nlohmann::json payload) {
+  return {{"response", {{"code", "SUCCESS"}, {"data", std::move(payload)}}}};
+}
+
+// One workflow: "Translation" (fr-FR from en) and "Review" (fr-FR and de-DE from en).
+nlohmann::json workflows() {
+  const auto step = [](const char* name, nlohmann::json pairs) {
+    return nlohmann::json{
+        {"workflowStepName", name},
+        {"workflowStepUid", std::string(name) + "-uid"},
+        {"permissions",
+         {{"canTranslateStrings", true}, {"canSubmitStrings", true}, {"canRejectStrings", true}}},
+        {"localePairs", pairs}};
+  };
+  const nlohmann::json french = {{"sourceLocaleId", "en"}, {"targetLocaleId", "fr-FR"}};
+  const nlohmann::json german = {{"sourceLocaleId", "en"}, {"targetLocaleId", "de-DE"}};
+  return {
+      {"items",
+       {{{"workflowName", "Default"},
+         {"workflowUid", "wf"},
+         {"workflowSteps", {step("Translation", {french}), step("Review", {french, german})}}}}}};
+}
+
+class ToolScreensTest : public testing::PlatformTest {
+ protected:
+  void SetUp() override {
+    PlatformTest::SetUp();
+    platform().defaults.setObject("KVLocale", "fr_FR");
+    controller().startWithProjectId("proj", nullptr);
+    logIn();
+    host_ = std::make_shared<testing::FakeToolHost>();
+    KolvaneTool::setHost(host_);
+    platform().transport.answer = [this](const HttpRequest& request) { return route(request); };
+  }
+  void TearDown() override {
+    KolvaneTool::setHost(nullptr);
+    PlatformTest::TearDown();
+  }
+  static KVMainController& controller() { return KVMainController::sharedInstance(); }
+  KVLocaleStrings& shown() { return *controller().localeStrings(); }
+
+  // Answers by path; `failing` paths get a 500, `failures` are reported by status changes.
+  HttpResponse route(const HttpRequest& request) {
+    HttpResponse response;
+    response.status = 200;
+    for (const auto& path : failing) {
+      if (request.url.find(path) != std::string::npos) {
+        response.status = 500;
+        return response;
+      }
+    }
+    nlohmann::json body = data(nlohmann::json::object());
+    if (request.url.find("/workflows") != std::string::npos) body = data(workflows());
+    if (request.url.find("Strings") != std::string::npos) body = data({{"failures", failures}});
+    if (request.url.find("/import") != std::string::npos) {
+      body = data({{"translationImportErrors", importErrors}});
+    }
+    response.body = request.url.find("/export") != std::string::npos ? "" : body.dump();
+    return response;
+  }
+  const std::vector<HttpRequest>& platform_sent() { return platform().transport.sent; }
+  bool sentTo(const std::string& part) {
+    for (const auto& request : platform_sent()) {
+      if (request.url.find(part) != std::string::npos) return true;
+    }
+    return false;
+  }
+  std::shared_ptr<KVActionsPopup> openMenu() {
+    auto popup = KVActionsPopup::show();
+    platform().queue.runAll();
+    return popup;
+  }
+  std::shared_ptr<const KVWorkflowStep> stepNamed(const KVActionsPopup& popup,
+                                                  const std::string& name) {
+    for (const auto& [locale, steps] : popup.targetLocaleChoices()) {
+      for (const auto& step : steps) {
+        if (step->name == name) return step;
+      }
+    }
+    return nullptr;
+  }
+  std::vector<std::u16string> rowTitles(const KVActionsPopup& popup) {
+    std::vector<std::u16string> titles;
+    for (const auto& section : popup.sections()) {
+      for (const auto& row : section.rows) titles.push_back(row.title);
+    }
+    return titles;
+  }
+
+  std::shared_ptr<testing::FakeToolHost> host_;
+  std::vector<std::string> failing;
+  nlohmann::json failures = nlohmann::json::array();
+  nlohmann::json importErrors = nlohmann::json::array();
+};
+
+TEST_F(ToolScreensTest, TheMenuShowsTheAccountTheChoicesAndTheChangesByState) {
+  auto popup = KVActionsPopup::show();
+  EXPECT_EQ(host_->top<KVActionsPopup>(), popup);
+  EXPECT_THAT(rowTitles(*popup), ElementsAre(u"Loading..."));  // the workflows are on their way
+  EXPECT_FALSE(popup->sections()[0].rows[0].enabled);
+  platform().queue.runAll();
+
+  KVSession::sharedInstance().setToken({{"access_token", "t"}, {"expires", platform().now() + 60}});
+  auto sections = popup->sections();
+  ASSERT_EQ(sections.size(), 4u);
+  EXPECT_EQ(sections[0].rows[1].title, u"Logout");
+  EXPECT_EQ(sections[1].header, u"Translation");
+  EXPECT_EQ(sections[1].rows[0].detail, u"French (France)");
+  EXPECT_EQ(sections[2].footer, u"No French (France) translations on this device");
+  EXPECT_TRUE(sections[3].rows.empty());  // no step that lets the reviewer translate
+
+  controller().setWorkflowStep(stepNamed(*popup, "Review"));
+  shown().setDirtyGroup("a", group("a", u"A"));
+  shown().acceptedStrings()["b"] = group("b", u"B");
+  sections = popup->sections();
+  EXPECT_EQ(sections[3].rows[0].title, u"Save My Changes");
+  EXPECT_EQ(sections[3].rows[0].detail, u"1 translated, 1 accepted");
+  EXPECT_TRUE(sections[3].rows[0].highlighted);
+  EXPECT_EQ(popup->unsavedChanges(), 2u);
+  EXPECT_NE(popup->versionText().find(u"\nSDK version: "), std::u16string::npos);
+  EXPECT_NE(popup->versionText().find(u"\nProject ID: proj"), std::u16string::npos);
+
+  ASSERT_TRUE(platform().files.writeFileAtomically(shown().pendingFilePath(), "x"));
+  EXPECT_EQ(popup->sections()[2].footer.rfind(u"Last updated ", 0), 0u);
+
+  KVSession::sharedInstance().setToken(nullptr);
+  controller().setLocaleStrings(nullptr);
+  sections = popup->sections();
+  ASSERT_EQ(sections.size(), 3u);
+  EXPECT_EQ(sections[0].rows[0].title, u"Login");
+  EXPECT_EQ(sections[0].footer, u"Log in to be able to edit translations.");
+  EXPECT_EQ(sections[2].footer, u"No translations on this device");
+  EXPECT_FALSE(sections[1].rows[1].enabled);  // no language chosen
+  popup->selectRow(0, 0);
+  EXPECT_NE(host_->top<KVLoginPage>(), nullptr);
+}
+
+TEST_F(ToolScreensTest, UnsavedChangesAreConfirmedFirstExceptTheLanguageWithoutAStep) {
+  auto popup = openMenu();
+  shown().setDirtyGroup("a", group("a", u"A"));
+  popup->selectRow(1, 0);  // no step: nothing asked, nothing done
+  EXPECT_THAT(host_->alerts, IsEmpty());
+  EXPECT_EQ(host_->screens.size(), 1u);
+
+  popup->selectRow(1, 1);
+  ASSERT_EQ(host_->alerts.size(), 1u);
+  EXPECT_EQ(host_->alerts.back().title, u"Change workflow step");
+  EXPECT_EQ(host_->alerts.back().tag, 4);
+  host_->answerAlert(0);  // "No"
+  EXPECT_EQ(host_->screens.size(), 1u);
+
+  controller().setWorkflowStep(stepNamed(*popup, "Review"));
+  popup->selectRow(1, 0);
+  EXPECT_EQ(host_->alerts.back().title, u"Change language");
+  EXPECT_EQ(host_->alerts.back().tag, 3);
+  host_->answerAlert(1);
+  EXPECT_EQ(host_->screens.back()->title(), u"Language");
+  host_->popToolScreen();
+
+  popup->selectRow(2, 0);
+  EXPECT_EQ(host_->alerts.back().title, u"Get Latest Text");
+  const std::size_t before = platform_sent().size();
+  host_->answerAlert(1);
+  platform().queue.runAll();
+  EXPECT_TRUE(shown().dirtyStrings().empty());  // the pull threw the edit away
+  EXPECT_GT(platform_sent().size(), before);
+
+  popup->selectRow(3, 0);  // nothing left to save: nothing happens
+  EXPECT_EQ(host_->screens.size(), 1u);
+
+  popup->selectRow(0, 1);
+  EXPECT_FALSE(KVSession::sharedInstance().isLoggedIn());
+  EXPECT_TRUE(host_->editionGestureRemoved);
+  EXPECT_THAT(host_->screens, IsEmpty());
+}
+
+TEST_F(ToolScreensTest, ALanguageKeepsAStepCoveringItElseTakesTheFirstStepListingIt) {
+  auto popup = openMenu();
+  EXPECT_THAT(popup->targetLocaleIds(), ElementsAre("de_DE", "fr_FR"));
+  EXPECT_THAT(popup->sourceLocaleIds(), ElementsAre("en"));
+  EXPECT_EQ(popup->targetLocaleChoices().at("fr_FR").size(), 2u);
+
+  popup->setLocale(Locale("ja_JP"));  // no workflow has it: nothing changes
+  EXPECT_EQ(shown().locale().localeIdentifier(), "fr_FR");
+  EXPECT_EQ(controller().workflowStep(), nullptr);
+
+  // No step yet: the first step listing German is chosen while French is still shown, so the
+  // pull it starts fetches French, and none follows for German.
+  platform().transport.sent.clear();
+  popup->setLocale(Locale("de_DE"));
+  platform().queue.runAll();
+  EXPECT_EQ(controller().workflowStep()->name, "Review");
+  EXPECT_EQ(shown().locale().localeIdentifier(), "de_DE");
+  EXPECT_EQ(platform().defaults.objectForKey("KVLocale"), nlohmann::json("de_DE"));
+  EXPECT_TRUE(sentTo("/locales/fr-FR/content/export"));
+  EXPECT_FALSE(sentTo("/locales/de-DE/"));
+
+  // The step covers French: it stays and French is pulled.
+  platform().transport.sent.clear();
+  popup->setLocale(Locale("fr_FR"));
+  platform().queue.runAll();
+  EXPECT_EQ(controller().workflowStep()->name, "Review");
+  EXPECT_TRUE(sentTo("/locales/fr-FR/content/export"));
+
+  // A step the project no longer has is cleared by the next reload.
+  auto gone = std::make_shared<KVWorkflowStep>();
+  gone->uid = "gone";
+  controller().setWorkflowStep(gone);
+  KVSession::sharedInstance().setWorkflows(std::nullopt);
+  popup->reload();
+  platform().queue.runAll();
+  EXPECT_EQ(controller().workflowStep(), nullptr);
+}
+
+TEST_F(ToolScreensTest, AFailedPullShowsTheAlertAndKeepsTheFiles) {
+  auto popup = openMenu();
+  failing = {"/export"};
+  popup->pull();
+  platform().queue.runAll();
+  ASSERT_EQ(host_->alerts.size(), 1u);
+  EXPECT_EQ(host_->alerts[0].title, u"Error");
+  EXPECT_EQ(host_->alerts[0].message, u"Unable to get latest text. Please try again later.");
+  EXPECT_EQ(host_->alerts[0].cancelButtonTitle, u"Close");
+  EXPECT_EQ(popup->titleLoading(), KVTitleLoading::failed);
+}
+
+TEST_F(ToolScreensTest, TheLoginTakesTheCodeFromTheRedirectOnceAndCancelsAsCancelled) {
+  KVSession::sharedInstance().setToken(nullptr);
+  std::vector<bool> answers;
+  KVLoginPage::openLoginFormWithCompletion(
+      [&answers](bool cancelled) { answers.push_back(cancelled); });
+  auto login = host_->top<KVLoginPage>();
+  ASSERT_NE(login, nullptr);
+  EXPECT_EQ(login->title(), u"Login");
+  EXPECT_EQ(login->leftButtonTitle(), u"Cancel");
+  login->loadView({"http://127.0.0.1:4321/", "the-challenge", "the-verifier"});
+  ASSERT_EQ(host_->signOnPages.size(), 1u);
+  EXPECT_THAT(host_->signOnPages[0],
+              HasSubstr("/auth/realms/Kolvane/protocol/openid-connect/auth?response_type=code"
+                        "&client_id=ios-sdk&redirect_uri=http://127.0.0.1:4321/login/"
+                        "&code_challenge=the-challenge&code_challenge_method=S256"));
+
+  EXPECT_TRUE(login->shouldLoadUrl("http://sso.example/auth/page"));
+  EXPECT_FALSE(login->shouldLoadUrl("http://127.0.0.1:4321/login/?error=denied"));
+  EXPECT_FALSE(login->loading());  // a redirect without a code is swallowed
+
+  failing = {"/token"};
+  EXPECT_FALSE(login->shouldLoadUrl("http://127.0.0.1:4321/login/?code=first"));
+  EXPECT_FALSE(login->shouldLoadUrl("http://127.0.0.1:4321/login/?code=second"));  // ignored
+  platform().queue.runAll();
+  const HttpRequest& exchange = platform_sent().back();
+  EXPECT_THAT(exchange.body, HasSubstr("code=first"));
+  EXPECT_THAT(exchange.body, HasSubstr("code_verifier=the-verifier"));
+  EXPECT_THAT(exchange.body, HasSubstr("redirect_uri=http%3A%2F%2F127.0.0.1%3A4321%2Flogin%2F"));
+  // The failed exchange reloads the page, and the screen stays loading: later codes are
+  // ignored until the reviewer cancels.
+  EXPECT_EQ(host_->signOnPages.size(), 2u);
+  EXPECT_TRUE(login->loading());
+  const std::size_t exchanges = platform_sent().size();
+  login->shouldLoadUrl("http://127.0.0.1:4321/login/?code=third");
+  platform().queue.runAll();
+  EXPECT_EQ(platform_sent().size(), exchanges);
+  EXPECT_THAT(answers, IsEmpty());
+  login->leftButtonTapped();
+  EXPECT_THAT(answers, ElementsAre(true));
+  EXPECT_THAT(host_->screens, IsEmpty());
+}
+
+TEST_F(ToolScreensTest, TheMenuGestureOpensTheLoginFirstAndTheMenuOnlyOnceSignedIn) {
+  KVSession::sharedInstance().setToken(nullptr);
+  KolvaneTool::triggerActions();
+  EXPECT_EQ(host_->cancelledPresses, 1);
+  auto login = host_->top<KVLoginPage>();
+  ASSERT_NE(login, nullptr);
+  login->cancel();
+  EXPECT_THAT(host_->screens, IsEmpty());
+
+  KolvaneTool::triggerActions();
+  login = host_->top<KVLoginPage>();
+  platform().transport.answer = [this](const HttpRequest& request) {
+    if (request.url.find("/token") == std::string::npos) return route(request);
+    HttpResponse response;
+    response.status = 200;
+    response.body = nlohmann::json{
+        {"access_token", "a.e30.b"},
+        {"expires_in", 300},
+        {"refresh_expires_in",
+         600}}.dump();
+    return response;
+  };
+  login->shouldLoadUrl(KVLoginViewController::redirectPrefix() + "login/?code=c");
+  platform().queue.runAll();
+  EXPECT_TRUE(KVSession::sharedInstance().isLoggedIn());
+  EXPECT_NE(host_->top<KVActionsPopup>(), nullptr);
+}
+
+class ReviewTest : public ToolScreensTest {
+ protected:
+  void SetUp() override {
+    ToolScreensTest::SetUp();
+    popup_ = openMenu();
+    controller().setWorkflowStep(stepNamed(*popup_, "Review"));
+  }
+  // Opens the review from the menu and deals with every card: `keep` says which are kept.
+  std::shared_ptr<KVReviewViewController> review(const std::vector<bool>& keep) {
+    popup_->selectRow(3, 0);
+    auto screen = host_->top<KVReviewViewController>();
+    platform().queue.runAll();
+    for (const bool kept : keep) {
+      kept ? screen->keep() : screen->discard();
+      EXPECT_NE(screen->pendingThrow(), KVReviewScreen::Throw::none);
+      screen->cardWasThrown();
+      platform().queue.runAll();
+    }
+    return screen;
+  }
+  std::shared_ptr<KVActionsPopup> popup_;
+};
+
+TEST_F(ReviewTest, AStringEditedAndDecidedIsOneCardAndDiscardingAllSendsNothing) {
+  shown().setDirtyGroup("a", group("a", u"A edited"));
+  shown().acceptedStrings()["a"] = group("a", u"A");
+  shown().rejectedStrings()["b"] = group("b", u"B");
+  popup_->selectRow(3, 0);
+  auto screen = host_->top<KVReviewViewController>();
+  ASSERT_NE(screen, nullptr);
+  EXPECT_EQ(screen->title(), u"Review changes");
+  EXPECT_TRUE(screen->isBusy());
+  platform().queue.runAll();
+  const auto cards = screen->cards();
+  ASSERT_EQ(cards.size(), 2u);
+  EXPECT_EQ(cards[0].key, "a");
+  EXPECT_EQ(cards[0].myText, u"A edited");
+  EXPECT_EQ(cards[0].myStatus, u"Not reviewed");
+  EXPECT_EQ(cards[0].currentText, u"No translation");
+  EXPECT_EQ(cards[1].key, "b");
+
+  platform().transport.sent.clear();
+  screen->discard();
+  screen->discard();  // the first card is still flying: ignored
+  screen->cardWasThrown();
+  screen->discard();
+  screen->cardWasThrown();
+  platform().queue.runAll();
+  EXPECT_FALSE(sentTo("/import"));  // an empty upload sends nothing
+  EXPECT_FALSE(sentTo("/issues"));
+  EXPECT_EQ(popup_->unsavedChanges(), 0u);
+  EXPECT_EQ(host_->top<KVActionsPopup>(), popup_);  // back at the menu
+}
+
+TEST_F(ReviewTest, AStringWhoseUploadFailedIsNeitherSubmittedNorRejected) {
+  shown().setDirtyGroup("a", group("a", u"A edited"));
+  shown().rejectedStrings()["a"] = group("a", u"A");
+  shown().setDirtyGroup("c", group("c", u"C edited"));
+  shown().rejectedStrings()["d"] = group("d", u"D");
+  shown().rejectedStrings()["e"] = group("e", u"E");
+  importErrors = {{{"stringHashCode", "h-a"}, {"messages", {"no"}}}};
+  failures = {{{"hashcode", "h-d"}}};
+  review({true, true, true, true});
+  ASSERT_EQ(host_->alerts.size(), 1u);
+  EXPECT_EQ(host_->alerts[0].title, u"Error");
+  EXPECT_EQ(host_->alerts[0].message, u"Some strings could not be submitted");
+  // What could not be sent stays on the device, and the menu keeps it for another try.
+  EXPECT_THAT(shown().dirtyStrings(), ::testing::SizeIs(1));
+  EXPECT_TRUE(shown().dirtyStrings().count("a"));
+  EXPECT_TRUE(shown().rejectedStrings().count("d"));
+  EXPECT_EQ(shown().rejectedStrings().size(), 1u);
+  std::vector<std::string> issues;
+  for (const auto& request : platform_sent()) {
+    if (request.url.find("/issues") != std::string::npos) issues.push_back(request.body);
+  }
+  ASSERT_EQ(issues.size(), 1u);  // e only: a's upload failed, d's rejection failed
+  EXPECT_THAT(issues[0], HasSubstr("h-e"));
+  EXPECT_TRUE(platform().files.fileExists(shown().dirtyFilePath()));
+  EXPECT_EQ(popup_->unsavedChanges(), 2u);
+}
+
+TEST_F(ReviewTest, AFailedUploadStopsTheSequenceAndKeepsEverything) {
+  shown().setDirtyGroup("a", group("a", u"A edited"));
+  shown().acceptedStrings()["b"] = group("b", u"B");
+  failing = {"/import"};
+  review({true, true});
+  ASSERT_EQ(host_->alerts.size(), 1u);
+  EXPECT_EQ(host_->alerts[0].title, u"Error saving strings");
+  EXPECT_FALSE(sentTo("submittedStrings"));
+  EXPECT_EQ(shown().dirtyStrings().size(), 1u);
+  EXPECT_EQ(shown().acceptedStrings().size(), 1u);
+  EXPECT_EQ(host_->top<KVActionsPopup>(), popup_);
+}
+
+TEST_F(ReviewTest, AFailedDownloadOfTheCurrentTextLeavesTheScreen) {
+  shown().setDirtyGroup("a", group("a", u"A edited"));
+  failing = {"/export"};
+  popup_->selectRow(3, 0);
+  platform().queue.runAll();
+  ASSERT_EQ(host_->alerts.size(), 1u);
+  EXPECT_EQ(host_->alerts[0].title, u"Error pulling strings");
+  EXPECT_EQ(host_->top<KVActionsPopup>(), popup_);
+  EXPECT_EQ(shown().dirtyStrings().size(), 1u);
+}
+
+}  // namespace
+}  // namespace kolvane
