@@ -5,8 +5,10 @@
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QShowEvent>
 #include <QStackedWidget>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "kolvane/edition_screen.h"
 #include "qt_tool_screens.h"
@@ -62,6 +64,17 @@ void PopupWindow::reject() {
     return screen->leftButtonTapped();
   }
   QDialog::reject();
+}
+
+void PopupWindow::showEvent(QShowEvent* event) {
+  // Over the middle of the app's window, and no larger than it, window manager or not.
+  if (QWidget* over = parentWidget() != nullptr ? parentWidget()->window() : nullptr) {
+    const QRect area = over->geometry();
+    resize(std::min(width(), std::max(320, area.width() - 40)),
+           std::min(height(), std::max(360, area.height() - 20)));
+    move(area.center() - QPoint(width() / 2, height() / 2));
+  }
+  QDialog::showEvent(event);
 }
 
 PopupWindow::~PopupWindow() {

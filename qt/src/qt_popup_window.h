@@ -33,6 +33,9 @@ class PopupWindow : public QDialog {
   QPushButton* closeButton() const { return close_; }
   void reject() override;
 
+ protected:
+  void showEvent(QShowEvent* event) override;
+
  private:
   struct Entry {
     std::shared_ptr<KVToolScreen> screen;

@@ -8,12 +8,15 @@
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
+#include <QListWidget>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTabBar>
 #include <QTableWidget>
+#include <QTcpSocket>
 #include <QTest>
+#include <QUrlQuery>
 #include <QVBoxLayout>
 
 #include "capture/capsules.h"
@@ -23,8 +26,11 @@
 #include "kolvane/tool.h"
 #include "qt_capsules.h"
 #include "qt_edition_popup.h"
+#include "qt_popup_window.h"
 #include "qt_reject_reason_dialog.h"
 #include "qt_tool.h"
+#include "qt_tool_screens.h"
+#include "server/session.h"
 
 namespace kolvane {
 namespace {
@@ -336,6 +342,105 @@ TEST_F(QtAdapterTest, TextLeavesTheAppWithoutCuesByTheClipboardAndAccessibility)
     QApplication::processEvents();
     EXPECT_EQ(clipboard->text(QClipboard::Selection), "Salut");
   }
+}
+
+}  // namespace
+}  // namespace kolvane
+
+namespace kolvane {
+namespace {
+
+QPushButton* popupButton(const QString& name) {
+  qt::PopupWindow* popup = qt::openPopupWindow();
+  if (popup == nullptr) return nullptr;
+  for (QPushButton* button : popup->findChildren<QPushButton*>()) {
+    if ((button->objectName() == name || button->text() == name) && button->isVisible()) {
+      return button;
+    }
+  }
+  return nullptr;
+}
+
+// The popup window on its screens: the menu's rows, a list pushed and popped, the review's
+// cards dealt with and sent, back at the menu.
+TEST_F(QtAdapterTest, ThePopupWindowDrawsTheMenuTheListsAndTheCards) {
+  logIn();
+  platform().transport.answer = [](const HttpRequest& request) {
+    HttpResponse response;
+    response.status = 200;
+    // The project's one step is the one chosen (its uid is empty).
+    if (request.url.find("/workflows") != std::string::npos) {
+      response.body = R"({"response":{"code":"SUCCESS","data":{"items":[{"workflowName":"W",
+          "workflowUid":"w","workflowSteps":[{"workflowStepName":"S","workflowStepUid":""}]}]}}})";
+    } else if (request.url.find("/export") == std::string::npos) {
+      response.body = R"({"response":{"code":"SUCCESS","data":{}}})";
+    }
+    return response;
+  };
+  QTest::keyClick(window_->windowHandle(), Qt::Key_K, Qt::ControlModifier | Qt::AltModifier);
+  platform().queue.runAll();
+  ASSERT_NE(qt::openPopupWindow(), nullptr);
+  ASSERT_NE(popupButton("Logout"), nullptr);
+  EXPECT_FALSE(popupButton("Workflow step") == nullptr);
+
+  popupButton("Language")->click();
+  platform().queue.runAll();
+  EXPECT_EQ(qt::openPopupWindow()->top()->title(), u"Language");
+  EXPECT_NE(qt::openPopupWindow()->topView()->findChild<QListWidget*>(), nullptr);
+  qt::openPopupWindow()->backButton()->click();
+  EXPECT_EQ(qt::openPopupWindow()->top()->title(), u"Kolvane");
+
+  french_->setDirtyGroup(
+      "hi", std::const_pointer_cast<KVStringGroup>(french_->kolvaneStringGroupForKey("hi")));
+  qt::openPopupWindow()->top()->viewDidLoad();  // the menu reloaded, as after an edit
+  platform().queue.runAll();
+  qt::setCardAnimationScale(0);
+  ASSERT_NE(popupButton("Save My Changes"), nullptr);
+  popupButton("Save My Changes")->click();
+  platform().queue.runAll();
+  ASSERT_NE(popupButton("Confirm"), nullptr);
+  EXPECT_EQ(qt::openPopupWindow()->backButton()->text(), "Cancel");
+  popupButton("Confirm")->click();
+  EXPECT_TRUE(QTest::qWaitFor([this] {
+    platform().queue.runAll();
+    return qt::openPopupWindow()->top()->title() == u"Kolvane";
+  }));
+  EXPECT_TRUE(french_->dirtyStrings().empty());
+  qt::setCardAnimationScale(1);
+  popupButton("Close")->click();
+  EXPECT_TRUE(QTest::qWaitFor([] { return qt::openPopupWindow() == nullptr; }));
+}
+
+// The login's loopback: the sign-on page's redirect reaches the screen, whose exchange carries
+// the PKCE verifier; the browser gets a page back.
+TEST_F(QtAdapterTest, TheLoopbackHandsTheRedirectToTheLoginScreen) {
+  KVSession::sharedInstance().setToken(nullptr);
+  QUrl page;
+  KolvaneQt::setSignOnPageOpener([&page](const QUrl& url) { page = url; });
+  QTest::keyClick(window_->windowHandle(), Qt::Key_K, Qt::ControlModifier | Qt::AltModifier);
+  ASSERT_TRUE(page.isValid());
+  const QUrlQuery query(page);
+  EXPECT_EQ(query.queryItemValue("code_challenge_method"), "S256");
+  const QUrl redirect(query.queryItemValue("redirect_uri"));
+  EXPECT_EQ(redirect.host(), "127.0.0.1");
+
+  QTcpSocket browser;
+  browser.connectToHost(QHostAddress::LocalHost, static_cast<quint16>(redirect.port()));
+  ASSERT_TRUE(browser.waitForConnected(5000));
+  browser.write("GET /login/?code=the-code HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
+  QByteArray answer;
+  EXPECT_TRUE(QTest::qWaitFor([&browser, &answer] {
+    answer += browser.readAll();
+    return answer.contains("go back to the app");
+  }));
+  ASSERT_FALSE(platform().transport.sent.empty());
+  const std::string& exchange = platform().transport.sent.back().body;
+  EXPECT_THAT(exchange, ::testing::HasSubstr("code=the-code"));
+  EXPECT_THAT(exchange, ::testing::HasSubstr("code_verifier="));
+  ASSERT_NE(popupButton("Cancel"), nullptr);
+  popupButton("Cancel")->click();
+  EXPECT_EQ(qt::openPopupWindow(), nullptr);
+  KolvaneQt::setSignOnPageOpener({});
 }
 
 }  // namespace
