@@ -31,6 +31,7 @@
 #include "qt_tool.h"
 #include "qt_tool_screens.h"
 #include "server/session.h"
+#include "support/fake_host_views.h"
 
 namespace kolvane {
 namespace {
@@ -204,22 +205,9 @@ TEST_F(QtAdapterTest, ALongPressOpensTheStringsUnderItAndClicksNothing) {
 TEST_F(QtAdapterTest, TwoFingersHeldTwoSecondsOrCtrlAltKOpenTheMenu) {
   static int menus = 0;
   menus = 0;
-  struct CountingHost : KVToolHost {
-    std::shared_ptr<KVHostWindow> keyWindow() const override { return nullptr; }
-    void presentEditionScreen(const std::shared_ptr<KVEditionScreen>&,
-                              const std::shared_ptr<KVHostView>&) override {}
-    void dismissEditionScreens(bool) override {}
-    void askRejectReason(const std::shared_ptr<KVEditionScreen>&) override {}
-    void cancelEditionPress() override {}
+  // Screens are counted, not drawn.
+  struct CountingHost : testing::FakeToolHost {
     void presentToolScreen(const std::shared_ptr<KVToolScreen>&) override { ++menus; }
-    void pushToolScreen(const std::shared_ptr<KVToolScreen>&) override {}
-    void popToolScreen() override {}
-    void popToToolScreen(const KVToolScreen&) override {}
-    void dismissToolScreens(std::function<void()>) override {}
-    void showAlert(const KVAlert&, std::function<void(std::size_t)>) override {}
-    void openSignOnPage(const std::string&) override {}
-    void removeEditionGesture() override {}
-    void stringsDidChange() override {}
   };
   KolvaneTool::setHost(std::make_shared<CountingHost>());
   QWindow* window = window_->windowHandle();
