@@ -177,9 +177,10 @@ void KVActionsPopup::selectRow(std::size_t section, std::size_t row) {
 
 void KVActionsPopup::logOut() {
   KVSession::sharedInstance().logOut();
-  const auto host = kv_toolHost();
-  host->removeEditionGesture();
-  host->dismissToolScreens({});
+  if (const auto host = kv_toolHost()) {
+    host->removeEditionGesture();
+    host->dismissToolScreens({});
+  }
 }
 
 void KVActionsPopup::askConfirmationForRow(std::size_t row) {
@@ -199,8 +200,10 @@ void KVActionsPopup::askConfirmationForRow(std::size_t row) {
 }
 
 void KVActionsPopup::ask(KVAlert alert) {
+  const auto host = kv_toolHost();
+  if (!host) return;
   const int tag = alert.tag;
-  kv_toolHost()->showAlert(alert, [self = shared_from_this(), tag](std::size_t button) {
+  host->showAlert(alert, [self = shared_from_this(), tag](std::size_t button) {
     self->alertButtonClicked(tag, button);
   });
 }
