@@ -149,6 +149,9 @@ void showAlert(QWidget* parent, const KVAlert& alert, std::function<void(std::si
   for (const auto& title : alert.otherButtonTitles) {
     buttons.push_back(box->addButton(QString::fromStdU16String(title), QMessageBox::AcceptRole));
   }
+  // Enter and Escape both take the cancel button: nothing is thrown away by accident.
+  box->setDefaultButton(static_cast<QPushButton*>(buttons.front()));
+  box->setEscapeButton(buttons.front());
   QObject::connect(box, &QMessageBox::buttonClicked, box,
                    [buttons, answer = std::move(answer)](QAbstractButton* clicked) {
                      for (std::size_t index = 0; index < buttons.size(); ++index) {
