@@ -30,7 +30,10 @@ void BM_BareMapLookup(benchmark::State& state) {
   const Catalogue& c = catalogue(static_cast<int>(state.range(0)));
   using Map = std::unordered_map<std::u16string, std::u16string>;
   static std::map<int, std::pair<Map, std::vector<std::u16string>>> built;
-  auto& [map, keys] = built[c.size];
+  // Named references, not a structured binding: clang 14 cannot capture bindings in lambdas.
+  auto& entry = built[c.size];
+  Map& map = entry.first;
+  std::vector<std::u16string>& keys = entry.second;
   if (map.empty()) {
     for (int i = 0; i < c.size; ++i) {
       keys.push_back(toUtf16(c.shownKeys[i]));
