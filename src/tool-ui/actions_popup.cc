@@ -11,6 +11,7 @@
 #include "core/locale_identifiers.h"
 #include "core/locale_strings.h"
 #include "core/main_controller.h"
+#include "core/persistence.h"
 #include "core/version.h"
 #include "kolvane/bundle.h"
 #include "kolvane/platform.h"
@@ -61,9 +62,8 @@ KVAlert confirmation(std::u16string title, std::u16string message, int tag) {
 }
 
 void saveDefault(std::string_view key, nlohmann::json value) {
-  UserDefaults& defaults = Platform::current().userDefaults();
-  defaults.setObject(key, std::move(value));
-  if (!defaults.synchronize()) kvLogIfEnabled("Could not save the user defaults");
+  Platform::current().userDefaults().setObject(key, std::move(value));
+  synchronizeDefaults();
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/log.h"
+#include "base/utf.h"
 #include "capture/edition_view_controller.h"
 #include "capture/tool_host.h"
 #include "core/locale_strings.h"
@@ -45,7 +46,7 @@ std::u16string textOf(const KVStringGroup& group) {
     const KVString* form = group.formForPluralForm(name, true);
     if (form == nullptr) continue;
     if (!text.empty()) text += u'\n';
-    text += std::u16string(name.begin(), name.end()) + u": ";
+    text += toUtf16(name) + u": ";
     text += kv_stringByRemovingCues(form->localizedFormat);
   }
   return text;
@@ -56,8 +57,6 @@ void showAlert(std::u16string title, std::u16string message) {
     host->showAlert({std::move(title), std::move(message), u"Close", {}, 0}, {});
   }
 }
-
-std::u16string utf16(const std::string& text) { return std::u16string(text.begin(), text.end()); }
 
 }  // namespace
 
@@ -94,7 +93,7 @@ void KVReviewViewController::loadChanges() {
   reviewLocaleStrings_->pullWithCompletion(
       [self = shared_from_this()](std::optional<KVError> error) {
         if (error) {
-          showAlert(u"Error pulling strings", utf16(error->localizedDescription));
+          showAlert(u"Error pulling strings", toUtf16(error->localizedDescription));
           self->busy_ = false;
           return self->cancel();
         }
@@ -183,7 +182,7 @@ void KVReviewViewController::pushChangesWithCompletion(std::function<void()> com
         KVLocaleStrings& store = *self->localeStrings_;
         if (error) {
           // Nothing else is sent and the store keeps everything; the popup still hears of it.
-          showAlert(u"Error saving strings", utf16(error->localizedDescription));
+          showAlert(u"Error saving strings", toUtf16(error->localizedDescription));
           return completion();
         }
         store.clearDirtyStrings();
