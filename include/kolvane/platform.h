@@ -47,6 +47,9 @@ struct StringsFileError {
 using StringsTable = std::map<std::string, std::u16string>;
 using StringsFileResult = std::variant<StringsTable, StringsFileError>;
 
+// Why a write failed, in the terms a user can act on.
+enum class FileWriteFailure { unknown, diskFull, notWritable };
+
 // Files and folders. Any thread may call.
 class KOLVANE_EXPORT FileSystem {
  public:
@@ -65,6 +68,9 @@ class KOLVANE_EXPORT FileSystem {
   virtual std::optional<double> creationDate(const std::string& path) const = 0;
   // Reads a ".strings" table (text, XML or binary property list) into key to text.
   virtual StringsFileResult readStringsFile(const std::string& path) const = 0;
+  // Why the calling thread's last failed write or removal failed; unknown where the file
+  // system cannot tell.
+  virtual FileWriteFailure lastWriteFailure() const { return FileWriteFailure::unknown; }
 };
 
 // Unicode and locale services. Any thread may call.

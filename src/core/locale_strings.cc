@@ -19,6 +19,7 @@ namespace kolvane {
 namespace {
 
 constexpr std::string_view kStatusesDefaultsKey = "KVStatuses";
+constexpr std::string_view kRejectReasonsDefaultsKey = "KVRejectReasons";
 
 std::u16string withoutLineBreaks(std::u16string_view text) {
   std::u16string out(text);
@@ -248,11 +249,51 @@ std::optional<std::string> KVLocaleStrings::keyForIBString(std::u16string_view t
   return std::nullopt;
 }
 
-void KVLocaleStrings::saveDirty() {
+namespace {
+
+std::function<void(const KVError&)>& saveFailureHandler() {
+  static std::function<void(const KVError&)> handler;
+  return handler;
+}
+
+std::string saveFailureText(FileWriteFailure failure) {
+  switch (failure) {
+    case FileWriteFailure::diskFull:
+      return "Your change could not be saved on this device: the disk is full.";
+    case FileWriteFailure::notWritable:
+      return "Your change could not be saved on this device: its folder cannot be written to.";
+    case FileWriteFailure::unknown:
+      break;
+  }
+  return "Your change could not be saved on this device.";
+}
+
+// The reasons of rejections, kept beside the statuses so that a rejection sent after a
+// restart still says why.
+nlohmann::json rejectReasons(const KVStringGroups& rejected) {
+  nlohmann::json reasons = nlohmann::json::object();
+  for (const auto& [key, group] : rejected) {
+    if (group && (!group->rejectReason.empty() || !group->rejectDescription.empty())) {
+      reasons[key] = {{"reason", toUtf8(group->rejectReason)},
+                      {"description", toUtf8(group->rejectDescription)}};
+    }
+  }
+  return reasons;
+}
+
+}  // namespace
+
+void KVLocaleStrings::setSaveFailureHandler(std::function<void(const KVError&)> handler) {
+  saveFailureHandler() = std::move(handler);
+}
+
+std::optional<KVError> KVLocaleStrings::saveDirty() {
   KVWriteFailures failures;
   const auto error = KVXliffWriter::writeXliffFromStrings(
       dirtyStrings(), KVMainController::sharedInstance().xliffContext(), dirtyFilePath(),
       &failures);
+  const FileWriteFailure writeFailure =
+      error ? Platform::current().fileSystem().lastWriteFailure() : FileWriteFailure::unknown;
   if (logEnabled() && error) kvLog("Error saving dirty strings: " + error->localizedDescription);
   if (logEnabled() && !failures.empty()) {
     std::string keys;
@@ -267,7 +308,14 @@ void KVLocaleStrings::saveDirty() {
   }
   UserDefaults& defaults = Platform::current().userDefaults();
   defaults.setObject(kStatusesDefaultsKey, std::move(statuses));
-  synchronizeDefaults();
+  defaults.setObject(kRejectReasonsDefaultsKey, rejectReasons(rejectedStrings_));
+  const bool statusesKept = defaults.synchronize();
+  if (!statusesKept) kvLogIfEnabled("Could not save the user defaults; the previous ones are kept");
+  changesKeptOnDevice_ = !error && statusesKept;
+  if (changesKeptOnDevice_) return std::nullopt;
+  KVError failed{kKVErrorDomainFile, kKVErrorCodeFileWriteUnknown, saveFailureText(writeFailure)};
+  if (saveFailureHandler()) saveFailureHandler()(failed);
+  return failed;
 }
 
 void KVLocaleStrings::clearDirtyStrings() {
@@ -278,6 +326,7 @@ void KVLocaleStrings::clearDirtyStrings() {
 void KVLocaleStrings::clearDirtyStatuses() {
   UserDefaults& defaults = Platform::current().userDefaults();
   defaults.removeObjectForKey(kStatusesDefaultsKey);
+  defaults.removeObjectForKey(kRejectReasonsDefaultsKey);
   synchronizeDefaults();
   acceptedStrings_.clear();
   rejectedStrings_.clear();
@@ -299,6 +348,27 @@ void KVLocaleStrings::loadDirtyStatuses() {
     statuses[key] = static_cast<unsigned>(std::min<long long>(*status, UINT_MAX));
   }
   applyReviewStatuses(statuses);
+  restoreRejectReasons();
+}
+
+void KVLocaleStrings::restoreRejectReasons() {
+  const auto saved = Platform::current().userDefaults().objectForKey(kRejectReasonsDefaultsKey);
+  if (!saved || !saved->is_object()) return;
+  for (auto& [key, group] : rejectedStrings_) {
+    const auto found = saved->find(key);
+    if (!group || found == saved->end() || !found->is_object()) continue;
+    const auto text = [&found](const char* name) {
+      const auto value = found->find(name);
+      return value != found->end() && value->is_string() ? toUtf16(value->get<std::string>())
+                                                         : std::u16string();
+    };
+    // The published group stays as lookups see it; the decision holds a copy with its reason.
+    auto decided = group->copy();
+    for (const auto& [name, form] : decided->pluralForms) form->group = decided;
+    decided->rejectReason = text("reason");
+    decided->rejectDescription = text("description");
+    group = std::move(decided);
+  }
 }
 
 std::shared_ptr<const KVStringGroup> KVLocaleStrings::setReviewStatus(const std::string& key,

@@ -24,7 +24,7 @@
 
 namespace kolvane {
 
-class KVLocaleStrings {
+class KVLocaleStrings : public std::enable_shared_from_this<KVLocaleStrings> {
  public:
   explicit KVLocaleStrings(Locale locale);
   virtual ~KVLocaleStrings() = default;
@@ -86,9 +86,15 @@ class KVLocaleStrings {
   void extractUIStrings();
   std::optional<std::string> keyForIBString(std::u16string_view text) const;
 
-  // Main thread. Writes the edited strings to the edited file and the review decisions to the
-  // user defaults ("KVStatuses").
-  void saveDirty();
+  // Main thread. Writes the edited strings to the edited file and the review decisions (with
+  // the reasons of rejections) to the user defaults ("KVStatuses"). What could not be written
+  // stays in memory and goes with the next save; the error says why, and the save-failure
+  // handler hears of it.
+  std::optional<KVError> saveDirty();
+  // Main thread. False while the last save failed: what the store holds is not all on disk.
+  bool changesKeptOnDevice() const { return changesKeptOnDevice_; }
+  // Main thread. Told of every failed save, so the reviewer hears of it at once.
+  static void setSaveFailureHandler(std::function<void(const KVError&)> handler);
   // Main thread. Gives the group of `key` the review status `status`: an accepted or rejected
   // group goes into its map and out of the other, any other status takes the key out of both.
   // Returns the group now published; none when the store has no such key.
@@ -97,10 +103,14 @@ class KVLocaleStrings {
   void clearDirtyStatuses();
   void loadDirtyStatuses();
 
-  // Throws away unsent edits and decisions, then downloads the published text and, when a
-  // workflow step is chosen, the text pending in it, into this store's files. The completion
-  // (main queue) gets the first download's error, else the second's. The store is not reloaded.
+  // Downloads the published text and, when a workflow step is chosen, the text pending in it.
+  // Only once every download has come do they replace this store's files and are the unsent
+  // edits and decisions thrown away (discardLocalChanges): a failed pull leaves the device as it
+  // was. The completion (main queue) gets the first download's error, else the second's. The
+  // store is not reloaded.
   void pullWithCompletion(std::function<void(std::optional<KVError>)> completion);
+  // What a successful pull throws away: the edits, the edited file and the review decisions.
+  virtual void discardLocalChanges();
   // When the pending file was made (seconds since 1970); none without one.
   std::optional<double> lastDownloadDate() const;
 
@@ -134,7 +144,10 @@ class KVLocaleStrings {
   // to copies of their groups, and keeps accepted and rejected groups in their maps.
   void applyReviewStatuses(const std::map<std::string, unsigned>& statuses);
 
+  void restoreRejectReasons();
+
   Locale locale_;
+  bool changesKeptOnDevice_ = true;
   PublishedPtr<const Snapshot> loaded_;
   PublishedPtr<const Snapshot> dirty_;
   KVStringGroups acceptedStrings_;

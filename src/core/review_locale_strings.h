@@ -24,6 +24,9 @@ class KVReviewLocaleStrings : public KVLocaleStrings {
   // Does nothing, so that clearing edits never touches a review snapshot. (The inherited
   // clearDirtyStrings() still deletes the edited review file.)
   void clearDirty() {}
+  // Does nothing: the decisions a snapshot would clear are the shown store's, kept in the
+  // shared settings, and a snapshot holds no edits of its own.
+  void discardLocalChanges() override {}
   // Deletes the edited, pending and published review files, ignoring errors.
   void clearAllFiles();
 };

@@ -165,17 +165,51 @@ TEST_F(LocaleStringsTest, SaveDirtyWritesTheEditedFileAndTheDecisions) {
   EXPECT_THAT(shown()->acceptedStrings(), IsEmpty());
 }
 
-TEST_F(LocaleStringsTest, FailedSaveIsLoggedOnlyWithLogOn) {
+TEST_F(LocaleStringsTest, FailedSaveIsReportedKeptInMemoryAndWrittenByTheNextSave) {
   start();
+  std::vector<std::string> told;
+  KVLocaleStrings::setSaveFailureHandler(
+      [&told](const KVError& error) { told.push_back(error.localizedDescription); });
   shown()->setDirtyStrings(KVXliffParser::parseXliffData(xliff({{"a", "A"}}), 0, nullptr));
   platform().files.fail(FaultyFileSystem::Call::writeFileAtomically, "fr_FR_edited.xlf");
-  shown()->saveDirty();
-  EXPECT_THAT(platform().log.lines(), IsEmpty());
+  const auto error = shown()->saveDirty();
+  ASSERT_TRUE(error.has_value());
+  EXPECT_EQ(error->localizedDescription,
+            "Your change could not be saved on this device: the disk is full.");
+  EXPECT_THAT(told, ElementsAre(error->localizedDescription));
+  EXPECT_FALSE(shown()->changesKeptOnDevice());
+  EXPECT_THAT(platform().log.lines(), IsEmpty());  // the log line needs `log` on
   controller().setLog(true);
-  shown()->saveDirty();
+  (void)shown()->saveDirty();
   EXPECT_THAT(platform().log.lines(),
               ElementsAre(::testing::StartsWith("[KV] Error saving dirty strings: "),
                           "[KV] Failed to save some strings: a"));
+
+  platform().files.heal();
+  EXPECT_EQ(shown()->saveDirty(), std::nullopt);
+  EXPECT_TRUE(shown()->changesKeptOnDevice());
+  EXPECT_TRUE(platform().files.fileExists(filesFolder() + "/fr_FR_edited.xlf"));
+  EXPECT_EQ(told.size(), 2u);
+  KVLocaleStrings::setSaveFailureHandler(nullptr);
+}
+
+TEST_F(LocaleStringsTest, ARejectionKeepsItsReasonAcrossARestart) {
+  writeFile("fr_FR_published.xlf", xliff({{"a", "A"}}));
+  start();
+  shown()->setReviewStatus("a", KVStringStatusRejected);
+  auto decided = shown()->rejectedStrings().at("a")->copy();
+  decided->rejectReason = u"GRAMMAR";
+  decided->rejectDescription = u"Accord du participe";
+  shown()->rejectedStrings()["a"] = decided;
+  ASSERT_EQ(shown()->saveDirty(), std::nullopt);
+
+  controller().setLocaleStrings(KVLocaleStrings::localeStringsForLocale(Locale("fr_FR")));
+  controller().loadStrings();
+  const auto restored = shown()->rejectedStrings().at("a");
+  EXPECT_EQ(restored->rejectReason, u"GRAMMAR");
+  EXPECT_EQ(restored->rejectDescription, u"Accord du participe");
+  // What lookups read carries no reason: the decision holds its own copy.
+  EXPECT_EQ(shown()->kolvaneStringGroupForKey("a")->rejectReason, u"");
 }
 
 TEST_F(LocaleStringsTest, ReverseLookupFollowsEditsThroughTheIndex) {
@@ -268,26 +302,54 @@ TEST_F(PullTest, WithAStepPendingTextIsFetchedTooAndTheFirstErrorWins) {
   auto step = std::make_shared<KVWorkflowStep>();
   step->uid = "s1";
   controller().setWorkflowStep(step);
-  writeFile("fr_FR_edited.xlf", xliff({{"9", "edit"}}));
+  EXPECT_EQ(pull(*shown()), std::nullopt);
+  ASSERT_EQ(platform().transport.sent.size(), 2u);
+  EXPECT_THAT(platform().transport.sent[1].url,
+              HasSubstr("?retrievalType=PENDING&workflowStepUids[0]=s1"));
+  EXPECT_TRUE(shown()->lastDownloadDate().has_value());
+  controller().loadStrings();
+  EXPECT_EQ(text("1"), u"[pending A]");
+
   publishedReachable = false;
   const auto error = pull(*shown());
   ASSERT_TRUE(error.has_value());
   EXPECT_EQ(error->localizedDescription, "offline");
-  ASSERT_EQ(platform().transport.sent.size(), 2u);
-  EXPECT_THAT(platform().transport.sent[1].url,
-              HasSubstr("?retrievalType=PENDING&workflowStepUids[0]=s1"));
-  // The edits were thrown away before anything was fetched, failure or not.
-  EXPECT_FALSE(platform().files.fileExists(filesFolder() + "/fr_FR_edited.xlf"));
-  EXPECT_TRUE(shown()->lastDownloadDate().has_value());
+  EXPECT_EQ(platform().transport.sent.size(), 4u);
+}
+
+TEST_F(PullTest, AFailedPullLeavesTheDeviceAsItWas) {
+  auto step = std::make_shared<KVWorkflowStep>();
+  step->uid = "s1";
+  controller().setWorkflowStep(step);
+  writeFile("fr_FR_published.xlf", xliff({{"1", "old A"}}));
+  writeFile("fr_FR_edited.xlf", xliff({{"9", "edit"}}));
+  platform().defaults.setObject("KVStatuses", {{"1", 2}});
   controller().loadStrings();
-  EXPECT_EQ(text("1"), u"[pending A]");
+  publishedReachable = false;  // the pending text comes, the published does not
+  EXPECT_TRUE(pull(*shown()).has_value());
+  EXPECT_EQ(shown()->dirtyStrings().size(), 1u);
+  EXPECT_EQ(shown()->acceptedStrings().size(), 1u);
+  EXPECT_TRUE(platform().files.fileExists(filesFolder() + "/fr_FR_edited.xlf"));
+  EXPECT_EQ(platform().defaults.objectForKey("KVStatuses"), nlohmann::json({{"1", 2}}));
+  EXPECT_FALSE(platform().files.fileExists(filesFolder() + "/fr_FR_pending.xlf"));
+  EXPECT_FALSE(platform().files.fileExists(filesFolder() + "/fr_FR_pending.xlf.download"));
+  controller().loadStrings();
+  EXPECT_EQ(text("1"), u"[old A]");
 }
 
 TEST_F(PullTest, AReviewSnapshotPullsIntoItsOwnFilesAndConsumesThem) {
+  writeFile("fr_FR_published.xlf", xliff({{"1", "A"}}));
+  writeFile("fr_FR_edited.xlf", xliff({{"9", "edit"}}));
+  platform().defaults.setObject("KVStatuses", {{"1", 3}});
+  controller().loadStrings();
   const auto review = KVReviewLocaleStrings::reviewLocaleStringsFromLocaleStrings(*shown());
   EXPECT_EQ(pull(*review), std::nullopt);
   EXPECT_TRUE(platform().files.fileExists(filesFolder() + "/fr_FR_published_review.xlf"));
-  EXPECT_FALSE(platform().files.fileExists(filesFolder() + "/fr_FR_published.xlf"));
+  // The shown store's decisions and files are not the snapshot's to touch.
+  EXPECT_EQ(platform().defaults.objectForKey("KVStatuses"), nlohmann::json({{"1", 3}}));
+  EXPECT_TRUE(platform().files.fileExists(filesFolder() + "/fr_FR_edited.xlf"));
+  EXPECT_EQ(*platform().files.readFile(filesFolder() + "/fr_FR_published.xlf"),
+            xliff({{"1", "A"}}));
   review->loadStrings();
   EXPECT_EQ(review->loadedStrings()->size(), 2u);
   EXPECT_FALSE(platform().files.fileExists(filesFolder() + "/fr_FR_published_review.xlf"));

@@ -31,6 +31,8 @@ class FaultyFileSystem : public FileSystem {
   StringsFileResult readStringsFile(const std::string& path) const override {
     return real_.readStringsFile(path);
   }
+  // The faults it injects stand for a full disk.
+  FileWriteFailure lastWriteFailure() const override { return FileWriteFailure::diskFull; }
 
  private:
   bool fails(Call call, std::string_view path) const;

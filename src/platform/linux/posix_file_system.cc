@@ -117,8 +117,36 @@ std::optional<std::string> PosixFileSystem::readFile(const std::string& path) co
   return readWholeFile(path);
 }
 
+namespace {
+
+// The errno of the calling thread's last failed write, kept apart from errno so that calls in
+// between (logging, cleanup) do not lose it.
+thread_local int tLastWriteErrno = 0;
+
+bool keepingErrno(bool succeeded) {
+  if (!succeeded) tLastWriteErrno = errno;
+  return succeeded;
+}
+
+}  // namespace
+
 bool PosixFileSystem::writeFileAtomically(const std::string& path, std::string_view bytes) {
-  return kolvane::writeFileAtomically(path, bytes);
+  errno = 0;
+  return keepingErrno(kolvane::writeFileAtomically(path, bytes));
+}
+
+FileWriteFailure PosixFileSystem::lastWriteFailure() const {
+  switch (tLastWriteErrno) {
+    case ENOSPC:
+    case EDQUOT:
+      return FileWriteFailure::diskFull;
+    case EROFS:
+    case EACCES:
+    case EPERM:
+      return FileWriteFailure::notWritable;
+    default:
+      return FileWriteFailure::unknown;
+  }
 }
 
 bool PosixFileSystem::writeFile(const std::string& path, std::string_view bytes) {
@@ -130,7 +158,9 @@ bool PosixFileSystem::writeFile(const std::string& path, std::string_view bytes)
   return ::close(fd) == 0 && written;
 }
 
-bool PosixFileSystem::removeFile(const std::string& path) { return ::unlink(path.c_str()) == 0; }
+bool PosixFileSystem::removeFile(const std::string& path) {
+  return keepingErrno(::unlink(path.c_str()) == 0);
+}
 
 std::optional<double> PosixFileSystem::creationDate(const std::string& path) const {
   struct statx info {};
