@@ -185,24 +185,31 @@ void KVReviewViewController::pushChangesWithCompletion(std::function<void()> com
           showAlert(u"Error saving strings", toUtf16(error->localizedDescription));
           return completion();
         }
-        store.clearDirtyStrings();
+        // What the server took leaves the device; what it refused is written back at once, so
+        // that at every moment each string is either on the server or on the device.
+        KVStringGroups refused;
         const bool uploadFailed = failures && !failures->empty();
         if (uploadFailed) {
           // A string whose upload failed is neither submitted nor rejected.
           for (const auto& [key, failed] : *failures) {
             if (const auto group = entry(self->editedStrings_, key)) {
-              store.setDirtyGroup(key, std::const_pointer_cast<KVStringGroup>(group));
+              refused[key] = std::const_pointer_cast<KVStringGroup>(group);
             }
             self->acceptedStrings_.erase(key);
             self->rejectedStrings_.erase(key);
           }
+        }
+        if (refused.empty()) {
+          store.clearDirtyStrings();
+        } else {
+          store.setDirtyStrings(std::move(refused));
+          store.saveDirty();
         }
         self->submitAccepted([self, completion, uploadFailed](bool submitFailed) {
           self->rejectRejected(
               [self, completion, failed = uploadFailed || submitFailed](bool rejectFailed) {
                 if (failed || rejectFailed)
                   showAlert(u"Error", u"Some strings could not be submitted");
-                self->localeStrings_->saveDirty();
                 completion();
               });
         });
@@ -216,6 +223,7 @@ void KVReviewViewController::submitAccepted(std::function<void(bool failed)> nex
                          for (const auto& group : failures)
                            self->acceptedStrings_[group->key] = group;
                          self->localeStrings_->acceptedStrings() = self->acceptedStrings_;
+                         self->localeStrings_->saveDirty();
                          next(!failures.empty());
                        });
 }
@@ -230,6 +238,7 @@ void KVReviewViewController::rejectRejected(std::function<void(bool failed)> nex
       rejected->erase(group->key);
     }
     self->localeStrings_->rejectedStrings() = self->rejectedStrings_;
+    self->localeStrings_->saveDirty();
     // The end waits for the issues, so the reviewer does not leave while they are in flight;
     // an issue that cannot be filed changes nothing of what is reported.
     auto pending = std::make_shared<std::size_t>(rejected->size() + 1);

@@ -10,6 +10,7 @@
 #include "kolvane/tool.h"
 #include "server/login_form.h"
 #include "server/session.h"
+#include "strings/xliff_parser.h"
 #include "support/fake_host_views.h"
 #include "support/fake_platform.h"
 #include "tool-ui/actions_popup.h"
@@ -408,6 +409,37 @@ TEST_F(ReviewTest, AStringWhoseUploadFailedIsNeitherSubmittedNorRejected) {
   EXPECT_THAT(issues[0], HasSubstr("h-e"));
   EXPECT_TRUE(platform().files.fileExists(shown().dirtyFilePath()));
   EXPECT_EQ(popup_->unsavedChanges(), 2u);
+}
+
+TEST_F(ReviewTest, EveryStringIsOnTheServerOrOnTheDeviceAtEveryStepOfTheSending) {
+  shown().setDirtyGroup("a", group("a", u"A edited"));
+  shown().setDirtyGroup("c", group("c", u"C edited"));
+  shown().rejectedStrings()["d"] = group("d", u"D");
+  shown().acceptedStrings()["b"] = group("b", u"B");
+  ASSERT_EQ(shown().saveDirty(), std::nullopt);
+  importErrors = {{{"stringHashCode", "h-a"}, {"messages", {"no"}}}};
+  // What the device holds each time the app sends the next step: a kill there keeps it.
+  std::vector<std::pair<std::size_t, bool>> onDevice;
+  platform().transport.answer = [this, &onDevice](const HttpRequest& request) {
+    if (request.url.find("Strings") != std::string::npos) {
+      const auto edited = platform().files.readFile(shown().dirtyFilePath());
+      const auto statuses = platform().defaults.objectForKey("KVStatuses");
+      onDevice.emplace_back(
+          edited ? KVXliffParser::parseXliffData(*edited, 0, nullptr).count("a") : 0,
+          statuses && statuses->contains("d"));
+    }
+    return route(request);
+  };
+  review({true, true, true, true});
+  // The upload was answered: a, refused, is written back before the submission goes out; d's
+  // rejection stays saved until the server took it.
+  EXPECT_THAT(onDevice, ElementsAre(std::pair<std::size_t, bool>(1, true),
+                                    std::pair<std::size_t, bool>(1, true)));
+  EXPECT_EQ(
+      KVXliffParser::parseXliffData(*platform().files.readFile(shown().dirtyFilePath()), 0, nullptr)
+          .size(),
+      1u);
+  EXPECT_FALSE(platform().defaults.objectForKey("KVStatuses")->contains("d"));
 }
 
 TEST_F(ReviewTest, AFailedUploadStopsTheSequenceAndKeepsEverything) {
