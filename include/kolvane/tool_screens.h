@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "kolvane/export.h"
@@ -76,14 +77,50 @@ struct KVSignOnChannel {
   std::string codeVerifier;
 };
 
+// One connection to the loopback listener: the bytes of a browser's request, read until its
+// headers are complete. Each connection has its own, made when it opens and dropped when it
+// closes, so that nothing of one connection reaches another.
+//
+//   KVLoopbackRequest request;
+//   if (request.append(bytes) == KVLoopbackRequest::State::complete) use(request.target());
+class KOLVANE_EXPORT KVLoopbackRequest {
+ public:
+  // A request line and headers beyond this are not a browser's redirect.
+  static constexpr std::size_t kMaxBytes = 16 * 1024;
+  enum class State { reading, complete, refused };
+
+  // Takes the next bytes; once complete or refused, later bytes change nothing.
+  State append(std::string_view bytes);
+  State state() const { return state_; }
+  // The request target of a complete GET ("/login/?code=..."); empty before.
+  const std::string& target() const { return target_; }
+
+ private:
+  void readRequestLine();
+
+  std::string bytes_;
+  std::string target_;
+  State state_ = State::reading;
+};
+
+// What the login screen made of a request that reached the loopback.
+enum class KVRedirectOutcome {
+  notARedirect,  // not the sign-on redirect: the screen has nothing to do with it
+  accepted,      // the one redirect of this sign-in: its code is being exchanged
+  refused,       // a redirect the screen did not ask for, or one too many: nothing changed
+};
+
 // The login: the sign-on page opens in the system browser; the adapter hands every URL the
-// loopback receives to shouldLoadUrl().
+// loopback receives to receiveRedirect() and answers the browser by its outcome.
 class KOLVANE_EXPORT KVLoginScreen : public KVToolScreen {
  public:
   // The adapter is listening on the channel's redirect: opens the sign-on page.
   virtual void loadView(const KVSignOnChannel& channel) = 0;
-  // A navigation to `url`: false when the screen took it (the redirect with the code).
+  // A navigation to `url`: false when it was the sign-on redirect, taken or refused.
   virtual bool shouldLoadUrl(const std::string& url) = 0;
+  // A request that reached the loopback. Only a redirect carrying the state this screen's
+  // sign-on page was opened with is taken, and only the first.
+  virtual KVRedirectOutcome receiveRedirect(const std::string& url) = 0;
   // What the screen tells the reviewer while the page is open in the browser.
   virtual std::u16string message() const = 0;
 };

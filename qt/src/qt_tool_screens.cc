@@ -112,12 +112,24 @@ KVSignOnChannel newChannel(quint16 port) {
           verifier.toStdString()};
 }
 
+// The page the browser shows once the loopback has its answer.
+QByteArray loopbackAnswer(KVRedirectOutcome outcome) {
+  const bool taken = outcome == KVRedirectOutcome::accepted;
+  const QByteArray page =
+      "<!doctype html><meta charset=\"utf-8\"><title>Kolvane</title><p>" +
+      QByteArray(taken ? "You can close this page and go back to the app."
+                       : "This sign-in link is not the one the app is waiting for. Go back to "
+                         "the app and sign in again from there.") +
+      "</p>";
+  return QByteArray(taken ? "HTTP/1.1 200 OK" : "HTTP/1.1 400 Bad Request") +
+         "\r\nContent-Type: text/html; charset=utf-8\r\nContent-Length: " +
+         QByteArray::number(page.size()) + "\r\nConnection: close\r\n\r\n" + page;
+}
+
 // The login: a loopback listener for the sign-on page's redirect; the page itself is in the
 // browser.
 class LoginView : public ScreenView {
  public:
-  // A request line and headers beyond this are not a browser's redirect.
-  static constexpr qsizetype kMaxRequestBytes = 16 * 1024;
   static constexpr int kRequestTimeoutMilliseconds = 10'000;
 
   LoginView(std::shared_ptr<KVLoginScreen> login, QWidget* parent)
@@ -140,41 +152,35 @@ class LoginView : public ScreenView {
  private:
   void accept() {
     while (QTcpSocket* socket = server_.nextPendingConnection()) {
+      // What one connection sent lives and dies with it.
+      auto request = std::make_shared<KVLoopbackRequest>();
       connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
-      connect(socket, &QTcpSocket::readyRead, this, [this, socket] { read(socket); });
+      connect(socket, &QTcpSocket::readyRead, this,
+              [this, socket, request] { read(socket, *request); });
       QTimer::singleShot(kRequestTimeoutMilliseconds, socket, [socket] { socket->abort(); });
     }
   }
 
-  void read(QTcpSocket* socket) {
-    QByteArray& request = pending_[socket];
-    request += socket->readAll();
-    if (request.size() > kMaxRequestBytes) {
-      pending_.remove(socket);
-      return socket->abort();
+  void read(QTcpSocket* socket, KVLoopbackRequest& request) {
+    const QByteArray bytes = socket->readAll();
+    switch (request.append(std::string_view(bytes.constData(), bytes.size()))) {
+      case KVLoopbackRequest::State::reading:
+        return;
+      case KVLoopbackRequest::State::refused:
+        return socket->abort();
+      case KVLoopbackRequest::State::complete:
+        break;
     }
-    if (!request.contains("\r\n\r\n")) return;
-    const QList<QByteArray> line = request.left(request.indexOf("\r\n")).split(' ');
-    pending_.remove(socket);
-    const std::string target = line.size() >= 2 ? line[1].toStdString() : std::string();
-    answer(socket);
-    std::string prefix = "http://127.0.0.1:" + std::to_string(server_.serverPort());
-    if (!target.empty() && target.front() == '/') login_->shouldLoadUrl(prefix + target);
-  }
-
-  static void answer(QTcpSocket* socket) {
-    const QByteArray page =
-        "<!doctype html><meta charset=\"utf-8\"><title>Kolvane</title>"
-        "<p>You can close this page and go back to the app.</p>";
-    socket->write("HTTP/1.1 200 OK\r\nContent-Type: text/html; charset=utf-8\r\nContent-Length: " +
-                  QByteArray::number(page.size()) + "\r\nConnection: close\r\n\r\n" + page);
+    disconnect(socket, &QTcpSocket::readyRead, this, nullptr);
+    const std::string url =
+        "http://127.0.0.1:" + std::to_string(server_.serverPort()) + request.target();
+    socket->write(loopbackAnswer(login_->receiveRedirect(url)));
     socket->disconnectFromHost();
   }
 
   std::shared_ptr<KVLoginScreen> login_;
   QLabel* message_ = nullptr;
   QTcpServer server_;
-  QHash<QTcpSocket*, QByteArray> pending_;
 };
 
 // A list: section headers, the entries, a check mark at the current one.

@@ -1,7 +1,11 @@
 #include "tool-ui/login_page.h"
 
+#include <cstdint>
+#include <random>
+
 #include "base/log.h"
 #include "capture/tool_host.h"
+#include "server/log_redaction.h"
 #include "server/login_form.h"
 #include "server/session.h"
 #include "strings/url_parameters.h"
@@ -16,7 +20,30 @@ class ScreenLoginForm : public KVLoginForm {
   }
 };
 
+// 32 bytes of the system's generator, in hex: no other process can guess it.
+std::string newState() {
+  constexpr char kDigits[] = "0123456789abcdef";
+  std::random_device system;
+  std::string state;
+  for (int word = 0; word < 8; ++word) {
+    const std::uint32_t random = system();
+    for (int shift = 28; shift >= 0; shift -= 4) state += kDigits[(random >> shift) & 0xf];
+  }
+  return state;
+}
+
+// Compares without stopping at the first difference, so the time taken tells nothing of the
+// expected value.
+bool sameSecret(std::string_view given, std::string_view expected) {
+  if (given.size() != expected.size()) return false;
+  unsigned char difference = 0;
+  for (std::size_t i = 0; i < given.size(); ++i) difference |= given[i] ^ expected[i];
+  return difference == 0;
+}
+
 }  // namespace
+
+KVLoginPage::KVLoginPage() : state_(newState()) {}
 
 void KVLoginPage::openLoginFormWithCompletion(std::function<void(bool cancelled)> completion) {
   const auto host = kv_toolHost();
@@ -55,7 +82,7 @@ std::string KVLoginPage::loginPageUrl() const {
     url += "&code_challenge=" + channel_.codeChallenge + "&code_challenge_method=S256";
   }
   // The browser may hold an earlier sign-on session; the reviewer signs in afresh each time.
-  return url + "&prompt=login";
+  return url + "&state=" + state_ + "&prompt=login";
 }
 
 void KVLoginPage::loadLogin() {
@@ -64,14 +91,26 @@ void KVLoginPage::loadLogin() {
 }
 
 bool KVLoginPage::shouldLoadUrl(const std::string& url) {
-  kvDebug("Webview loading " + url);
-  if (url.rfind(redirectPrefix(), 0) != 0) return true;
+  return receiveRedirect(url) == KVRedirectOutcome::notARedirect;
+}
+
+KVRedirectOutcome KVLoginPage::receiveRedirect(const std::string& url) {
+  kvDebug("Webview loading " + redactedUrl(url));
+  if (url.rfind(redirectPrefix(), 0) != 0) return KVRedirectOutcome::notARedirect;
   const KVParameters parameters = kv_getParameters(url);
-  // A redirect without a code (the sign-on page reporting an error) ends here.
-  if (const auto code = parameters.find("code"); code != parameters.end()) {
-    loadUserInfoWithCode(code->second);
+  const auto state = parameters.find("state");
+  // Any local process can reach the loopback: a code this sign-in did not ask for would sign
+  // the app in as someone else.
+  if (redirectTaken_ || state == parameters.end() || !sameSecret(state->second, state_)) {
+    kvDebug("Sign-on redirect refused: not the one this sign-in is waiting for");
+    return KVRedirectOutcome::refused;
   }
-  return false;
+  // A redirect without a code (the sign-on page reporting an error) ends here.
+  const auto code = parameters.find("code");
+  if (code == parameters.end()) return KVRedirectOutcome::refused;
+  redirectTaken_ = true;
+  loadUserInfoWithCode(code->second);
+  return KVRedirectOutcome::accepted;
 }
 
 void KVLoginPage::loadUserInfoWithCode(const std::string& code) {

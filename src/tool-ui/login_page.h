@@ -12,6 +12,7 @@ namespace kolvane {
 
 class KVLoginPage : public KVLoginScreen, public std::enable_shared_from_this<KVLoginPage> {
  public:
+  KVLoginPage();
   // Presents a login screen in a popup of its own; `completion` gets true when the reviewer
   // cancelled. Without a tool host a login cannot happen: it counts as cancelled.
   static void openLoginFormWithCompletion(std::function<void(bool cancelled)> completion);
@@ -24,12 +25,15 @@ class KVLoginPage : public KVLoginScreen, public std::enable_shared_from_this<KV
   std::u16string message() const override;
   void loadView(const KVSignOnChannel& channel) override;
   bool shouldLoadUrl(const std::string& url) override;
+  KVRedirectOutcome receiveRedirect(const std::string& url) override;
 
   void loadLogin();
   void loadUserInfoWithCode(const std::string& code);
   void cancel();
-  // The sign-on page, with the channel's redirect and challenge.
+  // The sign-on page, with the channel's redirect and challenge and this sign-in's state.
   std::string loginPageUrl() const;
+  // The state value that binds the redirect to this sign-in (RFC 6749 10.12).
+  const std::string& state() const { return state_; }
   // A code exchange has started (never set back: see loadUserInfoWithCode).
   bool loading() const { return loading_; }
   void setUserDidLogin(std::function<void(bool cancelled)> completion) {
@@ -40,6 +44,8 @@ class KVLoginPage : public KVLoginScreen, public std::enable_shared_from_this<KV
   std::string redirectPrefix() const;
 
   KVSignOnChannel channel_;
+  const std::string state_;
+  bool redirectTaken_ = false;
   bool loading_ = false;
   std::function<void(bool cancelled)> userDidLogin_;
 };

@@ -399,8 +399,26 @@ TEST_F(QtAdapterTest, ThePopupWindowDrawsTheMenuTheListsAndTheCards) {
   EXPECT_TRUE(QTest::qWaitFor([] { return qt::openPopupWindow() == nullptr; }));
 }
 
+// Sends one request to the loopback and reads the whole answer.
+QByteArray exchangeAnswer(quint16 port, const QByteArray& request) {
+  QTcpSocket browser;
+  browser.connectToHost(QHostAddress::LocalHost, port);
+  if (!QTest::qWaitFor([&browser] { return browser.state() == QAbstractSocket::ConnectedState; }))
+    return {};
+  browser.write(request);
+  QByteArray answer;
+  (void)QTest::qWaitFor(
+      [&browser, &answer] {
+        answer += browser.readAll();
+        return browser.state() == QAbstractSocket::UnconnectedState;
+      },
+      5000);
+  return answer + browser.readAll();
+}
+
 // The login's loopback: the sign-on page's redirect reaches the screen, whose exchange carries
-// the PKCE verifier; the browser gets a page back.
+// the PKCE verifier; the browser gets a page back. What other local processes send there
+// changes nothing.
 TEST_F(QtAdapterTest, TheLoopbackHandsTheRedirectToTheLoginScreen) {
   KVSession::sharedInstance().setToken(nullptr);
   QUrl page;
@@ -412,15 +430,29 @@ TEST_F(QtAdapterTest, TheLoopbackHandsTheRedirectToTheLoginScreen) {
   const QUrl redirect(query.queryItemValue("redirect_uri"));
   EXPECT_EQ(redirect.host(), "127.0.0.1");
 
-  QTcpSocket browser;
-  browser.connectToHost(QHostAddress::LocalHost, static_cast<quint16>(redirect.port()));
-  ASSERT_TRUE(browser.waitForConnected(5000));
-  browser.write("GET /login/?code=the-code HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
-  QByteArray answer;
-  EXPECT_TRUE(QTest::qWaitFor([&browser, &answer] {
-    answer += browser.readAll();
-    return answer.contains("go back to the app");
-  }));
+  const QByteArray state = query.queryItemValue("state").toLatin1();
+  const auto port = static_cast<quint16>(redirect.port());
+
+  // Another local process: half-requests carrying its own code, closed unanswered, then a
+  // whole one. None of their bytes may reach the reviewer's connection, and none signs in.
+  for (int attempt = 0; attempt < 300; ++attempt) {
+    QTcpSocket intruder;
+    intruder.connectToHost(QHostAddress::LocalHost, port);
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&intruder] { return intruder.state() == QAbstractSocket::ConnectedState; }));
+    intruder.write("GET /login/?code=theirs&state=" + state + "x HTTP/1.1\r\nHost: 1");
+    ASSERT_TRUE(QTest::qWaitFor([&intruder] { return intruder.bytesToWrite() == 0; }));
+    QCoreApplication::processEvents();
+    intruder.abort();
+  }
+  EXPECT_THAT(exchangeAnswer(port, "GET /login/?code=theirs HTTP/1.1\r\n\r\n"),
+              ::testing::HasSubstr("400 Bad Request"));
+  QTest::qWait(50);
+  EXPECT_TRUE(platform().transport.sent.empty());
+
+  EXPECT_THAT(exchangeAnswer(port, "GET /login/?code=the-code&state=" + state +
+                                       " HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n"),
+              ::testing::HasSubstr("go back to the app"));
   ASSERT_FALSE(platform().transport.sent.empty());
   const std::string& exchange = platform().transport.sent.back().body;
   EXPECT_THAT(exchange, ::testing::HasSubstr("code=the-code"));

@@ -276,13 +276,18 @@ TEST_F(ToolScreensTest, TheLoginTakesTheCodeFromTheRedirectOnceAndCancelsAsCance
                         "&client_id=ios-sdk&redirect_uri=http://127.0.0.1:4321/login/"
                         "&code_challenge=the-challenge&code_challenge_method=S256"));
 
+  const std::string state = "&state=" + login->state();
+  EXPECT_THAT(host_->signOnPages[0], HasSubstr(state));
+
   EXPECT_TRUE(login->shouldLoadUrl("http://sso.example/auth/page"));
-  EXPECT_FALSE(login->shouldLoadUrl("http://127.0.0.1:4321/login/?error=denied"));
+  EXPECT_FALSE(login->shouldLoadUrl("http://127.0.0.1:4321/login/?error=denied" + state));
   EXPECT_FALSE(login->loading());  // a redirect without a code is swallowed
 
   failing = {"/token"};
-  EXPECT_FALSE(login->shouldLoadUrl("http://127.0.0.1:4321/login/?code=first"));
-  EXPECT_FALSE(login->shouldLoadUrl("http://127.0.0.1:4321/login/?code=second"));  // ignored
+  EXPECT_EQ(login->receiveRedirect("http://127.0.0.1:4321/login/?code=first" + state),
+            KVRedirectOutcome::accepted);
+  EXPECT_EQ(login->receiveRedirect("http://127.0.0.1:4321/login/?code=second" + state),
+            KVRedirectOutcome::refused);  // one redirect per sign-in
   platform().queue.runAll();
   const HttpRequest& exchange = platform_sent().back();
   EXPECT_THAT(exchange.body, HasSubstr("code=first"));
@@ -293,13 +298,57 @@ TEST_F(ToolScreensTest, TheLoginTakesTheCodeFromTheRedirectOnceAndCancelsAsCance
   EXPECT_EQ(host_->signOnPages.size(), 2u);
   EXPECT_TRUE(login->loading());
   const std::size_t exchanges = platform_sent().size();
-  login->shouldLoadUrl("http://127.0.0.1:4321/login/?code=third");
+  login->shouldLoadUrl("http://127.0.0.1:4321/login/?code=third" + state);
   platform().queue.runAll();
   EXPECT_EQ(platform_sent().size(), exchanges);
   EXPECT_THAT(answers, IsEmpty());
   login->leftButtonTapped();
   EXPECT_THAT(answers, ElementsAre(true));
   EXPECT_THAT(host_->screens, IsEmpty());
+}
+
+TEST_F(ToolScreensTest, ACodeThisSignInDidNotAskForChangesNothing) {
+  KVSession::sharedInstance().setToken(nullptr);
+  KVLoginPage::openLoginFormWithCompletion({});
+  auto login = host_->top<KVLoginPage>();
+  login->loadView({"http://127.0.0.1:4321/", "the-challenge", "the-verifier"});
+  const std::string redirect = "http://127.0.0.1:4321/login/?code=";
+  auto other = std::make_shared<KVLoginPage>();
+  ASSERT_NE(other->state(), login->state());
+  ASSERT_EQ(login->state().size(), 64u);
+  for (const std::string& forged :
+       {redirect + "theirs", redirect + "theirs&state=", redirect + "theirs&state=guess",
+        redirect + "theirs&state=" + other->state(),
+        redirect + "theirs&state=" + login->state().substr(1)}) {
+    EXPECT_EQ(login->receiveRedirect(forged), KVRedirectOutcome::refused) << forged;
+  }
+  platform().queue.runAll();
+  EXPECT_FALSE(login->loading());
+  EXPECT_FALSE(sentTo("/token"));
+  // The reviewer's own redirect, after all of those, is still taken.
+  EXPECT_EQ(login->receiveRedirect(redirect + "mine&state=" + login->state()),
+            KVRedirectOutcome::accepted);
+  platform().queue.runAll();
+  EXPECT_THAT(platform_sent().back().body, HasSubstr("code=mine"));
+}
+
+TEST_F(ToolScreensTest, TheLoopbackReadsOneRequestPerConnectionWithinItsBounds) {
+  KVLoopbackRequest split;
+  EXPECT_EQ(split.append("GET /login/?code=a&state=b HT"), KVLoopbackRequest::State::reading);
+  EXPECT_EQ(split.append("TP/1.1\r\nHost: x\r\n\r"), KVLoopbackRequest::State::reading);
+  EXPECT_EQ(split.append("\n"), KVLoopbackRequest::State::complete);
+  EXPECT_EQ(split.target(), "/login/?code=a&state=b");
+  EXPECT_EQ(split.append("GET /other HTTP/1.1\r\n\r\n"), KVLoopbackRequest::State::complete);
+  EXPECT_EQ(split.target(), "/login/?code=a&state=b");
+
+  for (const std::string& bad :
+       {std::string("POST /login/ HTTP/1.1\r\n\r\n"), std::string("GET login HTTP/1.1\r\n\r\n"),
+        std::string("GET /a\x01b HTTP/1.1\r\n\r\n"), std::string("GET /a\r\n\r\n"),
+        std::string("GET /" + std::string(KVLoopbackRequest::kMaxBytes, 'a'))}) {
+    KVLoopbackRequest request;
+    EXPECT_EQ(request.append(bad), KVLoopbackRequest::State::refused) << bad.substr(0, 20);
+    EXPECT_EQ(request.target(), "");
+  }
 }
 
 TEST_F(ToolScreensTest, TheMenuGestureOpensTheLoginFirstAndTheMenuOnlyOnceSignedIn) {
@@ -324,7 +373,8 @@ TEST_F(ToolScreensTest, TheMenuGestureOpensTheLoginFirstAndTheMenuOnlyOnceSigned
          600}}.dump();
     return response;
   };
-  login->shouldLoadUrl(KVLoginViewController::redirectPrefix() + "login/?code=c");
+  login->shouldLoadUrl(KVLoginViewController::redirectPrefix() +
+                       "login/?code=c&state=" + login->state());
   platform().queue.runAll();
   EXPECT_TRUE(KVSession::sharedInstance().isLoggedIn());
   EXPECT_NE(host_->top<KVActionsPopup>(), nullptr);
