@@ -71,6 +71,10 @@ void saveDefault(std::string_view key, nlohmann::json value) {
 std::shared_ptr<KVActionsPopup> KVActionsPopup::show() {
   const auto host = kv_toolHost();
   if (!host) return nullptr;
+  // Opening the menu is the next chance to keep changes a failed save left in memory.
+  if (const auto& store = controller().localeStrings(); store && !store->changesKeptOnDevice()) {
+    (void)store->saveDirty();
+  }
   auto popup = std::make_shared<KVActionsPopup>();
   const auto window = host->keyWindow();
   popup->editionController_ = KVEditionController::editionControllerWithStrings(
@@ -132,7 +136,13 @@ KVMenuSection KVActionsPopup::saveSection() const {
     }
   }
   const bool unsaved = unsavedChanges() > 0;
-  return {{}, {menuRow(u"Save My Changes", counts, unsaved, false, unsaved)}, {}};
+  // The counts are of what the app holds; when the device could not keep it, say so.
+  const auto& store = controller().localeStrings();
+  const std::u16string footer =
+      store && !store->changesKeptOnDevice()
+          ? u"Not saved on this device yet: these changes are lost if the app closes."
+          : u"";
+  return {{}, {menuRow(u"Save My Changes", counts, unsaved, false, unsaved)}, footer};
 }
 
 std::size_t KVActionsPopup::unsavedChanges() const {

@@ -492,6 +492,24 @@ TEST_F(ReviewTest, EveryStringIsOnTheServerOrOnTheDeviceAtEveryStepOfTheSending)
   EXPECT_FALSE(platform().defaults.objectForKey("KVStatuses")->contains("d"));
 }
 
+TEST_F(ReviewTest, AFullDiskIsToldInWordsAndTheChangeIsSavedAtTheNextChance) {
+  platform().files.fail(testing::FaultyFileSystem::Call::writeFileAtomically, "_edited.xlf");
+  shown().setDirtyGroup("a", group("a", u"A edited"));
+  EXPECT_TRUE(shown().saveDirty().has_value());
+  ASSERT_EQ(host_->alerts.size(), 1u);
+  EXPECT_EQ(host_->alerts[0].message,
+            u"Your change could not be saved on this device: the disk is full.");
+  popup_->reload();
+  EXPECT_EQ(popup_->sections()[3].footer,
+            u"Not saved on this device yet: these changes are lost if the app closes.");
+
+  platform().files.heal();
+  openMenu();
+  EXPECT_TRUE(shown().changesKeptOnDevice());
+  EXPECT_TRUE(platform().files.fileExists(shown().dirtyFilePath()));
+  EXPECT_EQ(popup_->sections()[3].footer, u"");
+}
+
 TEST_F(ReviewTest, AFailedUploadStopsTheSequenceAndKeepsEverything) {
   shown().setDirtyGroup("a", group("a", u"A edited"));
   shown().acceptedStrings()["b"] = group("b", u"B");
