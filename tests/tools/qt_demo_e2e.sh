@@ -4,7 +4,7 @@
 # latest text, edits two strings, accepts one, rejects one with a reason, keeps three cards and
 # discards one, and sends. The dev server's state then shows what landed.
 # Usage: qt_demo_e2e.sh DEVSERVER DEMO BUNDLE SCENARIO
-#   SCENARIO: sent | upload-refused | submission-fails | pull-fails
+#   SCENARIO: sent | upload-refused | submission-fails | pull-fails | killed-while-sending
 set -euo pipefail
 devserver=$1 demo=$2 bundle=$3 scenario=$4
 work=$(mktemp -d)
@@ -32,11 +32,29 @@ case $scenario in
   submission-fails)
     args=(--fault '{"path":"/workflows-strings-api/v2/projects/demo/submittedStrings","status":500}') ;;
   pull-fails) args=(--scenario pull-fails --fault "{\"path\":\"$content/export\",\"close\":true}") ;;
+  killed-while-sending)
+    args=(--fault '{"path":"/workflows-strings-api/v2/projects/demo/submittedStrings","delayMs":30000}') ;;
   *) echo "unknown scenario $scenario"; exit 2 ;;
 esac
-"$demo" --bundle "$work/DemoApp" --walkthrough "${KEEP_SHOTS:-$work/shots}" --server "$url" "${args[@]}" \
-  >"$work/walkthrough.log" 2>&1 ||
-  { echo "the walk-through failed:"; tail -n 40 "$work/walkthrough.log"; exit 1; }
+edited="Chaque texte se relit et se corrige sur place."
+if [ "$scenario" = killed-while-sending ]; then
+  # The app dies while the server holds the submission: the upload was answered, the
+  # decisions were not.
+  "$demo" --bundle "$work/DemoApp" --walkthrough "$work/shots" --server "$url" "${args[@]}" \
+    >"$work/walkthrough.log" 2>&1 &
+  demo_pid=$!
+  for _ in $(seq 240); do
+    curl -fsS "$url/_dev/state?project=demo&locale=fr-FR" | grep -qF "\"1002@review\":{\"key\":\"welcome.subtitle\",\"target\":\"$edited\"}" && break
+    sleep 0.25
+  done
+  sleep 1
+  kill -9 "$demo_pid"
+  wait "$demo_pid" 2>/dev/null || true
+else
+  "$demo" --bundle "$work/DemoApp" --walkthrough "${KEEP_SHOTS:-$work/shots}" --server "$url" "${args[@]}" \
+    >"$work/walkthrough.log" 2>&1 ||
+    { echo "the walk-through failed:"; tail -n 40 "$work/walkthrough.log"; exit 1; }
+fi
 
 state=$(curl -fsS "$url/_dev/state?project=demo&locale=fr-FR")
 fail() { echo "$scenario: $1"; echo "server: $state"; tail -n 20 "$work/walkthrough.log"; exit 1; }
@@ -51,7 +69,6 @@ expect_alert() {
   grep -qF "walkthrough: alert $1" "$work/walkthrough.log" || fail "no alert \"$1\""
 }
 files=$(ls -d "$work"/home/data/*/Kolvane)
-edited="Chaque texte se relit et se corrige sur place."
 original_terms="Conditions générales &amp; mentions"
 discount='Économisez 20<ph id=\"1\">%%</ph> aujourd'"'"'hui'
 case $scenario in
@@ -84,5 +101,15 @@ case $scenario in
   pull-fails)
     expect_alert "Error: Unable to get latest text. Please try again later."
     [ -s "$files/fr_FR_published.xlf" ] || fail "the files of the previous pull are gone" ;;
+  killed-while-sending)
+    # Each string is on the server or on the device: the edit was taken, the decisions that
+    # were in flight are still saved, the rejection with its reason.
+    expect_text 1002 welcome.subtitle review "$edited"
+    expect_text 1004 terms.link review "$original_terms"
+    defaults=$(tr -d ' \n' <"$(ls "$work"/home/config/*/defaults.json)")
+    grep -qF '"terms.link":2' <<<"$defaults" || fail "the acceptance is gone: $defaults"
+    grep -qF '"discount.label":3' <<<"$defaults" || fail "the rejection is gone: $defaults"
+    grep -qE '"KVRejectReasons":\{"discount.label":\{"description":"[^"]*","reason":"[A-Z_]+"' \
+      <<<"$defaults" || fail "the rejection's reason is gone: $defaults" ;;
 esac
 echo "$scenario: as expected"
