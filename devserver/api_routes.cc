@@ -92,12 +92,13 @@ void Server::installApi(httplib::Server& http) {
                                                                 httplib::Response& response) {
     const auto user = authorize(request, response);
     if (!user || !projectOf(request, response)) return;
-    auto issue = nlohmann::json::parse(request.body);
-    if (!issue.is_object() || !issue.contains("string")) {
+    auto issue = jsonBody(request, response);
+    if (!issue) return;
+    if (!issue->is_object() || !issue->contains("string")) {
       return sendError(response, 400, "INVALID_ISSUE", "An issue needs a string");
     }
-    issue["reporter"] = *user;
-    store_.addIssue(request.matches[1], issue);
+    (*issue)["reporter"] = *user;
+    store_.addIssue(request.matches[1], *issue);
     sendJson(response, 200,
              envelope({{"issueUid", std::to_string(store_.issueCount(request.matches[1]))}}));
   });
@@ -182,12 +183,13 @@ void Server::changeStatus(const httplib::Request& request, httplib::Response& re
   if (!authorize(request, response)) return;
   const auto project = projectOf(request, response);
   if (!project) return;
-  const auto body = nlohmann::json::parse(request.body);
-  const std::string locale = body.at("localeId");
+  const auto body = jsonBody(request, response);
+  if (!body) return;
+  const std::string locale = body->at("localeId");
   const std::string id = project->at("id");
   const auto failing = failingHashcodes();
   nlohmann::json failures = nlohmann::json::array();
-  for (const auto& entry : body.at("strings")) {
+  for (const auto& entry : body->at("strings")) {
     const std::string hashcode = entry.at("hashcode");
     const std::string step = entry.at("currentWorkflowStepUid");
     const auto steps = workflowOf(*project, step);

@@ -4,6 +4,8 @@
 #include <random>
 #include <thread>
 
+#include "base/bounded_json.h"
+
 namespace devserver {
 
 nlohmann::json envelope(nlohmann::json data) {
@@ -22,6 +24,10 @@ void sendError(httplib::Response& response, int status, const std::string& code,
 }
 
 namespace {
+
+// Far above what the SDK sends (a status change of ten thousand strings is about 1 MiB), far
+// below what would let one request hold hundreds of megabytes of parsed values.
+constexpr std::size_t kMaxJsonBody = 4u << 20;
 
 // The code and words of an error answer the routes did not write themselves.
 std::pair<const char*, const char*> errorWords(int status) {
@@ -42,6 +48,26 @@ std::pair<const char*, const char*> errorWords(int status) {
 }
 
 }  // namespace
+
+std::optional<nlohmann::json> jsonBody(const httplib::Request& request,
+                                       httplib::Response& response) {
+  if (request.body.size() > kMaxJsonBody) {
+    sendError(response, 413, "TOO_LARGE", "A JSON body may hold at most 4 MiB");
+    return std::nullopt;
+  }
+  if (kolvane::jsonNestingDepth(request.body, kolvane::kMaxJsonDepth) > kolvane::kMaxJsonDepth) {
+    sendError(response, 400, "TOO_DEEP",
+              "A JSON body may nest arrays and objects at most " +
+                  std::to_string(kolvane::kMaxJsonDepth) + " levels deep");
+    return std::nullopt;
+  }
+  auto body = nlohmann::json::parse(request.body, nullptr, /*allow_exceptions=*/false);
+  if (body.is_discarded()) {
+    sendError(response, 400, "INVALID_JSON", "The body is not JSON");
+    return std::nullopt;
+  }
+  return body;
+}
 
 double now() {
   return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
@@ -81,15 +107,16 @@ void Server::install(httplib::Server& http) {
 
 void Server::installFaults(httplib::Server& http) {
   http.Post("/_dev/faults", [this](const httplib::Request& request, httplib::Response& response) {
-    const auto body = nlohmann::json::parse(request.body);
+    const auto body = jsonBody(request, response);
+    if (!body) return;
     Fault fault;
-    fault.path = body.value("path", "");
-    fault.status = body.value("status", 0);
-    fault.body = body.value("body", "");
-    fault.delayMs = body.value("delayMs", 0);
-    fault.close = body.value("close", false);
-    fault.times = body.value("times", -1);
-    for (const auto& hashcode : body.value("failHashcodes", nlohmann::json::array())) {
+    fault.path = body->value("path", "");
+    fault.status = body->value("status", 0);
+    fault.body = body->value("body", "");
+    fault.delayMs = body->value("delayMs", 0);
+    fault.close = body->value("close", false);
+    fault.times = body->value("times", -1);
+    for (const auto& hashcode : body->value("failHashcodes", nlohmann::json::array())) {
       fault.failHashcodes.insert(hashcode.get<std::string>());
     }
     std::lock_guard lock(faultMutex_);

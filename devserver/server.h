@@ -7,6 +7,7 @@
 #include <atomic>
 #include <mutex>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -56,6 +57,10 @@ class Server {
   std::optional<nlohmann::json> contentProjectOf(const httplib::Request& request,
                                                  httplib::Response& response);
   nlohmann::json tokenAnswer(const std::string& username);
+  // The sign-in form posted: a code to the app's redirect, bound to the authorisation request.
+  void issueCode(const httplib::Request& request, httplib::Response& response);
+  // The code exchanged for tokens, once, by the client that asked for it.
+  void redeemCode(const httplib::Request& request, httplib::Response& response);
 
   void exportContent(const httplib::Request& request, httplib::Response& response);
   void importContent(const httplib::Request& request, httplib::Response& response);
@@ -73,6 +78,11 @@ void sendJson(httplib::Response& response, int status, const nlohmann::json& bod
 // An error envelope: {"response": {"code": code, "errors": [{"code":..., "message": ...}]}}.
 void sendError(httplib::Response& response, int status, const std::string& code,
                const std::string& message);
+// The request's JSON body. Its size and nesting are bounded before anything reads it, since
+// parsing, storing and answering it all recurse; answers 400 (413 when too large) and gives
+// none when it is not JSON or goes past the bounds.
+std::optional<nlohmann::json> jsonBody(const httplib::Request& request,
+                                       httplib::Response& response);
 double now();
 std::string randomHex(std::size_t bytes);
 

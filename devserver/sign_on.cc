@@ -1,8 +1,8 @@
 // The sign-on endpoints: the authorisation page, the token exchange and logout.
-#include <cctype>
-#include <set>
 #include <string_view>
 
+#include "base/bounded_json.h"
+#include "oauth_checks.h"
 #include "server.h"
 #include "tokens.h"
 
@@ -10,6 +10,7 @@ namespace devserver {
 namespace {
 
 constexpr const char* kRealm = "/auth/realms/Kolvane/protocol/openid-connect";
+constexpr double kCodeLifetime = 60;
 
 std::string htmlEscaped(const std::string& text) {
   std::string out;
@@ -26,6 +27,8 @@ std::string htmlEscaped(const std::string& text) {
   return out;
 }
 
+// The form posts back to the page with every parameter of the request (state, challenge,
+// redirect), so that the code it leads to is bound to the same authorisation request.
 std::string loginPage(const httplib::Request& request, const std::string& message) {
   std::string query;
   for (const auto& [name, value] : request.params) {
@@ -42,22 +45,57 @@ std::string loginPage(const httplib::Request& request, const std::string& messag
          "<button type=\"submit\">Sign in</button></form></body></html>\n";
 }
 
-// The codes go only to the app itself: its registered scheme, or a loopback address on any
-// port (RFC 8252), and never with characters that could split the Location header.
-bool acceptedRedirect(const std::string& redirect, const std::set<std::string>& schemes) {
-  if (redirect.empty()) return false;
-  for (unsigned char c : redirect) {
-    if (c < 0x21 || c == 0x7f) return false;
+std::optional<std::string> parameter(const httplib::Request& request, const char* name) {
+  if (!request.has_param(name)) return std::nullopt;
+  return request.get_param_value(name);
+}
+
+// RFC 6749 5.2: the client reads the error itself, as JSON.
+void sendOAuthError(httplib::Response& response, const OAuthError& error) {
+  sendJson(response, 400, {{"error", error.error}, {"error_description", error.description}});
+}
+
+// Back to the app with `parameters` and, whatever else happened, the request's state as it came
+// (RFC 6749 4.1.2): the app matches it against the sign-in it started.
+void redirectToApp(const httplib::Request& request, httplib::Response& response,
+                   std::vector<std::pair<std::string, std::string>> parameters) {
+  if (const auto state = parameter(request, "state")) parameters.emplace_back("state", *state);
+  response.set_redirect(withQuery(request.get_param_value("redirect_uri"), parameters));
+}
+
+// True when the authorisation request may go on. Otherwise the answer is made: an error page
+// when the redirect itself is wrong (no code or error may go there), an error redirect when
+// something else is.
+bool acceptedAuthorisation(const httplib::Request& request, httplib::Response& response,
+                           const std::set<std::string>& schemes) {
+  if (!acceptedRedirect(request.get_param_value("redirect_uri"), schemes)) {
+    sendOAuthError(response, {"invalid_request",
+                              "redirect_uri must be the app's scheme or "
+                              "http://127.0.0.1:<port>/ with a port from 1 to 65535"});
+    return false;
   }
-  for (const std::string& scheme : schemes) {
-    if (redirect.rfind(scheme + ":", 0) == 0) return true;
-  }
-  constexpr std::string_view kLoopback = "http://127.0.0.1:";
-  if (redirect.rfind(kLoopback, 0) != 0) return false;
-  std::size_t at = kLoopback.size();
-  const std::size_t digits = at;
-  while (at < redirect.size() && std::isdigit(static_cast<unsigned char>(redirect[at]))) ++at;
-  return at > digits && at - digits <= 5 && (at == redirect.size() || redirect[at] == '/');
+  const auto problem = authorisationProblem({parameter(request, "response_type"),
+                                             parameter(request, "code_challenge"),
+                                             parameter(request, "code_challenge_method")});
+  if (!problem) return true;
+  redirectToApp(request, response,
+                {{"error", problem->error}, {"error_description", problem->description}});
+  return false;
+}
+
+// A code's binding is kept as a grant of its own, beside the code's user.
+std::string encodedBinding(const CodeBinding& binding) {
+  return nlohmann::json{{"challenge", binding.challenge},
+                        {"redirectUri", binding.redirectUri},
+                        {"clientId", binding.clientId}}
+      .dump();
+}
+
+std::optional<CodeBinding> decodedBinding(const std::string& text) {
+  const nlohmann::json json = kolvane::parseBoundedJson(text);
+  if (!json.is_object()) return std::nullopt;
+  return CodeBinding{json.value("challenge", ""), json.value("redirectUri", ""),
+                     json.value("clientId", "")};
 }
 
 }  // namespace
@@ -86,53 +124,66 @@ nlohmann::json Server::tokenAnswer(const std::string& username) {
           {"uid", user.value("uid", username)}};
 }
 
+void Server::issueCode(const httplib::Request& request, httplib::Response& response) {
+  if (!acceptedAuthorisation(request, response, options_.redirectSchemes)) return;
+  const std::string username = request.get_param_value("username");
+  const auto user = store_.user(username);
+  if (!user || user->value("password", "") != request.get_param_value("password")) {
+    response.status = 401;
+    response.set_content(loginPage(request, "Unknown user or wrong password"),
+                         "text/html; charset=utf-8");
+    return;
+  }
+  const std::string code = randomHex(16);
+  const double expires = now() + kCodeLifetime;
+  store_.putGrant("code", code, {username, expires});
+  const CodeBinding binding{request.get_param_value("code_challenge"),
+                            request.get_param_value("redirect_uri"),
+                            request.get_param_value("client_id")};
+  store_.putGrant("code-binding", code, {encodedBinding(binding), expires});
+  redirectToApp(request, response, {{"code", code}});
+}
+
+void Server::redeemCode(const httplib::Request& request, httplib::Response& response) {
+  const CodeExchange exchange{parameter(request, "code_verifier"),
+                              parameter(request, "redirect_uri"), parameter(request, "client_id")};
+  if (const auto problem = exchangeRequestProblem(exchange)) {
+    return sendOAuthError(response, *problem);
+  }
+  const std::string code = request.get_param_value("code");
+  // A code is used once: taking it removes it, whether or not the rest of the exchange fits.
+  const auto grant = store_.takeGrant("code", code);
+  const auto bound = store_.takeGrant("code-binding", code);
+  const auto binding = bound ? decodedBinding(bound->username) : std::nullopt;
+  if (!grant || grant->expires < now() || !binding) {
+    return sendOAuthError(response, {"invalid_grant", "The code is not valid"});
+  }
+  if (const auto problem = exchangeProblem(*binding, exchange)) {
+    return sendOAuthError(response, *problem);
+  }
+  sendJson(response, 200, tokenAnswer(grant->username));
+}
+
 void Server::installSignOn(httplib::Server& http) {
   const std::string realm = kRealm;
-  http.Get(realm + "/auth", [](const httplib::Request& request, httplib::Response& response) {
+  http.Get(realm + "/auth", [this](const httplib::Request& request, httplib::Response& response) {
+    if (!acceptedAuthorisation(request, response, options_.redirectSchemes)) return;
     response.set_content(loginPage(request, ""), "text/html; charset=utf-8");
   });
   http.Post(realm + "/auth", [this](const httplib::Request& request, httplib::Response& response) {
-    const auto user = store_.user(request.get_param_value("username"));
-    if (!user || user->value("password", "") != request.get_param_value("password")) {
-      response.status = 401;
-      response.set_content(loginPage(request, "Unknown user or wrong password"),
-                           "text/html; charset=utf-8");
-      return;
-    }
-    const std::string redirect = request.get_param_value("redirect_uri");
-    if (!acceptedRedirect(redirect, options_.redirectSchemes)) {
-      return sendError(response, 400, "INVALID_REQUEST",
-                       "redirect_uri must be the app's scheme or http://127.0.0.1:<port>/");
-    }
-    // A PKCE challenge (RFC 7636, S256 only) binds the code to the app that asked for it.
-    const std::string challenge = request.get_param_value("code_challenge");
-    if (!challenge.empty() && request.get_param_value("code_challenge_method") != "S256") {
-      return sendError(response, 400, "INVALID_REQUEST", "code_challenge_method must be S256");
-    }
-    const std::string code = randomHex(16);
-    store_.putGrant("code", code, {request.get_param_value("username"), now() + 60});
-    if (!challenge.empty()) store_.putGrant("challenge", code, {challenge, now() + 60});
-    response.set_redirect(redirect + (redirect.find('?') == std::string::npos ? "?" : "&") +
-                          "code=" + code);
+    issueCode(request, response);
   });
   http.Post(realm + "/token", [this](const httplib::Request& request, httplib::Response& response) {
     const std::string grantType = request.get_param_value("grant_type");
-    const bool refresh = grantType == "refresh_token";
-    if (!refresh && grantType != "authorization_code") {
-      return sendError(response, 400, "UNSUPPORTED_GRANT_TYPE", "Unknown grant_type");
+    if (grantType == "authorization_code") return redeemCode(request, response);
+    if (grantType != "refresh_token") {
+      return sendOAuthError(response, {"unsupported_grant_type",
+                                       "grant_type must be authorization_code or refresh_token"});
     }
-    const char* kind = refresh ? "refresh" : "code";
-    const std::string value = request.get_param_value(refresh ? "refresh_token" : "code");
-    // Codes and refresh tokens are used once: taking one removes it.
-    const auto grant = store_.takeGrant(kind, value);
+    // Refresh tokens are used once too: each exchange gives a new one.
+    const auto grant = store_.takeGrant("refresh", request.get_param_value("refresh_token"));
     if (!grant || grant->expires < now()) {
-      return sendError(response, 400, "INVALID_GRANT", "The code or refresh token is not valid");
-    }
-    // The challenge grant keeps the challenge where a code keeps its user.
-    const auto challenge = refresh ? std::nullopt : store_.takeGrant("challenge", value);
-    if (challenge &&
-        pkceChallenge(request.get_param_value("code_verifier")) != challenge->username) {
-      return sendError(response, 400, "INVALID_GRANT", "The code_verifier does not match");
+      return sendOAuthError(response, {"invalid_grant", "The refresh token is not valid"});
     }
     sendJson(response, 200, tokenAnswer(grant->username));
   });

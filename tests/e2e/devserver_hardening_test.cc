@@ -1,5 +1,6 @@
 // The dev server under hostile clients: where sign-on codes may go and how often they are
 // redeemed, what an upload may store, and slow or oversized requests.
+#include <curl/curl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
@@ -9,6 +10,7 @@
 #include <atomic>
 #include <chrono>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <thread>
 
 #include "support/devserver_process.h"
@@ -18,24 +20,70 @@ namespace {
 
 using testing::directRequest;
 using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::StartsWith;
 
 constexpr const char* kRealm = "/auth/realms/Kolvane/protocol/openid-connect";
 constexpr const char* kForm = "application/x-www-form-urlencoded";
+constexpr const char* kAppRedirect = "kolvane-test://login/";
+
+// The example of RFC 7636, appendix B.
+constexpr const char* kVerifier = "dBjftJeZ4CVP-mB92K27uhbUJU1p1r_wW1gFWFOEjXk";
+constexpr const char* kChallenge = "E9Melhoa2OwvFrEMTJguCHaoeK1t8URWbuGJSstw-cM";
+
+// The "error" of an OAuth error answer; empty for any other answer.
+std::string errorOf(const testing::DirectAnswer& answer) {
+  const auto body = nlohmann::json::parse(answer.body, nullptr, false);
+  return body.is_object() ? body.value("error", "") : "";
+}
+
+// Where the sign-in page's form posts to, as a browser reads it.
+std::string formAction(const std::string& page) {
+  const std::size_t start = page.find("action=\"");
+  if (start == std::string::npos) return "";
+  std::string action = page.substr(start + 8, page.find('"', start + 8) - start - 8);
+  for (std::size_t at; (at = action.find("&amp;")) != std::string::npos;) action.erase(at + 1, 4);
+  return action;
+}
+
+// The decoded value of a parameter in a URL's query.
+std::optional<std::string> queryValue(const std::string& url, const std::string& name) {
+  const std::size_t query = url.find('?');
+  if (query == std::string::npos) return std::nullopt;
+  std::size_t at = query + 1;
+  while (at <= url.size()) {
+    const std::size_t end = std::min(url.find('&', at), url.size());
+    const std::string pair = url.substr(at, end - at);
+    if (pair.rfind(name + "=", 0) == 0) {
+      char* decoded = curl_unescape(pair.c_str() + name.size() + 1,
+                                    static_cast<int>(pair.size() - name.size() - 1));
+      std::string value = decoded;
+      curl_free(decoded);
+      return value;
+    }
+    at = end + 1;
+  }
+  return std::nullopt;
+}
 
 class DevServerHardeningTest : public ::testing::Test {
  protected:
   std::string url(const std::string& path) const { return server_.baseUrl() + path; }
-  testing::DirectAnswer signIn(const std::string& redirect) {
-    return directRequest("POST", url(std::string(kRealm) + "/auth?redirect_uri=" + redirect),
+  // Posts the sign-in form; `query` is the authorisation request's, starting at the redirect.
+  testing::DirectAnswer signIn(const std::string& query) {
+    return directRequest("POST", url(std::string(kRealm) + "/auth?redirect_uri=" + query),
                          "username=reviewer&password=reviewer", kForm);
   }
-  std::string code() {
-    const auto answer = signIn("kolvane-test://login/");
-    return answer.location.substr(answer.location.find("code=") + 5);
+  std::string codeFor(const std::string& query) {
+    return queryValue(signIn(query).location, "code").value_or("");
+  }
+  std::string code() { return codeFor(kAppRedirect); }
+  testing::DirectAnswer exchange(const std::string& code, const std::string& parameters) {
+    return directRequest("POST", url(std::string(kRealm) + "/token"),
+                         "grant_type=authorization_code&code=" + code + parameters, kForm);
   }
   std::string accessToken() {
-    const auto answer = directRequest("POST", url(std::string(kRealm) + "/token"),
-                                      "grant_type=authorization_code&code=" + code(), kForm);
+    const auto answer = exchange(code(), std::string("&redirect_uri=") + kAppRedirect);
     return nlohmann::json::parse(answer.body).at("access_token");
   }
   testing::DirectAnswer upload(const std::string& xliff) {
@@ -58,42 +106,103 @@ class DevServerHardeningTest : public ::testing::Test {
   testing::DevServerProcess server_;
 };
 
-TEST_F(DevServerHardeningTest, CodesGoOnlyToTheAppSchemeOrALoopbackAddress) {
-  EXPECT_EQ(signIn("kolvane-test://login/").status, 302);
-  const auto loopback = signIn("http://127.0.0.1:51234/callback");
-  EXPECT_EQ(loopback.status, 302);
-  EXPECT_THAT(loopback.location, ::testing::StartsWith("http://127.0.0.1:51234/callback?code="));
+TEST_F(DevServerHardeningTest, CodesGoOnlyToTheAppSchemeOrALoopbackPortThatExists) {
+  EXPECT_EQ(signIn(kAppRedirect).status, 302);
+  for (const std::string port : {"1", "51234", "65535"}) {
+    const auto loopback = signIn("http://127.0.0.1:" + port + "/callback");
+    EXPECT_EQ(loopback.status, 302) << port;
+    EXPECT_THAT(loopback.location, StartsWith("http://127.0.0.1:" + port + "/callback?code="));
+  }
   for (const char* refused :
        {"https://evil.example/", "x://login/", "http://127.0.0.1.evil.example/",
-        "http://127.0.0.1:/", "kolvane-test://a%0d%0aSet-Cookie:%20x", ""}) {
+        "http://127.0.0.1:/", "http://127.0.0.1:0/", "http://127.0.0.1:65536/",
+        "http://127.0.0.1:99999/", "http://127.0.0.1:123456/", "http://127.0.0.1:80x/",
+        "kolvane-test://login/%23fragment", "kolvane-test://a%0d%0aSet-Cookie:%20x", ""}) {
     const auto answer = signIn(refused);
     EXPECT_EQ(answer.status, 400) << refused;
     EXPECT_EQ(answer.location, "") << refused;
+    EXPECT_EQ(errorOf(answer), "invalid_request") << refused;
   }
+  const auto page =
+      directRequest("GET", url(std::string(kRealm) + "/auth?redirect_uri=http://127.0.0.1:99999/"));
+  EXPECT_EQ(page.status, 400);
+  EXPECT_THAT(page.body, Not(HasSubstr("<form")));
 }
 
-TEST_F(DevServerHardeningTest, ACodeAskedWithAChallengeNeedsItsVerifier) {
-  // The example of RFC 7636, appendix B.
-  const std::string verifier = "dBjftJeZ4CVP-mB92K27uhbUJU1p1r_wW1gFWFOEjXk";
-  const std::string challenge = "E9Melhoa2OwvFrEMTJguCHaoeK1t8URWbuGJSstw-cM";
-  const auto askCode = [&](const std::string& method) {
-    const auto answer = signIn("http://127.0.0.1:5000/&code_challenge=" + challenge +
-                               "&code_challenge_method=" + method);
-    return answer.location.substr(answer.location.find("code=") + 5);
+TEST_F(DevServerHardeningTest, TheStateOfTheSignOnRequestComesBackOnEveryRedirect) {
+  const std::string state = "a b&c=d/\xc3\xa9+%";
+  const std::string encoded = "a%20b%26c%3Dd%2F%C3%A9%2B%25";
+  // As a browser goes: the page, a wrong password, then the right one, each through the form.
+  const auto page = directRequest(
+      "GET", url(std::string(kRealm) + "/auth?redirect_uri=" + kAppRedirect + "&state=" + encoded));
+  ASSERT_EQ(page.status, 200);
+  const std::string action = formAction(page.body);
+  const auto wrong = directRequest("POST", url(action), "username=reviewer&password=wrong", kForm);
+  EXPECT_EQ(wrong.status, 401);
+  EXPECT_EQ(formAction(wrong.body), action);
+  const auto right =
+      directRequest("POST", url(action), "username=reviewer&password=reviewer", kForm);
+  EXPECT_EQ(queryValue(right.location, "state"), state);
+  EXPECT_NE(queryValue(right.location, "code").value_or(""), "");
+
+  // Asks that cannot get a code go back to the app with the error, and the state too.
+  for (const std::string& ask :
+       {std::string("&code_challenge=") + kChallenge + "&code_challenge_method=plain",
+        std::string("&code_challenge=") + kChallenge, std::string("&code_challenge=short"),
+        std::string("&code_challenge_method=S256"), std::string("&response_type=token")}) {
+    const auto refused = signIn(std::string(kAppRedirect) + "&state=" + encoded + ask);
+    EXPECT_EQ(refused.status, 302) << ask;
+    EXPECT_THAT(queryValue(refused.location, "error").value_or(""),
+                ::testing::AnyOf("invalid_request", "unsupported_response_type"))
+        << ask;
+    EXPECT_EQ(queryValue(refused.location, "state"), state) << ask;
+    EXPECT_EQ(queryValue(refused.location, "code"), std::nullopt) << ask;
+  }
+  EXPECT_EQ(queryValue(signIn(kAppRedirect).location, "state"), std::nullopt);
+}
+
+TEST_F(DevServerHardeningTest, ACodeIsExchangedOnlyWithTheVerifierItWasAskedWith) {
+  const std::string loopback = "http://127.0.0.1:5000/";
+  const std::string withChallenge =
+      loopback + "&code_challenge=" + kChallenge + "&code_challenge_method=S256";
+  const std::string back = "&redirect_uri=" + loopback;
+  const auto refusal = [&](const std::string& ask, const std::string& verifier) {
+    return errorOf(exchange(codeFor(ask), back + verifier));
   };
-  const auto redeem = [&](const std::string& code, const std::string& withVerifier) {
-    return directRequest("POST", url(std::string(kRealm) + "/token"),
-                         "grant_type=authorization_code&code=" + code + withVerifier, kForm)
-        .status;
-  };
-  EXPECT_EQ(
-      signIn("http://127.0.0.1:5000/&code_challenge=" + challenge + "&code_challenge_method=plain")
-          .status,
-      400);
-  EXPECT_EQ(redeem(askCode("S256"), ""), 400);
-  EXPECT_EQ(redeem(askCode("S256"), "&code_verifier=" + verifier + "x"), 400);
-  EXPECT_EQ(redeem(askCode("S256"), "&code_verifier=" + verifier), 200);
-  EXPECT_EQ(redeem(code(), ""), 200);  // no challenge, no verifier
+  EXPECT_EQ(refusal(withChallenge, ""), "invalid_grant");
+  EXPECT_EQ(refusal(withChallenge, "&code_verifier=" + std::string(43, 'a')), "invalid_grant");
+  // A code asked for without a challenge must not pass as a PKCE one.
+  EXPECT_EQ(refusal(loopback, std::string("&code_verifier=") + kVerifier), "invalid_grant");
+  for (const std::string& malformed :
+       {std::string(1, 'a'), std::string(42, 'a'), std::string(129, 'a'), std::string(1000, 'a'),
+        std::string(42, 'a') + "%2B", std::string(42, 'a') + "%3D", std::string(42, 'a') + "%20",
+        std::string(42, 'a') + "%C3%A9", std::string()}) {
+    EXPECT_EQ(refusal(withChallenge, "&code_verifier=" + malformed), "invalid_request")
+        << malformed;
+  }
+  EXPECT_EQ(exchange(codeFor(withChallenge), back + "&code_verifier=" + kVerifier).status, 200);
+  EXPECT_EQ(exchange(codeFor(loopback), back).status, 200);
+}
+
+TEST_F(DevServerHardeningTest, ACodeIsExchangedOnlyByItsClientForItsRedirect) {
+  const std::string asked = std::string(kAppRedirect) + "&client_id=ios-sdk";
+  const std::string back = std::string("&redirect_uri=") + kAppRedirect;
+  for (const std::string& wrong :
+       {std::string("&client_id=ios-sdk"), std::string("&client_id=ios-sdk&redirect_uri=x://y/"),
+        std::string("&client_id=ios-sdk&redirect_uri="), back, back + "&client_id=other"}) {
+    const auto refused = exchange(codeFor(asked), wrong);
+    EXPECT_EQ(refused.status, 400) << wrong;
+    const auto body = nlohmann::json::parse(refused.body, nullptr, false);
+    EXPECT_EQ(body.value("error", ""), "invalid_grant") << wrong;
+    EXPECT_NE(body.value("error_description", ""), "") << wrong;
+  }
+  EXPECT_EQ(exchange(codeFor(asked), back + "&client_id=ios-sdk").status, 200);
+  // An authorisation request that named no client binds none.
+  EXPECT_EQ(exchange(codeFor(kAppRedirect), back + "&client_id=anyone").status, 200);
+  EXPECT_EQ(errorOf(exchange("no-such-code", back)), "invalid_grant");
+  EXPECT_EQ(errorOf(directRequest("POST", url(std::string(kRealm) + "/token"),
+                                  "grant_type=password&username=reviewer", kForm)),
+            "unsupported_grant_type");
 }
 
 TEST(DevServerOptionsTest, FaultRoutesExistOnlyWhenStartedForTests) {
@@ -112,8 +221,7 @@ TEST_F(DevServerHardeningTest, ACodeIsRedeemedOnceHoweverManyAskAtOnce) {
   std::vector<std::thread> askers;
   for (int i = 0; i < 8; ++i) {
     askers.emplace_back([&] {
-      const auto answer = directRequest("POST", url(std::string(kRealm) + "/token"),
-                                        "grant_type=authorization_code&code=" + once, kForm);
+      const auto answer = exchange(once, std::string("&redirect_uri=") + kAppRedirect);
       if (answer.status == 200) ++granted;
     });
   }
@@ -146,6 +254,41 @@ TEST_F(DevServerHardeningTest, UploadsStoreTextNotMarkupOfTheirOwn) {
   EXPECT_THAT(exported(), HasSubstr("<target>Hé <ph id=\"1\">%@</ph></target>"));
   EXPECT_THAT(exported("retrievalType=PUBLISHED"),
               HasSubstr("<source>You have <ph id=\"1\">%ld</ph> new message</source>"));
+}
+
+TEST_F(DevServerHardeningTest, DeepOrHugeBodiesAreRefusedAndTheServerStaysUp) {
+  const std::string bearer = "Authorization: Bearer " + accessToken();
+  const auto nested = [](std::size_t depth) {
+    return std::string(depth, '[') + std::string(depth, ']');
+  };
+  const auto issue = [&](const std::string& body) {
+    return directRequest("POST", url("/issues-api/v2/projects/demo/issues"), body,
+                         "application/json", {bearer});
+  };
+  // Inside the issue's object: 128 levels in all, the most a body may have, then one more.
+  EXPECT_EQ(issue(R"({"string": )" + nested(127) + "}").status, 200);
+  EXPECT_THAT(issue(R"({"string": )" + nested(128) + "}").body, HasSubstr("TOO_DEEP"));
+  EXPECT_THAT(issue(R"({"string": "[[[", "text": )" + nested(128) + "}").body,
+              HasSubstr("TOO_DEEP"));
+  const auto deep = issue(R"({"string": )" + nested(100'000) + "}");
+  EXPECT_EQ(deep.status, 400);
+  EXPECT_THAT(deep.body, HasSubstr("TOO_DEEP"));
+  const auto submission = directRequest(
+      "PUT", url("/workflows-strings-api/v2/projects/demo/submittedStrings"),
+      R"({"localeId": "fr-FR", "strings": )" + nested(100'000) + "}", "application/json", {bearer});
+  EXPECT_THAT(submission.body, HasSubstr("TOO_DEEP"));
+  EXPECT_THAT(directRequest("POST", url("/_dev/faults"), nested(100'000), "application/json").body,
+              HasSubstr("TOO_DEEP"));
+  const auto huge = issue(R"({"string": ")" + std::string(5u << 20, 'x') + "\"}");
+  EXPECT_EQ(huge.status, 413);
+  EXPECT_THAT(huge.body, HasSubstr("TOO_LARGE"));
+  std::string deepXml = "<xliff>";
+  for (int i = 0; i < 100'000; ++i) deepXml += "<a>";
+  EXPECT_EQ(upload(deepXml).status, 400);
+
+  const auto state = directRequest("GET", url("/_dev/state?project=demo&locale=fr-FR"));
+  ASSERT_EQ(state.status, 200);
+  EXPECT_EQ(nlohmann::json::parse(state.body).at("issues").size(), 1u);
 }
 
 TEST_F(DevServerHardeningTest, SlowAndHugeRequestsLeaveOthersServed) {

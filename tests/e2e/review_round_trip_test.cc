@@ -289,9 +289,10 @@ TEST(DevServerTest, StateSurvivesARestartWithAFileAndBadRequestsGetEnvelopes) {
         "username=reviewer&password=reviewer", "application/x-www-form-urlencoded");
     ASSERT_EQ(login.status, 302);
     const std::string code = login.location.substr(login.location.find("code=") + 5);
-    const auto token = testing::directRequest("POST", server.baseUrl() + kRealm + "/token",
-                                              "grant_type=authorization_code&code=" + code,
-                                              "application/x-www-form-urlencoded");
+    const auto token = testing::directRequest(
+        "POST", server.baseUrl() + kRealm + "/token",
+        "grant_type=authorization_code&redirect_uri=kolvane-test://login/&code=" + code,
+        "application/x-www-form-urlencoded");
     ASSERT_EQ(token.status, 200);
     const std::string refresh = nlohmann::json::parse(token.body)["refresh_token"];
     EXPECT_EQ(server.stop(), 0);
