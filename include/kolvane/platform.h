@@ -68,6 +68,10 @@ class KOLVANE_EXPORT FileSystem {
   virtual std::optional<double> creationDate(const std::string& path) const = 0;
   // Reads a ".strings" table (text, XML or binary property list) into key to text.
   virtual StringsFileResult readStringsFile(const std::string& path) const = 0;
+  // Puts the file at `from` in the place of `to` in one step where the file system can (a
+  // crash leaves the old `to` or the new one); `from` is gone afterwards. The default copies
+  // atomically, then removes `from`.
+  [[nodiscard]] virtual bool moveFile(const std::string& from, const std::string& to);
   // Why the calling thread's last failed write or removal failed; unknown where the file
   // system cannot tell.
   virtual FileWriteFailure lastWriteFailure() const { return FileWriteFailure::unknown; }

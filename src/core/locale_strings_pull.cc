@@ -24,8 +24,7 @@ bool commitStaged(const std::vector<std::string>& paths) {
   for (const std::string& path : paths) {
     // An empty answer writes nothing and leaves the file it would replace as it was.
     if (!files.fileExists(stagedPath(path))) continue;
-    const auto bytes = files.readFile(stagedPath(path));
-    committed = committed && bytes && files.writeFileAtomically(path, *bytes);
+    committed = committed && files.moveFile(stagedPath(path), path);
     removeFileIfPresent(stagedPath(path));
   }
   return committed;

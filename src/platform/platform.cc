@@ -30,6 +30,11 @@ std::vector<std::shared_ptr<Platform>>& keptPlatforms() {
 
 }  // namespace
 
+bool FileSystem::moveFile(const std::string& from, const std::string& to) {
+  const auto bytes = readFile(from);
+  return bytes && writeFileAtomically(to, *bytes) && removeFile(from);
+}
+
 std::u16string TextServices::shortDateTime(double secondsSince1970) const {
   // Beyond some 30,000 years a time_t cannot hold it.
   if (!std::isfinite(secondsSince1970) || std::fabs(secondsSince1970) > 1e12) return {};

@@ -31,6 +31,9 @@ class FaultyFileSystem : public FileSystem {
   StringsFileResult readStringsFile(const std::string& path) const override {
     return real_.readStringsFile(path);
   }
+  bool moveFile(const std::string& from, const std::string& to) override {
+    return !fails(Call::writeFileAtomically, to) && real_.moveFile(from, to);
+  }
   // The faults it injects stand for a full disk.
   FileWriteFailure lastWriteFailure() const override { return FileWriteFailure::diskFull; }
 

@@ -135,6 +135,13 @@ bool PosixFileSystem::writeFileAtomically(const std::string& path, std::string_v
   return keepingErrno(kolvane::writeFileAtomically(path, bytes));
 }
 
+bool PosixFileSystem::moveFile(const std::string& from, const std::string& to) {
+  errno = 0;
+  if (!keepingErrno(::rename(from.c_str(), to.c_str()) == 0)) return false;
+  syncFolder(std::filesystem::path(to).parent_path().string());
+  return true;
+}
+
 FileWriteFailure PosixFileSystem::lastWriteFailure() const {
   switch (tLastWriteErrno) {
     case ENOSPC:

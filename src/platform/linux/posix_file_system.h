@@ -29,6 +29,7 @@ class PosixFileSystem : public FileSystem {
   bool removeFile(const std::string& path) override;
   std::optional<double> creationDate(const std::string& path) const override;
   StringsFileResult readStringsFile(const std::string& path) const override;
+  bool moveFile(const std::string& from, const std::string& to) override;
   FileWriteFailure lastWriteFailure() const override;
 };
 
