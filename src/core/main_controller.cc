@@ -91,39 +91,6 @@ void KVMainController::loadSavedParameters() {
   }
 }
 
-void KVMainController::loadStrings() {
-  KVStringGroups shownGroups;
-  KVStringGroups baseGroups;
-  const auto base = baseLocaleStrings();
-  if (base) {
-    const auto table = Platform::current().mainBundle().pathForResource(
-        "Localizable", "strings", base->locale().localeIdentifier());
-    if (table) KVLocaleStrings::loadStringsFromLocalizableStringsAtPath(*table, baseGroups);
-  }
-  if (const auto shown = localeStrings()) {
-    const bool published = KVLocaleStrings::loadStringsFromPath(
-        shown->publishedFilePath(), &shownGroups, nullptr, KVStringStatusPublished);
-    const bool pending =
-        KVLocaleStrings::loadStringsFromPath(shown->pendingFilePath(), &shownGroups, nullptr, 0);
-    if (!published && !pending) {
-      if (const auto packaged = shown->packagedFilePath()) {
-        KVLocaleStrings::loadStringsFromPath(*packaged, &shownGroups, nullptr,
-                                             KVStringStatusPublished);
-      }
-    }
-    if (!shownGroups.empty()) shown->setLoadedStrings(std::move(shownGroups));
-    // Edits read from the file join those already in memory; nothing to publish without one.
-    KVStringGroups dirty = shown->dirtyStrings();
-    if (KVLocaleStrings::loadStringsFromPath(shown->dirtyFilePath(), &dirty, nullptr, 0)) {
-      shown->setDirtyStrings(std::move(dirty));
-    }
-    shown->loadDirtyStatuses();
-  }
-  if (base) base->setLoadedStrings(std::move(baseGroups));
-  logLoadedStrings();
-  reclaimRetired();
-}
-
 void KVMainController::logLoadedStrings() const {
   if (!debug()) return;
   const auto describe = [](const KVStringGroups* groups) {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <nlohmann/json.hpp>
@@ -42,6 +43,13 @@ class KVMainController {
   // store from its published and pending files (else the packaged one), then its edits and
   // saved review decisions. Run at start-up and whenever the shown strings must be rebuilt.
   void loadStrings();
+  // The same, with the files read and parsed on a worker thread so that a large download does
+  // not hold the app's interface; the stores are filled on the main thread, then `completion`
+  // runs there. Stores replaced in the meantime are left alone. Main thread.
+  void loadStringsInBackground(std::function<void()> completion);
+  // Where loadStringsInBackground's reading runs: a thread of its own unless set (tests run it
+  // in place). None restores the default.
+  static void setBackgroundRunner(std::function<void(std::function<void()>)> runner);
   // Forgets the workflow step and the shown locale; the base store and switches stay.
   void reset();
 
@@ -102,6 +110,11 @@ class KVMainController {
 
  private:
   KVMainController() = default;
+  // What the stores' files hold, read on any thread and published on the main thread.
+  struct FileStrings;
+  FileStrings fileStringsToRead() const;
+  static void readFileStrings(FileStrings& files);
+  void publishFileStrings(FileStrings files);
   void logLoadedStrings() const;
 
   mutable std::mutex appIdMutex_;

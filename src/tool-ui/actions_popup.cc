@@ -351,10 +351,11 @@ void KVActionsPopup::pull() {
       }
       return;
     }
-    controller().loadStrings();
-    self->reloadWindowStrings();
-    self->changed();
-    self->hideLoadingWithSuccess(true);
+    controller().loadStringsInBackground([self] {
+      self->reloadWindowStrings();
+      self->changed();
+      self->hideLoadingWithSuccess(true);
+    });
   });
 }
 

@@ -212,6 +212,26 @@ TEST_F(LocaleStringsTest, ARejectionKeepsItsReasonAcrossARestart) {
   EXPECT_EQ(shown()->kolvaneStringGroupForKey("a")->rejectReason, u"");
 }
 
+TEST_F(LocaleStringsTest, ABackgroundLoadReadsOffTheMainThreadAndSkipsAReplacedStore) {
+  start();
+  KVMainController::setBackgroundRunner(nullptr);  // a thread of its own, as in an app
+  writeFile("fr_FR_published.xlf", xliff({{"a", "new A"}}));
+  bool done = false;
+  controller().loadStringsInBackground([&done] { done = true; });
+  EXPECT_TRUE(platform().queue.runUntil([&done] { return done; }));
+  EXPECT_EQ(text("a"), u"[new A]");
+
+  // The locale changes while the files are read: the new store is not filled with the old
+  // one's strings.
+  const auto before = shown();
+  done = false;
+  controller().loadStringsInBackground([&done] { done = true; });
+  controller().setLocaleStrings(KVLocaleStrings::localeStringsForLocale(Locale("de_DE")));
+  EXPECT_TRUE(platform().queue.runUntil([&done] { return done; }));
+  EXPECT_EQ(shown()->loadedStrings(), nullptr);
+  EXPECT_EQ(kv_stringShowingCues(*before->localizedStringForKey("a")), u"[new A]");
+}
+
 TEST_F(LocaleStringsTest, ReverseLookupFollowsEditsThroughTheIndex) {
   writeFile("fr_FR_published.xlf", xliff({{"a", "Loaded <ph>%d</ph> Items"}}));
   start();

@@ -118,6 +118,8 @@ void PlatformTest::SetUp() {
   platform_ = std::make_shared<FakePlatform>(folder_ + "/Documents");
   Platform::install(platform_);
   KVMainController::sharedInstance().resetForTesting();
+  // Reading in place leaves the test's main queue as the one order of events.
+  KVMainController::setBackgroundRunner([](std::function<void()> task) { task(); });
   installServerReviewerServices();
   KVSession::sharedInstance().resetForTesting();
   KVKeychain::resetForTesting();
