@@ -4,7 +4,8 @@ set -u
 cli=$1
 bundle=$2
 home=$(mktemp -d)
-trap 'rm -rf "$home"' EXIT
+server_pid=
+trap '[ -z "$server_pid" ] || kill "$server_pid"; rm -rf "$home"' EXIT
 failures=0
 
 expect() {  # expect NAME WANTED_OUTPUT WANTED_STATUS -- COMMAND...
@@ -62,6 +63,60 @@ expect xliff-error '{"error":"line 1: Premature end of data in tag x line 1","st
   -- sh -c "printf '<x>' > '$home/b.xlf'; '$cli' xliff read '$home/b.xlf'"
 expect unknown-command-status '' 2 -- sh -c "'$cli' frobnicate 2>/dev/null"
 expect missing-bundle-status '' 2 -- sh -c "'$cli' lookup key 2>/dev/null"
+
+# pull signs in on a dev server with the password from standard input, never from the command
+# line, where anyone listing processes reads it; on a terminal it prompts with echo off.
+devserver=${3:-$(dirname "$cli")/../../devserver/kolvane-devserver}
+pull() {  # pull HOME_NAME ARGUMENTS...
+  local name=$1
+  shift
+  "$cli" pull --bundle "$home/app" --home "$home/$name" --locale fr_FR "$@"
+}
+typed() {  # typed INPUT COMMAND...: runs the command with INPUT on its standard input
+  local input=$1
+  shift
+  printf '%s' "$input" | "$@"
+}
+pulled() {
+  printf '{"pending":null,"published":"%s/data/com.kolvane.demo/Kolvane/fr_FR_published.xlf","step":null,"strings":18,"user":"Demo Reviewer"}' "$home/$1"
+}
+# Runs pull on a terminal and types the password once the prompt shows; prints what the
+# terminal showed.
+pull_on_terminal() {
+  mkfifo "$home/typed"
+  exec 3<>"$home/typed"
+  script -qefc "'$cli' pull --bundle '$home/app' --home '$home/$1' --locale fr_FR --user reviewer" \
+    /dev/null <&3 >"$home/terminal" 2>&1 &
+  local shown=$! tries=0
+  until grep -q 'Password for reviewer: ' "$home/terminal" || [ $tries -ge 100 ]; do
+    sleep 0.1
+    tries=$((tries + 1))
+  done
+  printf 'reviewer\n' >&3
+  wait $shown
+  local rc=$?
+  exec 3>&-
+  tr -d '\r' <"$home/terminal"
+  return $rc
+}
+if [ -x "$devserver" ]; then
+  . "$(dirname "$0")/serve_bundle.sh"
+  serve_bundle "$devserver" "$bundle" "$home/app"
+  expect pull-password-from-stdin "$(pulled a)" 0 \
+    -- typed $'reviewer\n' pull a --user reviewer
+  expect pull-saved-session-asks-nothing "$(pulled a)" 0 -- pull a </dev/null
+  warning='kolvane: warning: --password can be read by every user who lists processes; give the password on standard input instead'
+  expect pull-password-flag-warns "$warning"$'\n'"$(pulled b)" 0 \
+    -- pull b --user reviewer --password reviewer
+  expect pull-no-password 'kolvane: no password on standard input' 1 -- pull c --user reviewer </dev/null
+  expect pull-wrong-password 'kolvane: sign-in refused (status 401)' 1 \
+    -- typed wrong pull d --user reviewer
+  expect pull-terminal-prompt-without-echo $'Password for reviewer: \n'"$(pulled e)" 0 \
+    -- pull_on_terminal e
+else
+  echo "FAIL pull: no dev server at $devserver"
+  failures=$((failures + 1))
+fi
 
 if [ "$failures" -ne 0 ]; then
   echo "$failures CLI checks failed"

@@ -18,6 +18,7 @@
 #include "kolvane/linux_platform.h"
 #include "kolvane/platform.h"
 #include "password_login.h"
+#include "password_prompt.h"
 #include "server/api.h"
 #include "server/session.h"
 #include "strings/base64.h"
@@ -270,8 +271,8 @@ void waitFor(const bool& finished, const std::string& what) {
 // Opens the login form, as the in-app tool does for a reviewer who is not signed in.
 void signIn(const ParsedOptions& options, const PasswordLoginForm& form) {
   if (KVSession::sharedInstance().isLoggedIn()) return;
-  if (!options.has("--user") || !options.has("--password")) {
-    throw UsageError("not signed in: needs --user and --password");
+  if (!options.has("--user")) {
+    throw UsageError("not signed in: needs --user NAME (the password is read from standard input)");
   }
   bool finished = false;
   bool cancelled = true;
@@ -306,6 +307,18 @@ std::shared_ptr<const KVWorkflowStep> chooseStep(const std::string& uid) {
   throw Failure("the project has no workflow step " + uid);
 }
 
+// Where the password comes from. --password is still taken for the scripts that use it, with a
+// warning: on the command line, every user who lists processes can read it.
+PasswordLoginForm::PasswordSource passwordSource(const ParsedOptions& options,
+                                                 const std::string& user) {
+  if (!options.has("--password")) return [user] { return readPassword(user); };
+  std::fputs(
+      "kolvane: warning: --password can be read by every user who lists processes; give the "
+      "password on standard input instead\n",
+      stderr);
+  return [password = options.values.at("--password")] { return password; };
+}
+
 }  // namespace
 
 int runPull(const Arguments& args) {
@@ -316,9 +329,8 @@ int runPull(const Arguments& args) {
   saveShownLocale(options.values.at("--locale"));
   KolvaneSDK::startWithProjectId(options.has("--project") ? options.values.at("--project")
                                                           : "demo");
-  auto form = std::make_shared<PasswordLoginForm>(
-      options.has("--user") ? options.values.at("--user") : "",
-      options.has("--password") ? options.values.at("--password") : "");
+  const std::string user = options.has("--user") ? options.values.at("--user") : "";
+  auto form = std::make_shared<PasswordLoginForm>(user, passwordSource(options, user));
   KVLoginViewController::setLoginForm(form);
   signIn(options, *form);
   if (options.has("--step")) chooseStep(options.values.at("--step"));

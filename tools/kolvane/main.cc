@@ -23,7 +23,7 @@ constexpr const char* kUsage = R"(usage:
                  [--show] KEY...
   kolvane paths --bundle DIR [--home DIR]
   kolvane pull --bundle DIR --locale ID [--project ID] [--home DIR] [--step UID]
-               [--user NAME --password PASSWORD]
+               [--user NAME]   (the password is read from standard input)
 )";
 
 using Command = int (*)(const kolvane::cli::Arguments&);

@@ -7,10 +7,19 @@
 namespace kolvane::cli {
 
 void PasswordLoginForm::open(std::function<void(bool cancelled)> completion) {
+  if (user_.empty()) {
+    failure_ = "not signed in: needs --user NAME";
+    return completion(true);
+  }
+  if (!password_) password_ = source_();
+  if (!password_) {
+    failure_ = "no password on standard input";
+    return completion(true);
+  }
   HttpRequest request{"POST", KVLoginViewController::loginPageUrl(), {}, {}, 30};
   request.setHeader("Content-Type", "application/x-www-form-urlencoded");
   request.body =
-      KVNetwork::makeParamsStringsWithDict({{"username", user_}, {"password", password_}})
+      KVNetwork::makeParamsStringsWithDict({{"username", user_}, {"password", *password_}})
           .value_or("");
   Platform::current().httpTransport().send(request, [this, completion](HttpResponse response) {
     std::string location;
