@@ -20,14 +20,20 @@ class ScreenLoginForm : public KVLoginForm {
   }
 };
 
-// 32 bytes of the system's generator, in hex: no other process can guess it.
+// 32 bytes of the system's generator, in hex: no other process can guess it. Without a
+// generator there is no state, and no redirect is ever taken.
 std::string newState() {
   constexpr char kDigits[] = "0123456789abcdef";
-  std::random_device system;
   std::string state;
-  for (int word = 0; word < 8; ++word) {
-    const std::uint32_t random = system();
-    for (int shift = 28; shift >= 0; shift -= 4) state += kDigits[(random >> shift) & 0xf];
+  try {
+    std::random_device system("/dev/urandom");
+    for (int word = 0; word < 8; ++word) {
+      const std::uint32_t random = system();
+      for (int shift = 28; shift >= 0; shift -= 4) state += kDigits[(random >> shift) & 0xf];
+    }
+  } catch (...) {
+    kvLogIfEnabled("No random source for the sign-on: signing in is not possible");
+    return {};
   }
   return state;
 }
@@ -101,7 +107,8 @@ KVRedirectOutcome KVLoginPage::receiveRedirect(const std::string& url) {
   const auto state = parameters.find("state");
   // Any local process can reach the loopback: a code this sign-in did not ask for would sign
   // the app in as someone else.
-  if (redirectTaken_ || state == parameters.end() || !sameSecret(state->second, state_)) {
+  if (redirectTaken_ || state_.empty() || state == parameters.end() ||
+      !sameSecret(state->second, state_)) {
     kvDebug("Sign-on redirect refused: not the one this sign-in is waiting for");
     return KVRedirectOutcome::refused;
   }
