@@ -72,10 +72,14 @@ class KOLVANE_EXPORT KVEditionScreen {
   // issues (see kolvane/reject_reason.h) and the reviewer's free text.
   virtual void rejectReasonWasGiven(const std::string& reason,
                                     const std::u16string& description) = 0;
-  // "Close": saves when every placeholder count matches, else shows the alert.
+  // "Close": saves when every placeholder count matches, else shows the alert. Every way of
+  // leaving the screen other than the alert's "Cancel changes" comes here (Escape, closing the
+  // window), so that nothing typed is dropped without the reviewer choosing so.
   virtual void validate() = 0;
-  // The alert's only button: closes without saving.
-  virtual void alertButtonClicked() = 0;
+  // The alert's answer. Button 0, "Keep editing" (also what closing the alert answers), goes
+  // back to the screen with the typed texts as they were, on a page that failed; button 1,
+  // "Cancel changes", closes without saving.
+  virtual void alertButtonClicked(std::size_t button) = 0;
 
   // Called after every change of what the screen shows.
   virtual void setChangeHandler(std::function<void()> handler) = 0;

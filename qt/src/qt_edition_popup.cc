@@ -11,6 +11,7 @@
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "qt_capsules.h"
 #include "qt_views.h"
@@ -222,18 +223,52 @@ void EditionPopup::refresh() {
     pages_[i].status->setText(QString::fromStdU16String(screen_->page(i).status));
   }
   if (indicator_ != nullptr) indicator_->setCurrent(screen_->currentPage());
+  followModelPage();
   const auto alert = screen_->alert();
-  if (alert && !alertShown_) {
-    alertShown_ = true;
-    auto* box =
-        new QMessageBox(QMessageBox::Warning, QString::fromStdU16String(alert->title),
-                        QString::fromStdU16String(alert->message), QMessageBox::NoButton, this);
-    markAsKolvaneWindow(box);
-    box->addButton(QString::fromStdU16String(alert->cancelButtonTitle), QMessageBox::RejectRole);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    connect(box, &QMessageBox::finished, this, [this] { screen_->alertButtonClicked(); });
-    box->open();
+  if (alert && !alertShown_) showAlert(*alert);
+}
+
+void EditionPopup::followModelPage() {
+  const std::size_t current = screen_->currentPage();
+  if (current >= pages_.size()) return;
+  const int width = scroll_->viewport()->width();
+  if (width > 0 && scroll_->horizontalScrollBar()->value() / width != static_cast<int>(current)) {
+    showPage(current);
   }
+  const std::size_t form = screen_->page(current).selectedPluralForm;
+  auto& buttons = pages_[current].pluralButtons;
+  if (form < buttons.size() && !buttons[form]->isChecked()) {
+    buttons[form]->setChecked(true);
+    fillTexts(current);
+  }
+}
+
+void EditionPopup::showAlert(const KVAlert& alert) {
+  alertShown_ = true;
+  auto* box =
+      new QMessageBox(QMessageBox::Warning, QString::fromStdU16String(alert.title),
+                      QString::fromStdU16String(alert.message), QMessageBox::NoButton, this);
+  markAsKolvaneWindow(box);
+  // Enter, Escape and the window's close button all keep editing: the default is the safe one.
+  QPushButton* keep =
+      box->addButton(QString::fromStdU16String(alert.cancelButtonTitle), QMessageBox::RejectRole);
+  std::vector<QAbstractButton*> buttons = {keep};
+  for (const auto& title : alert.otherButtonTitles) {
+    buttons.push_back(
+        box->addButton(QString::fromStdU16String(title), QMessageBox::DestructiveRole));
+  }
+  box->setDefaultButton(keep);
+  box->setEscapeButton(keep);
+  box->setAttribute(Qt::WA_DeleteOnClose);
+  // `finished` comes however the box goes, a closed window included (clickedButton() is then the
+  // escape button).
+  connect(box, &QMessageBox::finished, this, [this, box, buttons] {
+    alertShown_ = false;
+    const auto clicked = std::find(buttons.begin(), buttons.end(), box->clickedButton());
+    screen_->alertButtonClicked(
+        clicked == buttons.end() ? 0 : static_cast<std::size_t>(clicked - buttons.begin()));
+  });
+  box->open();
 }
 
 CapsuleTextEdit* EditionPopup::field(std::size_t page) const {
@@ -242,6 +277,18 @@ CapsuleTextEdit* EditionPopup::field(std::size_t page) const {
 
 void EditionPopup::showPage(std::size_t page) {
   scroll_->horizontalScrollBar()->setValue(static_cast<int>(page) * scroll_->viewport()->width());
+}
+
+void EditionPopup::dismiss() {
+  dismissing_ = true;
+  close();
+}
+
+void EditionPopup::reject() {
+  if (!dismissing_ && !screen_->isClosed()) screen_->validate();
+  // A save closes the screen through the host; when that happened inside a close event, Qt
+  // left the window up, so it goes here.
+  if ((dismissing_ || screen_->isClosed()) && isVisible()) QDialog::reject();
 }
 
 bool EditionPopup::eventFilter(QObject* watched, QEvent* event) {

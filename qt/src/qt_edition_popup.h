@@ -33,6 +33,11 @@ class EditionPopup : public QDialog {
   CapsuleTextEdit* field(std::size_t page) const;
   // Shows `page` (the scroll area moves to it).
   void showPage(std::size_t page);
+  // Closes the window without asking the model (when the tool itself goes away).
+  void dismiss();
+  // Escape and the window's close button leave as "Close" does: the typed texts are saved,
+  // or the validation alert keeps the window open.
+  void reject() override;
 
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;
@@ -50,6 +55,9 @@ class EditionPopup : public QDialog {
   PageWidgets makePage(std::size_t index);
   void fillTexts(std::size_t index);
   void refresh();
+  // Brings the page and plural form the model shows into view, when the model moved them.
+  void followModelPage();
+  void showAlert(const KVAlert& alert);
 
   std::shared_ptr<KVEditionScreen> screen_;
   QPushButton* accept_ = nullptr;
@@ -60,6 +68,7 @@ class EditionPopup : public QDialog {
   std::vector<PageWidgets> pages_;
   bool filling_ = false;
   bool alertShown_ = false;
+  bool dismissing_ = false;
 };
 
 }  // namespace kolvane::qt

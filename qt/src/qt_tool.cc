@@ -71,7 +71,7 @@ class QtToolHost : public KVToolHost {
   }
   void dismissEditionScreens(bool) override {
     for (const auto& popup : popups_) {
-      if (popup) popup->close();
+      if (popup) popup->dismiss();
     }
     popups_.clear();
   }

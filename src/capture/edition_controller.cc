@@ -76,9 +76,10 @@ std::shared_ptr<KVEditionController> KVEditionController::editionControllerWithS
 
 std::size_t KVEditionController::validateStrings() {
   stringsToSave_.clear();
+  mismatches_.clear();
   if (!KVMainController::sharedInstance().localeStrings()) return 0;
-  std::size_t errors = 0;
-  for (const Item& item : items_) {
+  for (std::size_t index = 0; index < items_.size(); ++index) {
+    const Item& item = items_[index];
     if (!item.targetString) continue;
     for (const auto& [name, typed] : item.edited) {
       const auto source =
@@ -86,11 +87,13 @@ std::size_t KVEditionController::validateStrings() {
                             : nullptr;
       std::size_t capsules = 0;
       std::u16string format = kv_formatFromEditedText(typed, &capsules);
-      if (source && capsules != source->argumentFormatSpecifiers.size()) ++errors;
+      if (source && capsules != source->argumentFormatSpecifiers.size()) {
+        mismatches_.push_back({index, name});
+      }
       stringsToSave_[item.targetString->key][name] = std::move(format);
     }
   }
-  return errors;
+  return mismatches_.size();
 }
 
 void KVEditionController::saveStrings() {

@@ -28,6 +28,11 @@ class KVEditionController {
   };
   // Plural-form name to format, by key.
   using StringsToSave = std::map<std::string, std::map<std::string, std::u16string>>;
+  // A typed text whose capsules do not match its source: the item and the plural-form name.
+  struct Mismatch {
+    std::size_t item = 0;
+    std::string pluralForm;
+  };
 
   // Traces each capture now; one item per record found. None when nothing was found.
   static std::shared_ptr<KVEditionController> editionControllerWithStrings(
@@ -37,9 +42,11 @@ class KVEditionController {
   const std::vector<Item>& items() const { return items_; }
 
   // The number of typed texts whose capsules do not match their source's placeholders in
-  // number; fills stringsToSave with every typed text, matching or not.
+  // number; fills stringsToSave with every typed text, matching or not, and mismatches with
+  // the ones that do not match, in item order.
   std::size_t validateStrings();
   const StringsToSave& stringsToSave() const { return stringsToSave_; }
+  const std::vector<Mismatch>& mismatches() const { return mismatches_; }
   // Writes stringsToSave into the shown locale's store, saves it, and refreshes each view of
   // this edition once.
   void saveStrings();
@@ -53,6 +60,7 @@ class KVEditionController {
 
   std::vector<Item> items_;
   StringsToSave stringsToSave_;
+  std::vector<Mismatch> mismatches_;
 };
 
 // "" stands for a string without plural forms.

@@ -1,5 +1,6 @@
 #include "capture/edition_view_controller.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "base/log.h"
@@ -20,6 +21,12 @@ std::u16string validationMessage(std::size_t errors) {
 
 const KVWorkflowStep* currentStep() {
   return KVMainController::sharedInstance().workflowStep().get();
+}
+
+// One edition screen is open at a time; the menu gesture and logout leave it through Close.
+std::weak_ptr<KVEditionViewController>& openScreen() {
+  static std::weak_ptr<KVEditionViewController> screen;
+  return screen;
 }
 
 }  // namespace
@@ -67,12 +74,16 @@ KVEditionViewController::presentEditionViewWithStringsAndViews(
         KVEditionController::editionControllerWithStrings(kolvaneStringsInSubviews(window));
     if (screen->windowEditionController_) screen->windowEditionController_->touchedView = window;
   }
+  openScreen() = screen;
   if (host) host->presentEditionScreen(screen, view);
   return screen;
 }
 
-void KVEditionViewController::dismiss() {
-  if (const auto host = kv_toolHost()) host->dismissEditionScreens(false);
+bool KVEditionViewController::closeOpenScreen() {
+  const auto screen = openScreen().lock();
+  if (!screen || screen->isClosed()) return true;
+  screen->validate();
+  return screen->isClosed();
 }
 
 std::size_t KVEditionViewController::pageCount() const { return pages_.size(); }
@@ -205,7 +216,9 @@ void KVEditionViewController::rejectReasonWasGiven(const std::string& reason,
 void KVEditionViewController::validate() {
   const std::size_t errors = editionController_->validateStrings();
   if (errors >= 1) {
-    alert_ = KVAlert{u"Validation error", validationMessage(errors), u"Cancel changes", {}, 0};
+    // Closing the alert keeps what was typed: only "Cancel changes" throws it away.
+    alert_ = KVAlert{
+        u"Validation error", validationMessage(errors), u"Keep editing", {u"Cancel changes"}, 0};
     changed();
     return;
   }
@@ -215,7 +228,36 @@ void KVEditionViewController::validate() {
   if (const auto host = kv_toolHost()) host->stringsDidChange();
 }
 
-void KVEditionViewController::alertButtonClicked() { close(true); }
+void KVEditionViewController::alertButtonClicked(std::size_t button) {
+  if (!alert_) return;
+  if (button == 1) return close(true);
+  keepEditing();
+}
+
+void KVEditionViewController::keepEditing() {
+  alert_.reset();
+  const auto& mismatches = editionController_->mismatches();
+  // The page in view when it failed (its selected form when that failed), else the first page
+  // that failed.
+  const auto nearness = [this](const KVEditionController::Mismatch& mismatch) {
+    if (mismatch.item != currentPage_) return 0;
+    return mismatch.pluralForm == selectedPluralForm(currentPage_) ? 2 : 1;
+  };
+  const auto failing = std::max_element(
+      mismatches.begin(), mismatches.end(),
+      [&nearness](const auto& a, const auto& b) { return nearness(a) < nearness(b); });
+  if (failing != mismatches.end()) showPage(failing->item, failing->pluralForm);
+  updateActions();
+  changed();
+}
+
+void KVEditionViewController::showPage(std::size_t page, const std::string& pluralForm) {
+  if (page >= pages_.size()) return;
+  currentPage_ = page;
+  const auto& names = pages_[page].pluralFormNames;
+  const auto found = std::find(names.begin(), names.end(), pluralForm);
+  if (found != names.end()) pages_[page].selected = static_cast<std::size_t>(found - names.begin());
+}
 
 void KVEditionViewController::close(bool animated) {
   alert_.reset();

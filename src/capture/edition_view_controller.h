@@ -23,8 +23,10 @@ class KVEditionViewController final : public KVEditionScreen,
   // it; none (and nothing shown) when they hold no strings.
   static std::shared_ptr<KVEditionViewController> presentEditionViewWithStringsAndViews(
       const KVCaptures& captures, const std::shared_ptr<KVHostView>& view);
-  // Closes any open edition screen at once.
-  static void dismiss();
+  // Leaves the open edition screen, if any, the way its "Close" does (before the menu opens
+  // or the reviewer logs out). True when no screen stays open: there was none, or what was
+  // typed is saved. False when the validation alert now holds the screen; the caller stops.
+  [[nodiscard]] static bool closeOpenScreen();
 
   KVEditionController& editionController() { return *editionController_; }
   // Every label of the window, refreshed after a save; none when the window has none.
@@ -47,7 +49,7 @@ class KVEditionViewController final : public KVEditionScreen,
   void reject() override;
   void rejectReasonWasGiven(const std::string& reason, const std::u16string& description) override;
   void validate() override;
-  void alertButtonClicked() override;
+  void alertButtonClicked(std::size_t button) override;
   void setChangeHandler(std::function<void()> handler) override;
 
   // The plural-form name of a page's chooser ("" for a string without forms).
@@ -65,6 +67,9 @@ class KVEditionViewController final : public KVEditionScreen,
   // Keeps the reason of a rejection with the decision.
   void rememberRejection(std::size_t page, const std::string& reason,
                          const std::u16string& description);
+  // Back from the validation alert to a page whose typed text failed, in the failing form.
+  void keepEditing();
+  void showPage(std::size_t page, const std::string& pluralForm);
   void close(bool animated);
   void changed() const;
 

@@ -40,7 +40,8 @@ void KolvaneTool::triggerActions() {
   const auto host = kv_toolHost();
   if (!host) return;
   host->cancelEditionPress();
-  KVEditionViewController::dismiss();
+  // What was typed is saved first; a placeholder mismatch keeps the screen, with its alert.
+  if (!KVEditionViewController::closeOpenScreen()) return;
   if (KVSession::sharedInstance().isLoggedIn()) {
     KVActionsPopup::show();
     return;

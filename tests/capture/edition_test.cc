@@ -172,16 +172,58 @@ TEST_F(EditionTest, PlaceholderCountsMismatchingStopTheSaveWithTheAlert) {
   ASSERT_TRUE(screen->alert());
   EXPECT_EQ(screen->alert()->title, u"Validation error");
   EXPECT_EQ(screen->alert()->message, u"Incorrect number of value placeholders for 1 string.");
-  EXPECT_EQ(screen->alert()->cancelButtonTitle, u"Cancel changes");
+  // Closing the alert keeps editing; only its second button throws the edits away.
+  EXPECT_EQ(screen->alert()->cancelButtonTitle, u"Keep editing");
+  EXPECT_THAT(screen->alert()->otherButtonTitles, ElementsAre(u"Cancel changes"));
 
   screen->textViewDidChange(pair, typed(u"@ seul", {"%1$@"}));
   screen->textViewDidChange(pageOf(*screen, "hi"), typed(u"Coucou @", {"%@"}));
   screen->validate();
   EXPECT_EQ(screen->alert()->message, u"Incorrect number of value placeholders for 3 strings.");
-  screen->alertButtonClicked();
+  screen->alertButtonClicked(1);
   EXPECT_TRUE(screen->isClosed());
   EXPECT_TRUE(french_->dirtyStrings().empty());
   EXPECT_EQ(host_->stringChanges, 0);
+}
+
+TEST_F(EditionTest, KeepEditingReturnsToTheFailingPageAndFormWithTheTextAsTyped) {
+  setBase({{"sent", u"Sent %@ today"},
+           {"files[one]", u"%d file"},
+           {"files[other]", u"%d files"},
+           {"hi", u"Hi"}});
+  showFrench({{"sent", u"Envoyé %@"},
+              {"files[one]", u"%d fichier"},
+              {"files[other]", u"%d fichiers"},
+              {"hi", u"Salut"}});
+  testing::addLabel(page_, cued(u"[Envoyé {x}][{1} fichier][Salut]"));
+  const auto screen = press(page_);
+  ASSERT_TRUE(screen);
+  const std::size_t sent = pageOf(*screen, "sent");
+  const std::size_t files = pageOf(*screen, "files");
+  const std::size_t hi = pageOf(*screen, "hi");
+  screen->changePluralForm(files, 1);
+  screen->textViewDidChange(files, typed(u"des fichiers"));  // "other" lost its capsule
+  screen->changePluralForm(files, 0);
+  screen->textViewDidChange(sent, typed(u"Envoyé"));
+  screen->textViewDidChange(hi, typed(u"Coucou"));
+  screen->scrollViewDidScroll(320.0 * static_cast<double>(hi), 320);
+
+  // Not in view when it failed: the first failing page comes back.
+  screen->validate();
+  screen->alertButtonClicked(0);
+  EXPECT_FALSE(screen->alert());
+  EXPECT_FALSE(screen->isClosed());
+  EXPECT_EQ(screen->currentPage(), std::min(sent, files));
+  EXPECT_EQ(screen->page(sent).fieldText.string(), u"Envoyé");
+  EXPECT_TRUE(french_->dirtyStrings().empty());
+
+  // In view when it failed: it stays, in the form that failed.
+  screen->scrollViewDidScroll(320.0 * static_cast<double>(files), 320);
+  screen->validate();
+  screen->alertButtonClicked(0);
+  EXPECT_EQ(screen->currentPage(), files);
+  EXPECT_EQ(screen->selectedPluralForm(files), "other");
+  EXPECT_EQ(screen->page(files).fieldText.string(), u"des fichiers");
 }
 
 TEST_F(EditionTest, PluralFormsAreKeyedByCategoryAndPlainStringsByEmptyName) {

@@ -51,6 +51,19 @@ void type(QWindow* window, const QString& text) {
   }
 }
 
+// The visible button named or titled `name` in `window` (alerts over it included).
+QPushButton* visibleButton(QWidget* window, const QString& name) {
+  if (window == nullptr) return nullptr;
+  for (QPushButton* button : window->findChildren<QPushButton*>()) {
+    if ((button->objectName() == name || button->text() == name) && button->isVisible()) {
+      return button;
+    }
+  }
+  return nullptr;
+}
+
+QPushButton* popupButton(const QString& name) { return visibleButton(qt::openPopupWindow(), name); }
+
 // A label that looks its text up again when the language changes, as apps do.
 class RetranslatedLabel : public QLabel {
  public:
@@ -264,11 +277,56 @@ TEST_F(QtAdapterTest, CapsulesAreEditedAsOneCharacterAndAMissingOneStopsTheSave)
   const auto alert = open->screen().alert();
   ASSERT_TRUE(alert);
   EXPECT_EQ(alert->message, u"Incorrect number of value placeholders for 1 string.");
-  auto* box = open->findChild<QMessageBox*>();
-  ASSERT_NE(box, nullptr);
-  box->buttons().front()->click();
+  ASSERT_NE(visibleButton(open, "Cancel changes"), nullptr);
+  visibleButton(open, "Cancel changes")->click();
   QApplication::processEvents();
   EXPECT_TRUE(french_->dirtyStrings().empty());
+}
+
+// Ctrl+Alt+K and Escape over the edition screen leave it as Close does: the text is saved, or
+// the alert keeps it, and closing the alert goes back to the failing page as typed.
+TEST_F(QtAdapterTest, CtrlAltKAndEscapeOverTheEditionScreenSaveOrKeepWhatWasTyped) {
+  press(label_, 650);
+  qt::EditionPopup* open = popup();
+  ASSERT_NE(open, nullptr);
+  open->field(0)->setFocus();
+  QTest::keyClick(open->windowHandle(), Qt::Key_A, Qt::ControlModifier);
+  type(open->windowHandle(), "Coucou");
+  QTest::keyClick(open->windowHandle(), Qt::Key_K, Qt::ControlModifier | Qt::AltModifier);
+  EXPECT_EQ(popup(), nullptr);
+  EXPECT_EQ(shown(french_->kolvaneStringForKey("hi", std::nullopt)->localizedFormat), u"[Coucou]");
+  ASSERT_NE(popupButton("Close"), nullptr);  // then the menu
+  popupButton("Close")->click();
+
+  label_->setText(KolvaneQt::format(qtTrId("sent"), {qtTrId("file")}));
+  press(label_, 650);
+  open = popup();
+  ASSERT_NE(open, nullptr);
+  ASSERT_EQ(open->screen().pageCount(), 2u);
+  const std::size_t sent = open->screen().page(0).key == "sent" ? 0 : 1;
+  QWindow* window = open->windowHandle();
+  open->showPage(sent);
+  open->field(sent)->setFocus();
+  QTest::keyClick(window, Qt::Key_A, Qt::ControlModifier);
+  type(window, "Envoyé");  // its capsule is gone
+  open->showPage(1 - sent);
+  QTest::keyClick(window, Qt::Key_Escape);
+  QApplication::processEvents();
+  EXPECT_EQ(popup(), open);
+  QPushButton* keep = visibleButton(open, "Keep editing");
+  ASSERT_NE(keep, nullptr);
+  EXPECT_TRUE(keep->isDefault());
+  QTest::keyClick(keep->window(), Qt::Key_Escape);
+  QApplication::processEvents();
+  EXPECT_EQ(open->screen().currentPage(), sent);
+  const int shownAt = open->field(sent)->mapTo(open, QPoint()).x();
+  EXPECT_TRUE(shownAt >= 0 && shownAt < open->width() / 2) << shownAt;
+  EXPECT_EQ(open->field(sent)->toPlainText(), "Envoyé");
+
+  QTest::keyClick(window, Qt::Key_K, Qt::ControlModifier | Qt::AltModifier);
+  QApplication::processEvents();
+  EXPECT_NE(visibleButton(open, "Keep editing"), nullptr);
+  EXPECT_EQ(qt::openPopupWindow(), nullptr);  // no menu over the alert
 }
 
 TEST_F(QtAdapterTest, ASaveRebuildsWhatWasCapturedAndTellsTheAppToRetranslate) {
@@ -337,17 +395,6 @@ TEST_F(QtAdapterTest, TextLeavesTheAppWithoutCuesByTheClipboardAndAccessibility)
 
 namespace kolvane {
 namespace {
-
-QPushButton* popupButton(const QString& name) {
-  qt::PopupWindow* popup = qt::openPopupWindow();
-  if (popup == nullptr) return nullptr;
-  for (QPushButton* button : popup->findChildren<QPushButton*>()) {
-    if ((button->objectName() == name || button->text() == name) && button->isVisible()) {
-      return button;
-    }
-  }
-  return nullptr;
-}
 
 // The popup window on its screens: the menu's rows, a list pushed and popped, the review's
 // cards dealt with and sent, back at the menu.

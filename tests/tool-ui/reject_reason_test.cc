@@ -31,7 +31,7 @@ class RecordingScreen : public KVEditionScreen {
     description = text;
   }
   void validate() override {}
-  void alertButtonClicked() override {}
+  void alertButtonClicked(std::size_t) override {}
   void setChangeHandler(std::function<void()>) override {}
 
   int answers = 0;
