@@ -98,6 +98,7 @@ class ModelOnlyHost : public KVToolHost {
   void showAlert(const KVAlert&, std::function<void(std::size_t)>) override {}
   void openSignOnPage(const std::string&) override {}
   void removeEditionGesture() override {}
+  void setupEditionGesture() override {}
   void stringsDidChange() override {}
 
  private:

@@ -49,8 +49,10 @@ class KOLVANE_EXPORT KVToolHost {
   virtual void showAlert(const KVAlert& alert, std::function<void(std::size_t button)> answer) = 0;
   // Opens the sign-on page outside the app, in the system browser.
   virtual void openSignOnPage(const std::string& url) = 0;
-  // After a logout a press no longer starts editing, until the app starts again.
+  // After a logout a press no longer starts editing, until a reviewer signs in again.
   virtual void removeEditionGesture() = 0;
+  // A reviewer signed in: a press starts editing again.
+  virtual void setupEditionGesture() = 0;
   // Saved or reloaded strings changed what the app shows: the adapter tells the app's own
   // widgets (Qt: a LanguageChange event).
   virtual void stringsDidChange() = 0;

@@ -122,6 +122,9 @@ class QtToolHost : public KVToolHost {
   void removeEditionGesture() override {
     if (gestureFilter() != nullptr) gestureFilter()->setEditionGestureEnabled(false);
   }
+  void setupEditionGesture() override {
+    if (gestureFilter() != nullptr) gestureFilter()->setEditionGestureEnabled(true);
+  }
   PopupWindow* popup() const { return popup_; }
   void stringsDidChange() override {
     // Apps that retranslate themselves on LanguageChange pick the new texts up everywhere.

@@ -30,7 +30,8 @@ class GestureFilter : public QObject {
   void cancel();
   // The top-level widget of the last press (the window whose texts are edited).
   QWidget* lastWindow() const { return lastWindow_; }
-  // Off after a logout: a long press no longer opens the edition screen (the menu stays).
+  // Off from a logout to the next sign-in: a long press does not open the edition screen (the
+  // menu stays).
   void setEditionGestureEnabled(bool enabled) { editionGestureEnabled_ = enabled; }
 
  private:

@@ -6,6 +6,7 @@
 #include "base/log.h"
 #include "base/utf.h"
 #include "capture/edition_controller.h"
+#include "capture/edition_view_controller.h"
 #include "capture/tool_host.h"
 #include "capture/view_capture.h"
 #include "core/locale_identifiers.h"
@@ -17,6 +18,7 @@
 #include "kolvane/platform.h"
 #include "server/api.h"
 #include "tool-ui/choice_lists.h"
+#include "tool-ui/kept_changes.h"
 #include "tool-ui/login_page.h"
 
 namespace kolvane {
@@ -162,7 +164,7 @@ void KVActionsPopup::selectRow(std::size_t section, std::size_t row) {
       if (!KVSession::sharedInstance().isLoggedIn()) {
         if (row == 0) host->pushToolScreen(std::make_shared<KVLoginPage>());
       } else if (row == 1) {
-        logOut();
+        askLogOut();
       }
       return;
     case 1:
@@ -185,8 +187,22 @@ void KVActionsPopup::selectRow(std::size_t section, std::size_t row) {
   }
 }
 
+void KVActionsPopup::askLogOut() {
+  // What is typed on an edition screen counts too: it is saved first, or its alert holds the
+  // logout.
+  if (!KVEditionViewController::closeOpenScreen()) return;
+  const std::size_t unsent = unsavedChanges();
+  if (unsent == 0) return logOut();
+  ask({u"Log Out",
+       toUtf16(std::to_string(unsent)) +
+           u" changes have not been sent. Log out and keep them on this device?",
+       u"Cancel",
+       {u"Log Out"},
+       kKVAlertTagLogOut});
+}
+
 void KVActionsPopup::logOut() {
-  KVSession::sharedInstance().logOut();
+  KVKeptChanges::logOut(unsavedChanges());
   if (const auto host = kv_toolHost()) {
     host->removeEditionGesture();
     host->dismissToolScreens({});
@@ -223,6 +239,7 @@ void KVActionsPopup::alertButtonClicked(int tag, std::size_t button) {
   if (tag == kKVAlertTagPull) pull();
   if (tag == kKVAlertTagChangeLanguage) changeLocale();
   if (tag == kKVAlertTagChangeWorkflowStep) changeWorkflow();
+  if (tag == kKVAlertTagLogOut) logOut();
 }
 
 void KVActionsPopup::changeLocale() {
@@ -332,6 +349,7 @@ void KVActionsPopup::setWorkflowStep(std::shared_ptr<const KVWorkflowStep> step)
     store->clearDirtyStrings();
     store->clearDirtyStatuses();
   }
+  KVKeptChanges::forget();
   if (step) saveDefault("KVWorkflowStep", step->archivedData());
   changed();
   pull();

@@ -20,11 +20,12 @@ namespace kolvane {
 
 class KVEditionController;
 
-// The alerts the popup asks; only their second button ("Yes") acts.
+// The alerts the popup asks; only their second button ("Yes", "Log Out") acts.
 enum KVActionsAlertTag : int {
   kKVAlertTagPull = 2,
   kKVAlertTagChangeLanguage = 3,
   kKVAlertTagChangeWorkflowStep = 4,
+  kKVAlertTagLogOut = 5,
 };
 
 class KVActionsPopup : public KVActionsMenu,
@@ -71,6 +72,8 @@ class KVActionsPopup : public KVActionsMenu,
   KVMenuSection latestTextSection() const;
   KVMenuSection saveSection() const;
   void ask(KVAlert alert);
+  // Unsent changes are kept on the device over a logout, and the reviewer is asked first.
+  void askLogOut();
   void logOut();
 
   std::shared_ptr<KVEditionController> editionController_;

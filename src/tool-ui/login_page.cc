@@ -9,6 +9,7 @@
 #include "server/login_form.h"
 #include "server/session.h"
 #include "strings/url_parameters.h"
+#include "tool-ui/kept_changes.h"
 
 namespace kolvane {
 namespace {
@@ -140,6 +141,7 @@ void KVLoginPage::loadUserInfoWithCode(const std::string& code) {
           return;
         }
         self->hideLoadingWithSuccess(true);
+        KVKeptChanges::reviewerDidSignIn();
         const auto host = kv_toolHost();
         if (!host) return;
         host->dismissToolScreens([self] {

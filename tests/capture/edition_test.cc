@@ -10,6 +10,7 @@
 #include "kolvane/tool.h"
 #include "server/session.h"
 #include "support/fake_host_views.h"
+#include "tool-ui/actions_popup.h"
 
 namespace kolvane {
 namespace {
@@ -224,6 +225,29 @@ TEST_F(EditionTest, KeepEditingReturnsToTheFailingPageAndFormWithTheTextAsTyped)
   EXPECT_EQ(screen->currentPage(), files);
   EXPECT_EQ(screen->selectedPluralForm(files), "other");
   EXPECT_EQ(screen->page(files).fieldText.string(), u"des fichiers");
+}
+
+TEST_F(EditionTest, TheMenuGestureAndLogoutGoThroughCloseAndStopAtItsAlert) {
+  testing::addLabel(page_, cued(u"[Envoyé {x} aujourd'hui][Salut]"));
+  const auto screen = press(page_);
+  ASSERT_TRUE(screen);
+  screen->textViewDidChange(pageOf(*screen, "hi"), typed(u"Coucou"));
+  screen->textViewDidChange(pageOf(*screen, "sent"), typed(u"Envoyé"));
+  KolvaneTool::triggerActions();
+  EXPECT_TRUE(screen->alert());
+  EXPECT_TRUE(host_->screens.empty());  // no menu over the alert
+
+  logIn();  // a fresh token: the menu's requests get their (failed) answers
+  const auto menu = KVActionsPopup::show();
+  platform().queue.runAll();
+  menu->selectRow(0, 1);  // "Logout" is held too
+  EXPECT_TRUE(KVSession::sharedInstance().isLoggedIn());
+  screen->textViewDidChange(pageOf(*screen, "sent"), typed(u"Envoyé @", {"%@"}));
+  menu->selectRow(0, 1);
+  EXPECT_TRUE(screen->isClosed());
+  ASSERT_EQ(host_->alerts.size(), 1u);
+  EXPECT_EQ(host_->alerts[0].message,
+            u"2 changes have not been sent. Log out and keep them on this device?");
 }
 
 TEST_F(EditionTest, PluralFormsAreKeyedByCategoryAndPlainStringsByEmptyName) {

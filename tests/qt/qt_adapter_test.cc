@@ -116,6 +116,7 @@ class QtAdapterTest : public testing::CaptureTest {
     ASSERT_TRUE(QTest::qWaitForWindowExposed(window_.get()));
   }
   void TearDown() override {
+    KolvaneQt::setSignOnPageOpener({});
     KolvaneQt::uninstall();
     window_.reset();
     QApplication::processEvents();
@@ -148,8 +149,32 @@ class QtAdapterTest : public testing::CaptureTest {
     for (qt::EditionPopup* open : qt::openEditionPopups()) open->close();
     QApplication::processEvents();
   }
+  // Nobody signed in: the menu gesture opens the login, whose sign-on page comes here.
+  QUrl openSignOnPage() {
+    KolvaneQt::setSignOnPageOpener([this](const QUrl& url) { signOnPage_ = url; });
+    QTest::keyClick(window_->windowHandle(), Qt::Key_K, Qt::ControlModifier | Qt::AltModifier);
+    return signOnPage_;
+  }
+  // Answers as the server would: one workflow whose one step is the chosen one (its uid is
+  // empty), and at the code exchange a token for `reviewer`.
+  void answerAsServer(const std::string& reviewer = "alice") {
+    platform().transport.answer = [reviewer](const HttpRequest& request) {
+      HttpResponse response;
+      response.status = 200;
+      if (request.url.find("/workflows") != std::string::npos) {
+        response.body = R"({"response":{"code":"SUCCESS","data":{"items":[{"workflowName":"W",
+          "workflowUid":"w","workflowSteps":[{"workflowStepName":"S","workflowStepUid":""}]}]}}})";
+      } else if (request.url.find("/token") != std::string::npos) {
+        response.body = testing::tokenAnswerFor(reviewer);
+      } else if (request.url.find("/export") == std::string::npos) {
+        response.body = R"({"response":{"code":"SUCCESS","data":{}}})";
+      }
+      return response;
+    };
+  }
 
   std::unique_ptr<QWidget> window_;
+  QUrl signOnPage_;
   QLabel* label_ = nullptr;
   QPushButton* button_ = nullptr;
   QTabBar* tabs_ = nullptr;
@@ -400,18 +425,7 @@ namespace {
 // cards dealt with and sent, back at the menu.
 TEST_F(QtAdapterTest, ThePopupWindowDrawsTheMenuTheListsAndTheCards) {
   logIn();
-  platform().transport.answer = [](const HttpRequest& request) {
-    HttpResponse response;
-    response.status = 200;
-    // The project's one step is the one chosen (its uid is empty).
-    if (request.url.find("/workflows") != std::string::npos) {
-      response.body = R"({"response":{"code":"SUCCESS","data":{"items":[{"workflowName":"W",
-          "workflowUid":"w","workflowSteps":[{"workflowStepName":"S","workflowStepUid":""}]}]}}})";
-    } else if (request.url.find("/export") == std::string::npos) {
-      response.body = R"({"response":{"code":"SUCCESS","data":{}}})";
-    }
-    return response;
-  };
+  answerAsServer();
   QTest::keyClick(window_->windowHandle(), Qt::Key_K, Qt::ControlModifier | Qt::AltModifier);
   platform().queue.runAll();
   ASSERT_NE(qt::openPopupWindow(), nullptr);
@@ -468,9 +482,7 @@ QByteArray exchangeAnswer(quint16 port, const QByteArray& request) {
 // changes nothing.
 TEST_F(QtAdapterTest, TheLoopbackHandsTheRedirectToTheLoginScreen) {
   KVSession::sharedInstance().setToken(nullptr);
-  QUrl page;
-  KolvaneQt::setSignOnPageOpener([&page](const QUrl& url) { page = url; });
-  QTest::keyClick(window_->windowHandle(), Qt::Key_K, Qt::ControlModifier | Qt::AltModifier);
+  const QUrl page = openSignOnPage();
   ASSERT_TRUE(page.isValid());
   const QUrlQuery query(page);
   EXPECT_EQ(query.queryItemValue("code_challenge_method"), "S256");
@@ -507,7 +519,38 @@ TEST_F(QtAdapterTest, TheLoopbackHandsTheRedirectToTheLoginScreen) {
   ASSERT_NE(popupButton("Cancel"), nullptr);
   popupButton("Cancel")->click();
   EXPECT_EQ(qt::openPopupWindow(), nullptr);
-  KolvaneQt::setSignOnPageOpener({});
+}
+
+// Logout with a change not sent asks first and keeps it; the same reviewer signing in again
+// through the loopback gets the step back, and a long press edits again.
+TEST_F(QtAdapterTest, ALongPressEditsAgainOnceTheReviewerSignsInAfterALogout) {
+  logIn();
+  KVSession::sharedInstance().setUserId("alice");
+  answerAsServer("alice");
+  french_->setDirtyGroup(
+      "hi", std::const_pointer_cast<KVStringGroup>(french_->kolvaneStringGroupForKey("hi")));
+  QTest::keyClick(window_->windowHandle(), Qt::Key_K, Qt::ControlModifier | Qt::AltModifier);
+  platform().queue.runAll();
+  ASSERT_NE(popupButton("Logout"), nullptr);
+  popupButton("Logout")->click();
+  ASSERT_NE(popupButton("Log Out"), nullptr);
+  popupButton("Log Out")->click();
+  EXPECT_FALSE(KVSession::sharedInstance().isLoggedIn());
+  EXPECT_EQ(french_->dirtyStrings().count("hi"), 1u);
+  press(label_, 650);
+  EXPECT_EQ(popup(), nullptr);
+
+  const QUrlQuery query(openSignOnPage());
+  const auto port = static_cast<quint16>(QUrl(query.queryItemValue("redirect_uri")).port());
+  exchangeAnswer(port, "GET /login/?code=c&state=" + query.queryItemValue("state").toLatin1() +
+                           " HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
+  platform().queue.runAll();
+  ASSERT_TRUE(KVSession::sharedInstance().isLoggedIn());
+  ASSERT_NE(popupButton("Close"), nullptr);  // the menu that follows the sign-in
+  popupButton("Close")->click();
+  ASSERT_TRUE(QTest::qWaitFor([] { return qt::openPopupWindow() == nullptr; }));
+  press(label_, 650);
+  EXPECT_THAT(pageKeys(), ::testing::ElementsAre("hi"));
 }
 
 }  // namespace

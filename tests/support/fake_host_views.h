@@ -190,6 +190,7 @@ class FakeToolHost : public KVToolHost {
   }
   void openSignOnPage(const std::string& url) override { signOnPages.push_back(url); }
   void removeEditionGesture() override { editionGestureRemoved = true; }
+  void setupEditionGesture() override { editionGestureRemoved = false; }
   void stringsDidChange() override { ++stringChanges; }
   template <typename Screen>
   std::shared_ptr<Screen> top() const {

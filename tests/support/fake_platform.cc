@@ -162,4 +162,12 @@ void PlatformTest::TearDown() {
   std::filesystem::remove_all(folder_, ignored);
 }
 
+std::string tokenAnswerFor(const std::string& reviewer) {
+  return nlohmann::json{{"access_token", "a.e30.b"},
+                        {"uid", reviewer},
+                        {"expires_in", 300},
+                        {"refresh_expires_in", 600}}
+      .dump();
+}
+
 }  // namespace kolvane::testing

@@ -142,6 +142,9 @@ class FakePlatform : public Platform {
 
 // Installs a fresh FakePlatform in a fresh temporary folder and puts the main controller and
 // the log switches back to their state before start-up.
+// The sign-on server's answer to a code exchange: a token for `reviewer` ("uid").
+std::string tokenAnswerFor(const std::string& reviewer);
+
 class PlatformTest : public ::testing::Test {
  protected:
   void SetUp() override;

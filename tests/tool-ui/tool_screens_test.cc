@@ -115,6 +115,36 @@ class ToolScreensTest : public testing::PlatformTest {
     }
     return nullptr;
   }
+  // Answers the code exchange with a token for `reviewer`, and the rest as route() does.
+  void answerTokenFor(const std::string& reviewer) {
+    platform().transport.answer = [this, reviewer](const HttpRequest& request) {
+      if (request.url.find("/token") == std::string::npos) return route(request);
+      HttpResponse response;
+      response.status = 200;
+      response.body = testing::tokenAnswerFor(reviewer);
+      return response;
+    };
+  }
+  // Signs `reviewer` in through the login screen that the menu gesture opens; the menu follows.
+  void signInAs(const std::string& reviewer) {
+    KolvaneTool::triggerActions();
+    const auto login = host_->top<KVLoginPage>();
+    ASSERT_NE(login, nullptr);
+    answerTokenFor(reviewer);
+    login->shouldLoadUrl(KVLoginViewController::redirectPrefix() +
+                         "login/?code=c&state=" + login->state());
+    platform().queue.runAll();
+  }
+  // The chosen step's name, "" when none.
+  static std::string stepName() {
+    const auto& step = controller().workflowStep();
+    return step ? step->name : "";
+  }
+  // Logs out from the menu, answering "Log Out" when asked about unsent changes.
+  void logOutKeepingChanges() {
+    openMenu()->selectRow(0, 1);
+    host_->answerAlert(1);
+  }
   std::vector<std::u16string> rowTitles(const KVActionsPopup& popup) {
     std::vector<std::u16string> titles;
     for (const auto& section : popup.sections()) {
@@ -360,24 +390,61 @@ TEST_F(ToolScreensTest, TheMenuGestureOpensTheLoginFirstAndTheMenuOnlyOnceSigned
   login->cancel();
   EXPECT_THAT(host_->screens, IsEmpty());
 
-  KolvaneTool::triggerActions();
-  login = host_->top<KVLoginPage>();
-  platform().transport.answer = [this](const HttpRequest& request) {
-    if (request.url.find("/token") == std::string::npos) return route(request);
-    HttpResponse response;
-    response.status = 200;
-    response.body = nlohmann::json{
-        {"access_token", "a.e30.b"},
-        {"expires_in", 300},
-        {"refresh_expires_in",
-         600}}.dump();
-    return response;
-  };
-  login->shouldLoadUrl(KVLoginViewController::redirectPrefix() +
-                       "login/?code=c&state=" + login->state());
-  platform().queue.runAll();
+  signInAs("someone");
   EXPECT_TRUE(KVSession::sharedInstance().isLoggedIn());
   EXPECT_NE(host_->top<KVActionsPopup>(), nullptr);
+}
+
+TEST_F(ToolScreensTest, LogoutAsksFirstAndKeepsUnsentChangesForTheSameReviewer) {
+  KVSession::sharedInstance().setUserId("alice");
+  auto popup = openMenu();
+  controller().setWorkflowStep(stepNamed(*popup, "Review"));
+  shown().setDirtyGroup("a", group("a", u"A"));
+  shown().rejectedStrings()["b"] = group("b", u"B");
+  ASSERT_FALSE(shown().saveDirty().has_value());
+
+  popup->selectRow(0, 1);
+  ASSERT_EQ(host_->alerts.size(), 1u);
+  EXPECT_EQ(host_->alerts[0].message,
+            u"2 changes have not been sent. Log out and keep them on this device?");
+  EXPECT_THAT(host_->alerts[0].otherButtonTitles, ElementsAre(u"Log Out"));
+  host_->answerAlert(0);  // "Cancel"
+  EXPECT_TRUE(KVSession::sharedInstance().isLoggedIn());
+
+  popup->selectRow(0, 1);
+  host_->answerAlert(1);
+  EXPECT_FALSE(KVSession::sharedInstance().isLoggedIn());
+  EXPECT_TRUE(host_->editionGestureRemoved);
+  // The app goes on showing French, and the changes stay on the device.
+  ASSERT_NE(controller().localeStrings(), nullptr);
+  EXPECT_TRUE(platform().files.fileExists(shown().dirtyFilePath()));
+
+  signInAs("alice");
+  EXPECT_FALSE(host_->editionGestureRemoved);
+  EXPECT_EQ(stepName(), "Review");
+  const auto menu = host_->top<KVActionsPopup>();
+  ASSERT_NE(menu, nullptr);
+  EXPECT_EQ(menu->sections()[1].rows[0].detail, u"French (France)");
+  EXPECT_EQ(menu->sections()[1].rows[1].detail, u"Review");
+  EXPECT_EQ(menu->unsavedChanges(), 2u);
+}
+
+TEST_F(ToolScreensTest, AnotherReviewerGetsNoStepSoTheKeptChangesAreNotSentUnderTheirName) {
+  KVSession::sharedInstance().setUserId("alice");
+  controller().setWorkflowStep(stepNamed(*openMenu(), "Review"));
+  shown().setDirtyGroup("a", group("a", u"A"));
+  logOutKeepingChanges();
+
+  signInAs("bob");
+  EXPECT_EQ(stepName(), "");
+  const auto bobsMenu = host_->top<KVActionsPopup>();
+  ASSERT_NE(bobsMenu, nullptr);
+  EXPECT_TRUE(bobsMenu->sections()[3].rows.empty());  // no "Save My Changes" without a step
+  EXPECT_EQ(shown().dirtyStrings().count("a"), 1u);
+  // Bob's logout does not make them his.
+  logOutKeepingChanges();
+  signInAs("alice");
+  EXPECT_EQ(stepName(), "Review");
 }
 
 class ReviewTest : public ToolScreensTest {
