@@ -14,14 +14,8 @@ cleanup() {
   if [ -z "${KEEP_WORK:-}" ]; then rm -rf "$work"; else echo "kept $work"; fi
 }
 trap cleanup EXIT
-mkfifo "$work/started"
-"$devserver" --test-faults >"$work/started" &
-server_pid=$!
-read -r line <"$work/started"
-url=${line#listening on }
-cp -r "$bundle" "$work/DemoApp"
-printf '{"stagingApiUrl":"%s","productionApiUrl":"%s","stagingSignOnUrl":"%s","productionSignOnUrl":"%s"}\n' \
-  "$url" "$url" "$url" "$url" >"$work/DemoApp/Kolvane.json"
+. "$(dirname "$0")/serve_bundle.sh"
+serve_bundle "$devserver" "$bundle" "$work/DemoApp" --test-faults
 export XDG_CONFIG_HOME=$work/home/config XDG_DATA_HOME=$work/home/data QT_QPA_PLATFORM=offscreen
 
 content=/files-api/v2/projects/demo/locales/fr-FR/content
