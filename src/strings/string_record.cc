@@ -17,6 +17,8 @@ void KVString::extractFormatFromString(std::u16string markedText) {
                               : kv_enumerateCuesUsingBlock(markedText, [](std::u16string_view s) {
                                   return std::optional<std::u16string>(s);
                                 });
+  // A text read piece by piece holds spare room; a store keeps thousands of them.
+  localizedFormat.shrink_to_fit();
   if (!specifiers.empty() && !dynamic) {
     dynamic = true;
     argumentFormatSpecifiers = std::move(specifiers);
