@@ -4,6 +4,7 @@
 #pragma once
 
 #include <atomic>
+#include <string>
 #include <string_view>
 
 namespace kolvane {
@@ -22,8 +23,15 @@ inline bool debugEnabled() { return logSwitches().debug.load(std::memory_order_r
 using LogLineWriter = void (*)(std::string_view line);
 void setLogLineWriter(LogLineWriter writer);
 
+// True for the names (any case) of parameters, fields and headers that carry secrets.
+bool isSecretName(std::string_view name);
+// The text with the value of every secret URL query or form parameter ("code=...") replaced
+// by "[redacted]".
+std::string withSecretParametersRedacted(std::string_view text);
+
 // Writes the line whatever the switches say; callers test them first, as each caller's rule
-// differs.
+// differs. Secret parameters of any URL or form in it are redacted here, so no caller can
+// leak one.
 void kvLog(std::string_view message);
 
 // The two usual rules: lines shown with `log` on, and detailed lines shown with `debug` on.

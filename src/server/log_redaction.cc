@@ -8,10 +8,6 @@
 namespace kolvane {
 namespace {
 
-constexpr std::array<std::string_view, 10> kSecretNames = {
-    "access_token", "refresh_token", "id_token",      "token",         "password",
-    "code",         "code_verifier", "client_secret", "authorization", "session_state"};
-
 // "a=1&b=2" with the values of secret names replaced.
 std::string redactedPairs(std::string_view pairs) {
   std::string out;
@@ -32,11 +28,6 @@ std::string redactedPairs(std::string_view pairs) {
 }
 
 }  // namespace
-
-bool isSecretName(std::string_view name) {
-  return std::any_of(kSecretNames.begin(), kSecretNames.end(),
-                     [name](std::string_view secret) { return sameHeaderName(name, secret); });
-}
 
 std::string redactedUrl(std::string_view url) {
   const std::size_t query = url.find('?');

@@ -7,14 +7,12 @@
 #include <string>
 #include <string_view>
 
+#include "base/log.h"
 #include "kolvane/platform.h"
 
 namespace kolvane {
 
 inline constexpr std::string_view kRedacted = "[redacted]";
-
-// True for the names of parameters, fields and headers that carry secrets.
-bool isSecretName(std::string_view name);
 
 // The URL with the values of secret query parameters redacted.
 std::string redactedUrl(std::string_view url);
