@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -131,10 +132,10 @@ class KOLVANE_EXPORT KVChoiceScreen : public KVToolScreen {
   struct Section {
     std::u16string header;
     std::vector<std::u16string> items;
+    std::optional<std::size_t> chosen;  // the item that is the current choice, if any
   };
+  // Built in one pass over the choices, however many there are.
   virtual std::vector<Section> choiceSections() const = 0;
-  // The entry that is the current choice: its section and item, or none.
-  virtual bool isChosen(std::size_t section, std::size_t item) const = 0;
   virtual void choose(std::size_t section, std::size_t item) = 0;
 };
 

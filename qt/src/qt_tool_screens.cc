@@ -215,7 +215,7 @@ class ChoiceView : public ScreenView {
         header->setFlags(Qt::NoItemFlags);
       }
       for (std::size_t index = 0; index < sections[section].items.size(); ++index) {
-        const bool chosen = choices_->isChosen(section, index);
+        const bool chosen = sections[section].chosen == index;
         auto* item = new QListWidgetItem((chosen ? QStringLiteral("✓ ") : QStringLiteral("    ")) +
                                              qs(sections[section].items[index]),
                                          list_);

@@ -29,6 +29,8 @@ inline constexpr long kKVErrorCodeFileReadNoSuchFile = 260;
 inline constexpr long kKVErrorCodeFileWriteUnknown = 512;
 // Data that is not the JSON object or array expected (the platform's corrupt-data error).
 inline constexpr long kKVErrorCodeJsonCorrupt = 3840;
+// A server answer holding a text or a list larger than Kolvane takes.
+inline constexpr long kKVErrorCodeJsonOutOfBounds = 3841;
 // The network layer: no answer came back; no server address in this environment.
 inline constexpr long kKVErrorCodeNoAnswer = 0;
 inline constexpr long kKVErrorCodeNoServerAddress = 3;

@@ -1,6 +1,7 @@
 #include "kolvane/tool.h"
 
 #include "base/log.h"
+#include "base/utf.h"
 #include "capture/edition_view_controller.h"
 #include "capture/tool_host.h"
 #include "capture/view_capture.h"
@@ -26,6 +27,12 @@ KVToolHost::~KVToolHost() = default;
 std::shared_ptr<KVToolHost> kv_toolHost() { return installedHost(); }
 
 void kv_setToolHost(std::shared_ptr<KVToolHost> host) { installedHost() = std::move(host); }
+
+void kv_showErrorAlert(std::u16string title, const KVError& error) {
+  if (const auto host = kv_toolHost()) {
+    host->showAlert({std::move(title), toUtf16(error.localizedDescription), u"OK", {}, 0}, {});
+  }
+}
 
 bool KolvaneTool::editionEnabled() { return KVMainController::sharedInstance().editionEnabled(); }
 

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
+#include "base/error.h"
 #include "kolvane/tool.h"
 
 namespace kolvane {
@@ -10,5 +12,8 @@ namespace kolvane {
 // The installed host, or none.
 std::shared_ptr<KVToolHost> kv_toolHost();
 void kv_setToolHost(std::shared_ptr<KVToolHost> host);
+// Tells the reviewer of a failure in an alert with one button, the error's description as
+// its message. Nothing without a host.
+void kv_showErrorAlert(std::u16string title, const KVError& error);
 
 }  // namespace kolvane

@@ -1,8 +1,10 @@
 #include "core/workflow_step.h"
 
 #include <optional>
+#include <unordered_set>
 
 #include "base/keyed_archive.h"
+#include "base/server_text.h"
 #include "core/locale_identifiers.h"
 
 namespace kolvane {
@@ -49,7 +51,64 @@ const nlohmann::json& member(const nlohmann::json& object, std::string_view key)
   return value != object.end() ? *value : kNull;
 }
 
+constexpr std::string_view kWorkflowsAnswer = "The answer with the project's workflows";
+
+std::optional<KVError> oversizedWorkflowField(const nlohmann::json& workflow) {
+  return kv_oversizedFieldError(
+      workflow, {{"workflowName", kKVMaxServerNameBytes}, {"workflowUid", kKVMaxServerIdBytes}},
+      kWorkflowsAnswer);
+}
+
+std::optional<KVError> oversizedStepField(const nlohmann::json& step) {
+  return kv_oversizedFieldError(step,
+                                {{"workflowStepName", kKVMaxServerNameBytes},
+                                 {"workflowStepUid", kKVMaxServerIdBytes},
+                                 {"workflowStepClass", kKVMaxServerIdBytes}},
+                                kWorkflowsAnswer);
+}
+
 }  // namespace
+
+std::optional<KVError> KVWorkflowStep::answerBoundsError(const nlohmann::json& data) {
+  const nlohmann::json& items = member(data, "items");
+  if (!items.is_array()) return std::nullopt;
+  if (items.size() > kMaxWorkflows) {
+    return kv_answerOverLimitError(kWorkflowsAnswer, "workflows", kMaxWorkflows);
+  }
+  std::size_t steps = 0;
+  std::size_t pairs = 0;
+  std::unordered_set<std::string> locales;
+  for (const auto& workflow : items) {
+    if (auto error = oversizedWorkflowField(workflow)) return error;
+    const nlohmann::json& workflowSteps = member(workflow, "workflowSteps");
+    if (!workflowSteps.is_array()) continue;
+    if ((steps += workflowSteps.size()) > kMaxSteps) {
+      return kv_answerOverLimitError(kWorkflowsAnswer, "workflow steps", kMaxSteps);
+    }
+    for (const auto& step : workflowSteps) {
+      if (auto error = oversizedStepField(step)) return error;
+      const nlohmann::json& localePairs = member(step, "localePairs");
+      if (!localePairs.is_array()) continue;
+      if ((pairs += localePairs.size()) > kMaxLocalePairs) {
+        return kv_answerOverLimitError(kWorkflowsAnswer, "locale pairs", kMaxLocalePairs);
+      }
+      for (const auto& pair : localePairs) {
+        for (const char* key : {"sourceLocaleId", "targetLocaleId"}) {
+          const nlohmann::json& id = member(pair, key);
+          if (!id.is_string()) continue;
+          if (id.get_ref<const std::string&>().size() > kKVMaxServerIdBytes) {
+            return kv_oversizedFieldError(pair, {{key, kKVMaxServerIdBytes}}, kWorkflowsAnswer);
+          }
+          locales.insert(id.get<std::string>());
+        }
+        if (locales.size() > kMaxLocales) {
+          return kv_answerOverLimitError(kWorkflowsAnswer, "languages", kMaxLocales);
+        }
+      }
+    }
+  }
+  return std::nullopt;
+}
 
 std::vector<std::shared_ptr<KVWorkflowStep>> KVWorkflowStep::workflowsFromDictionary(
     const nlohmann::json& data) {

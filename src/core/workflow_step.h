@@ -5,10 +5,12 @@
 
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "base/error.h"
 #include "kolvane/locale.h"
 
 namespace kolvane {
@@ -35,6 +37,15 @@ class KVWorkflowStep {
   // Anything that is not of the expected shape is skipped.
   static std::vector<std::shared_ptr<KVWorkflowStep>> workflowsFromDictionary(
       const nlohmann::json& data);
+  // What a workflows answer may hold; an answer with more is refused as a whole, so that no
+  // list the reviewer opens grows without bound.
+  static constexpr std::size_t kMaxWorkflows = 1'000;
+  static constexpr std::size_t kMaxSteps = 10'000;         // of all workflows together
+  static constexpr std::size_t kMaxLocales = 1'000;        // different locale ids in all the pairs
+  static constexpr std::size_t kMaxLocalePairs = 100'000;  // of all steps together
+  // An error in words when the answer holds more than the bounds above, or a name or id longer
+  // than a server text may be; none when Kolvane takes it.
+  static std::optional<KVError> answerBoundsError(const nlohmann::json& data);
   // A step from one entry of a workflow's "workflowSteps". Locale pairs with a missing or
   // unusable id are dropped; without "permissions" the step grants nothing.
   static std::shared_ptr<KVWorkflowStep> stepWithDictionary(const nlohmann::json& step,

@@ -157,8 +157,12 @@ void KVApi::projectWorkflowsForce(
       nullptr,
       [completion = std::move(completion)](std::optional<KVError> error, nlohmann::json answer) {
         if (error) return completion(std::move(error), {});
+        const nlohmann::json& workflows = payload(answer);
+        if (auto refused = KVWorkflowStep::answerBoundsError(workflows)) {
+          return completion(std::move(refused), {});
+        }
         KVWorkflowSteps steps;
-        for (auto& step : KVWorkflowStep::workflowsFromDictionary(payload(answer))) {
+        for (auto& step : KVWorkflowStep::workflowsFromDictionary(workflows)) {
           steps.push_back(std::move(step));
         }
         KVSession::sharedInstance().setWorkflows(steps);

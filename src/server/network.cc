@@ -3,6 +3,7 @@
 #include <random>
 
 #include "base/bounded_json.h"
+#include "base/server_text.h"
 #include "kolvane/platform.h"
 #include "server/server_url.h"
 
@@ -176,6 +177,8 @@ KVError KVNetwork::errorFromJson(const nlohmann::json& value, long code) {
   error.localizedDescription = serverCode == response->end() ? std::string()
                                : serverCode->is_string()     ? serverCode->get<std::string>()
                                                              : serverCode->dump();
+  // A code too long to be one is no description either.
+  if (error.localizedDescription.size() > kKVMaxServerNameBytes) error.localizedDescription.clear();
   return error;
 }
 

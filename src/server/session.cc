@@ -7,6 +7,7 @@
 #include "base/bounded_json.h"
 #include "base/log.h"
 #include "base/saturating.h"
+#include "base/server_text.h"
 #include "base/utf.h"
 #include "core/main_controller.h"
 #include "core/persistence.h"
@@ -44,7 +45,33 @@ bool isBase64Text(std::string_view text) {
   });
 }
 
+constexpr std::string_view kSignInAnswer = "The sign-in answer";
+
+// The claims shown to the reviewer or kept as ids are bounded like the token's own fields.
+std::optional<KVError> oversizedClaimError(const nlohmann::json& claims) {
+  return kv_oversizedFieldError(claims,
+                                {{"name", kKVMaxServerNameBytes},
+                                 {"email", kKVMaxServerNameBytes},
+                                 {"preferred_username", kKVMaxServerNameBytes},
+                                 {"sub", kKVMaxServerIdBytes}},
+                                kSignInAnswer);
+}
+
 }  // namespace
+
+std::optional<KVError> KVSession::tokenBoundsError(const nlohmann::json& token) {
+  if (auto error = kv_oversizedFieldError(token,
+                                          {{"access_token", kKVMaxServerTokenBytes},
+                                           {"refresh_token", kKVMaxServerTokenBytes},
+                                           {"token_type", kKVMaxServerIdBytes},
+                                           {"uid", kKVMaxServerIdBytes}},
+                                          kSignInAnswer)) {
+    return error;
+  }
+  const auto access = textField(token, "access_token");
+  const auto claims = userInfoFromToken(access.value_or(""));
+  return claims ? oversizedClaimError(*claims) : std::nullopt;
+}
 
 KVSession& KVSession::sharedInstance() {
   static KVSession session;  // made once, thread-safely
@@ -96,15 +123,17 @@ bool KVSession::loadCredentialsFromKeychain() {
   if (const auto saved = KVKeychain::loadValueForKey(kTokenKey);
       saved && saved->is_string() && !saved->get<std::string>().empty()) {
     auto token = parseBoundedJson(saved->get<std::string>());
-    // A damaged record counts as no login: every later read expects an object.
-    if (token.is_object()) setToken(std::move(token));
+    // A damaged or oversized record counts as no login: every later read expects an object,
+    // and the token goes out on every request.
+    if (token.is_object() && !tokenBoundsError(token)) setToken(std::move(token));
   }
   if (isLoggedIn()) {
     KVApi::pingWithCompletion([](const std::optional<KVError>&) {});
     userInfo_ = userInfoFromToken(accessToken().value_or("")).value_or(nullptr);
   }
   if (const auto saved = KVKeychain::loadValueForKey(kUserIdKey);
-      saved && saved->is_string() && !saved->get<std::string>().empty()) {
+      saved && saved->is_string() && !saved->get<std::string>().empty() &&
+      saved->get_ref<const std::string&>().size() <= kKVMaxServerIdBytes) {
     userId_ = saved->get<std::string>();
   }
   if (isLoggedIn() && debugEnabled()) {
@@ -129,6 +158,7 @@ void KVSession::getTokenWithCode(const std::string& code, bool refresh,
       code, refresh,
       [this, completion = std::move(completion)](std::optional<KVError> error,
                                                  nlohmann::json answer) {
+        if (!error) error = tokenBoundsError(answer);
         if (!error) {
           userInfo_ =
               userInfoFromToken(textField(answer, "access_token").value_or("")).value_or(nullptr);

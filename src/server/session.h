@@ -48,6 +48,9 @@ class KVSession {
   // form is opened once the app has launched. With no token, or a login cancelled or not
   // possible, the request is dropped: `completion` is never called.
   void authorizeRequest(std::shared_ptr<HttpRequest> request, std::function<void()> completion);
+  // An error in words when a token record (an answer of the token endpoint, or the one the
+  // keychain kept) holds a token, id or claim longer than Kolvane takes; none when it fits.
+  static std::optional<KVError> tokenBoundsError(const nlohmann::json& token);
   // The claims of a JSON Web Token's payload; none when it does not decode.
   static std::optional<nlohmann::json> userInfoFromToken(std::string_view token);
   // Tells the sign-on server, forgets credentials, the chosen step and locale, and resets the

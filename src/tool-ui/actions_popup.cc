@@ -1,9 +1,11 @@
 #include "tool-ui/actions_popup.h"
 
 #include <algorithm>
+#include <unordered_set>
 #include <utility>
 
 #include "base/log.h"
+#include "base/server_text.h"
 #include "base/utf.h"
 #include "capture/edition_controller.h"
 #include "capture/edition_view_controller.h"
@@ -31,8 +33,9 @@ std::u16string userValue(const char* name) {
   const nlohmann::json& info = KVSession::sharedInstance().userInfo();
   if (!info.is_object()) return {};
   const auto found = info.find(name);
-  return found != info.end() && found->is_string() ? toUtf16(found->get<std::string>())
-                                                   : std::u16string();
+  return found != info.end() && found->is_string()
+             ? kv_shownServerText(found->get_ref<const std::string&>())
+             : std::u16string();
 }
 
 std::u16string replacingPlaceholder(std::u16string format, const std::u16string& value) {
@@ -105,7 +108,7 @@ KVMenuSection KVActionsPopup::translationSection() const {
   const bool languageChosen = controller().localeStrings() != nullptr;
   return {u"Translation",
           {menuRow(u"Language", shownLanguageName(), !isLoading_, true),
-           menuRow(u"Workflow step", step ? toUtf16(step->name) : std::u16string(),
+           menuRow(u"Workflow step", step ? kv_shownServerText(step->name) : std::u16string(),
                    !isLoading_ && languageChosen, true)},
           {}};
 }
@@ -274,6 +277,10 @@ void KVActionsPopup::reload() {
                 controller().setWorkflowStep(nullptr);
               }
               self->hideLoadingWithSuccess(!error);
+              // An answer refused as too large says so, in words, not as a bare failure.
+              if (error && error->code == kKVErrorCodeJsonOutOfBounds) {
+                kv_showErrorAlert(u"Error", *error);
+              }
             });
       });
 }
@@ -301,13 +308,12 @@ KVWorkflowSteps KVActionsPopup::workflowStepChoices() const {
   const auto& store = controller().localeStrings();
   if (!store) return {};
   KVWorkflowSteps choices;
+  std::unordered_set<const KVWorkflowStep*> listedOnce;
   for (const Choices* listed : {&targetLocaleChoices_, &sourceLocaleChoices_}) {
     const auto found = listed->find(store->locale().localeIdentifier());
     if (found == listed->end()) continue;
     for (const auto& step : found->second) {
-      if (std::find(choices.begin(), choices.end(), step) == choices.end()) {
-        choices.push_back(step);
-      }
+      if (listedOnce.insert(step.get()).second) choices.push_back(step);
     }
   }
   return choices;

@@ -1,5 +1,6 @@
 #include "tool-ui/choice_lists.h"
 
+#include "base/server_text.h"
 #include "base/utf.h"
 #include "capture/tool_host.h"
 #include "core/locale_identifiers.h"
@@ -35,18 +36,15 @@ std::vector<std::string> KVLocaleChoiceList::idsOf(std::size_t section) const {
 }
 
 std::vector<KVChoiceScreen::Section> KVLocaleChoiceList::choiceSections() const {
-  std::vector<Section> sections = {{u"Translations", {}}, {u"Source", {}}};
+  std::vector<Section> sections = {{u"Translations", {}, {}}, {u"Source", {}, {}}};
+  const std::string shown = shownLocaleId();
   for (std::size_t section = 0; section < sections.size(); ++section) {
     for (const std::string& id : idsOf(section)) {
-      sections[section].items.push_back(toUtf16(kv_localizedLanguageName(Locale(id))));
+      if (id == shown) sections[section].chosen = sections[section].items.size();
+      sections[section].items.push_back(kv_shownServerText(kv_localizedLanguageName(Locale(id))));
     }
   }
   return sections;
-}
-
-bool KVLocaleChoiceList::isChosen(std::size_t section, std::size_t item) const {
-  const auto ids = idsOf(section);
-  return item < ids.size() && ids[item] == shownLocaleId();
 }
 
 void KVLocaleChoiceList::choose(std::size_t section, std::size_t item) {
@@ -61,16 +59,13 @@ KVWorkflowStepChoiceList::KVWorkflowStepChoiceList(std::shared_ptr<KVActionsPopu
 
 std::vector<KVChoiceScreen::Section> KVWorkflowStepChoiceList::choiceSections() const {
   Section steps;
+  const auto& current = KVMainController::sharedInstance().workflowStep();
   for (const auto& step : popup_->workflowStepChoices()) {
-    steps.items.push_back(toUtf16(step->name + " (" + step->workflowName + ")"));
+    if (current && step->uid == current->uid) steps.chosen = steps.items.size();
+    steps.items.push_back(kv_shownServerText(step->name) + u" (" +
+                          kv_shownServerText(step->workflowName) + u")");
   }
   return {steps};
-}
-
-bool KVWorkflowStepChoiceList::isChosen(std::size_t section, std::size_t item) const {
-  const auto steps = popup_->workflowStepChoices();
-  const auto& current = KVMainController::sharedInstance().workflowStep();
-  return section == 0 && item < steps.size() && current && steps[item]->uid == current->uid;
 }
 
 void KVWorkflowStepChoiceList::choose(std::size_t section, std::size_t item) {

@@ -21,7 +21,6 @@ class KVLocaleChoiceList : public KVChoiceScreen {
   void viewDidLoad() override;
   // Languages to translate into first, then source languages.
   std::vector<Section> choiceSections() const override;
-  bool isChosen(std::size_t section, std::size_t item) const override;
   void choose(std::size_t section, std::size_t item) override;
 
  private:
@@ -35,7 +34,6 @@ class KVWorkflowStepChoiceList : public KVChoiceScreen {
   explicit KVWorkflowStepChoiceList(std::shared_ptr<KVActionsPopup> popup);
   std::u16string title() const override { return u"Workflow step"; }
   std::vector<Section> choiceSections() const override;
-  bool isChosen(std::size_t section, std::size_t item) const override;
   void choose(std::size_t section, std::size_t item) override;
 
  private:

@@ -137,6 +137,7 @@ void KVLoginPage::loadUserInfoWithCode(const std::string& code) {
         if (error) {
           self->hideLoadingWithSuccess(false);
           kvDebug("Error getting user info: " + error->localizedDescription);
+          if (error->code == kKVErrorCodeJsonOutOfBounds) kv_showErrorAlert(u"Error", *error);
           self->loadLogin();
           return;
         }

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/log.h"
+#include "base/server_text.h"
 #include "base/utf.h"
 #include "capture/edition_view_controller.h"
 #include "capture/tool_host.h"
@@ -77,7 +78,8 @@ std::vector<KVReviewCard> KVReviewViewController::cards() const {
     card.myText = textOf(*change.string);
     card.myStatus =
         kv_statusText((change.statusChange ? change.statusChange : change.string)->status);
-    card.currentText = change.upstream ? textOf(*change.upstream) : u"No translation";
+    card.currentText =
+        change.upstream ? kv_shownServerText(textOf(*change.upstream)) : u"No translation";
     if (change.upstream) card.currentStatus = kv_statusText(change.upstream->status);
     cards.push_back(std::move(card));
   }
@@ -93,7 +95,7 @@ void KVReviewViewController::loadChanges() {
   reviewLocaleStrings_->pullWithCompletion(
       [self = shared_from_this()](std::optional<KVError> error) {
         if (error) {
-          showAlert(u"Error pulling strings", toUtf16(error->localizedDescription));
+          showAlert(u"Error pulling strings", kv_shownServerText(error->localizedDescription));
           self->busy_ = false;
           return self->cancel();
         }
@@ -182,7 +184,7 @@ void KVReviewViewController::pushChangesWithCompletion(std::function<void()> com
         KVLocaleStrings& store = *self->localeStrings_;
         if (error) {
           // Nothing else is sent and the store keeps everything; the popup still hears of it.
-          showAlert(u"Error saving strings", toUtf16(error->localizedDescription));
+          showAlert(u"Error saving strings", kv_shownServerText(error->localizedDescription));
           return completion();
         }
         // What the server took leaves the device; what it refused is written back at once, so

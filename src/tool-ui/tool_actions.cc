@@ -16,11 +16,7 @@ namespace {
 
 // The edit stays in memory and goes with the next save; the reviewer must know it is not on
 // the device yet.
-void tellReviewerOfSaveFailure(const KVError& error) {
-  if (const auto host = kv_toolHost()) {
-    host->showAlert({u"Not saved", toUtf16(error.localizedDescription), u"OK", {}, 0}, {});
-  }
-}
+void tellReviewerOfSaveFailure(const KVError& error) { kv_showErrorAlert(u"Not saved", error); }
 
 }  // namespace
 

@@ -1,9 +1,12 @@
 #include "core/workflow_step.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace kolvane {
 namespace {
+
+using ::testing::HasSubstr;
 
 nlohmann::json stepJson(const std::string& name, nlohmann::json pairs = nlohmann::json::array()) {
   return {{"workflowStepName", name},
@@ -72,6 +75,33 @@ TEST(WorkflowStepTest, UnarchivingForeignDataGivesNothing) {
   EXPECT_EQ(partial->name, "");
   EXPECT_FALSE(partial->canSubmit);
   EXPECT_TRUE(partial->localePairs.empty());
+}
+
+TEST(WorkflowStepTest, AnswersBeyondTheBoundsAreRefusedAsAWhole) {
+  EXPECT_EQ(KVWorkflowStep::answerBoundsError(nullptr), std::nullopt);
+  const auto refusal = [](const nlohmann::json& data) {
+    const auto error = KVWorkflowStep::answerBoundsError(data);
+    return error ? error->localizedDescription : std::string();
+  };
+  nlohmann::json workflows = nlohmann::json::array();
+  for (std::size_t i = 0; i <= KVWorkflowStep::kMaxWorkflows; ++i) workflows.push_back({});
+  EXPECT_THAT(refusal({{"items", workflows}}), HasSubstr("more than 1,000 workflows"));
+  workflows.erase(workflows.begin());
+  EXPECT_EQ(refusal({{"items", workflows}}), "");
+
+  nlohmann::json pairs = nlohmann::json::array();
+  for (std::size_t i = 0; i <= KVWorkflowStep::kMaxLocales / 2; ++i) {
+    pairs.push_back(
+        {{"sourceLocaleId", "s" + std::to_string(i)}, {"targetLocaleId", "t" + std::to_string(i)}});
+  }
+  const auto oneStep = [](nlohmann::json step) {
+    return nlohmann::json{{"items", {{{"workflowSteps", {std::move(step)}}}}}};
+  };
+  EXPECT_THAT(refusal(oneStep({{"localePairs", pairs}})), HasSubstr("more than 1,000 languages"));
+  EXPECT_THAT(refusal(oneStep({{"workflowStepName", std::string(1025, 'x')}})),
+              HasSubstr("\"workflowStepName\" is longer than 1,024 bytes"));
+  EXPECT_THAT(refusal(oneStep({{"localePairs", {{{"targetLocaleId", std::string(257, 'x')}}}}})),
+              HasSubstr("\"targetLocaleId\" is longer than 256 bytes"));
 }
 
 }  // namespace

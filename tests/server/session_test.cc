@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "base/server_text.h"
 #include "core/main_controller.h"
 #include "core/workflow_step.h"
 #include "server/keychain.h"
@@ -224,6 +225,40 @@ TEST_F(SessionTest, CodeExchangeKeepsAndSavesTheCredentials) {
   EXPECT_EQ(session().userInfo(), (nlohmann::json{{"name", "Ana"}}));
   // A restored token is tried at once, so a lapsed one is dealt with early.
   EXPECT_THAT(platform().transport.sent.back().url, EndsWith("/auth-api/v2/ping"));
+}
+
+TEST_F(SessionTest, OversizedTokensIdsAndNamesAreRefusedInWordsAndKeepTheLoginThatWasThere) {
+  const auto exchange = [this](nlohmann::json answer) {
+    answer["expires_in"] = 300;
+    answer["refresh_expires_in"] = 600;
+    platform().transport.answer = [answer](const HttpRequest&) {
+      HttpResponse response;
+      response.status = 200;
+      response.body = answer.dump();
+      return response;
+    };
+    std::optional<KVError> result;
+    session().getTokenWithCode("code", false, [&result](auto error) { result = error; });
+    platform().queue.runAll();
+    return result.value_or(KVError{}).localizedDescription;
+  };
+  const std::string longName(kKVMaxServerNameBytes + 1, 'n');
+  const std::string fits = "h." + base64Url(nlohmann::json{{"name", "Ana"}}.dump()) + ".s";
+  EXPECT_EQ(exchange({{"access_token", fits}, {"uid", "u"}}), "");
+  EXPECT_EQ(exchange({{"access_token", std::string(kKVMaxServerTokenBytes + 1, 'a')}}),
+            "The sign-in answer was refused: its \"access_token\" is longer than 16,384 bytes.");
+  EXPECT_EQ(exchange({{"access_token", "opaque"}, {"uid", std::string(300, 'u')}}),
+            "The sign-in answer was refused: its \"uid\" is longer than 256 bytes.");
+  EXPECT_EQ(
+      exchange({{"access_token", "h." + base64Url(nlohmann::json{{"name", longName}}.dump())}}),
+      "The sign-in answer was refused: its \"name\" is longer than 1,024 bytes.");
+  EXPECT_EQ(session().accessToken(), fits);
+  EXPECT_EQ(session().userId(), "u");
+
+  // An oversized record in the keychain is no login: it would go out on every request.
+  KVKeychain::saveValue(nlohmann::json{{"access_token", std::string(20000, 'a')}}.dump(), "token");
+  session().resetForTesting();
+  EXPECT_FALSE(session().loadSavedCredentials());
 }
 
 TEST_F(SessionTest, NothingIsSavedWithoutAUserIdAndAnUnavailableKeychainIsNoLogin) {

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "base/server_text.h"
 #include "core/locale_strings.h"
 #include "core/main_controller.h"
 #include "core/workflow_step.h"
@@ -14,6 +15,7 @@
 #include "support/fake_host_views.h"
 #include "support/fake_platform.h"
 #include "tool-ui/actions_popup.h"
+#include "tool-ui/choice_lists.h"
 #include "tool-ui/login_page.h"
 #include "tool-ui/review_view_controller.h"
 
@@ -86,7 +88,7 @@ class ToolScreensTest : public testing::PlatformTest {
       }
     }
     nlohmann::json body = data(nlohmann::json::object());
-    if (request.url.find("/workflows") != std::string::npos) body = data(workflows());
+    if (request.url.find("/workflows") != std::string::npos) body = data(workflowsAnswer);
     if (request.url.find("Strings") != std::string::npos) body = data({{"failures", failures}});
     if (request.url.find("/import") != std::string::npos) {
       body = data({{"translationImportErrors", importErrors}});
@@ -154,6 +156,7 @@ class ToolScreensTest : public testing::PlatformTest {
   }
 
   std::shared_ptr<testing::FakeToolHost> host_;
+  nlohmann::json workflowsAnswer = workflows();
   std::vector<std::string> failing;
   nlohmann::json failures = nlohmann::json::array();
   nlohmann::json importErrors = nlohmann::json::array();
@@ -276,6 +279,52 @@ TEST_F(ToolScreensTest, ALanguageKeepsAStepCoveringItElseTakesTheFirstStepListin
   popup->reload();
   platform().queue.runAll();
   EXPECT_EQ(controller().workflowStep(), nullptr);
+}
+
+// `count` steps of one workflow, each translating French.
+nlohmann::json manySteps(std::size_t count) {
+  nlohmann::json steps = nlohmann::json::array();
+  for (std::size_t i = 0; i < count; ++i) {
+    steps.push_back({{"workflowStepName", "Step " + std::to_string(i)},
+                     {"workflowStepUid", "s" + std::to_string(i)},
+                     {"localePairs", {{{"sourceLocaleId", "en"}, {"targetLocaleId", "fr-FR"}}}}});
+  }
+  return {{"items", {{{"workflowName", "Big"}, {"workflowSteps", std::move(steps)}}}}};
+}
+
+TEST_F(ToolScreensTest, TheLargestStepListTakenIsBuiltInOnePassAndALargerOneIsRefusedInWords) {
+  workflowsAnswer = manySteps(KVWorkflowStep::kMaxSteps);
+  auto popup = openMenu();
+  const auto chosen = popup->workflowStepChoices().at(9'876);
+  controller().setWorkflowStep(chosen);
+  const KVWorkflowStepChoiceList list(popup);
+  const auto sections = list.choiceSections();
+  ASSERT_EQ(sections.size(), 1u);
+  EXPECT_EQ(sections[0].items.size(), KVWorkflowStep::kMaxSteps);
+  EXPECT_EQ(sections[0].chosen, 9'876u);
+  EXPECT_EQ(sections[0].items[9'876], u"\u2068Step 9876\u2069 (\u2068Big\u2069)");
+  EXPECT_THAT(host_->alerts, IsEmpty());
+
+  workflowsAnswer = manySteps(KVWorkflowStep::kMaxSteps + 1);
+  KVSession::sharedInstance().setWorkflows(std::nullopt);
+  popup->reload();
+  platform().queue.runAll();
+  EXPECT_THAT(popup->workflowStepChoices(), IsEmpty());
+  ASSERT_EQ(host_->alerts.size(), 1u);
+  EXPECT_EQ(host_->alerts[0].message,
+            u"The answer with the project's workflows was refused: it holds more than "
+            u"10,000 workflow steps.");
+}
+
+TEST_F(ToolScreensTest, ServerTextsAreShownIsolatedWithTheirControlsReplaced) {
+  nlohmann::json answer = workflows();
+  answer["items"][0]["workflowName"] = "\u202Edlrow\u2069\u0007";
+  workflowsAnswer = answer;
+  const KVWorkflowStepChoiceList list(openMenu());
+  EXPECT_EQ(list.choiceSections()[0].items[0],
+            u"\u2068Translation\u2069 (\u2068dlrow\uFFFD\u2069)");
+  EXPECT_EQ(kv_shownServerText(std::string_view("a\nb\tc\x1b")), u"\u2068a\nb\tc\uFFFD\u2069");
+  EXPECT_EQ(kv_shownServerText(std::string_view()), u"");
 }
 
 TEST_F(ToolScreensTest, AFailedPullShowsTheAlertAndKeepsTheFiles) {
@@ -425,7 +474,7 @@ TEST_F(ToolScreensTest, LogoutAsksFirstAndKeepsUnsentChangesForTheSameReviewer) 
   const auto menu = host_->top<KVActionsPopup>();
   ASSERT_NE(menu, nullptr);
   EXPECT_EQ(menu->sections()[1].rows[0].detail, u"French (France)");
-  EXPECT_EQ(menu->sections()[1].rows[1].detail, u"Review");
+  EXPECT_EQ(menu->sections()[1].rows[1].detail, u"\u2068Review\u2069");
   EXPECT_EQ(menu->unsavedChanges(), 2u);
 }
 
