@@ -15,6 +15,9 @@
 
 namespace kolvane {
 
+// What a long press on a text with nothing to translate shows at the pointer.
+inline constexpr char16_t kKVNoTranslatableTextHint[] = u"No translatable text here";
+
 class KVToolScreen;  // kolvane/tool_screens.h
 
 // What the toolkit gives the tool.

@@ -174,7 +174,41 @@ void stripClipboard(QClipboard::Mode mode) {
   stripping = false;
 }
 
+// A short note at the pointer that outlives the release of the press that asked for it (a
+// tooltip would go with the release).
+void showHint(const QPoint& global, const QString& text) {
+  static QPointer<QLabel> hint;
+  if (!hint) {
+    hint = new QLabel;
+    hint->setWindowFlags(Qt::ToolTip | Qt::FramelessWindowHint);
+    hint->setAttribute(Qt::WA_ShowWithoutActivating);
+    hint->setAttribute(Qt::WA_TransparentForMouseEvents);
+    hint->setForegroundRole(QPalette::ToolTipText);
+    hint->setBackgroundRole(QPalette::ToolTipBase);
+    hint->setAutoFillBackground(true);
+    hint->setMargin(6);
+    hint->setObjectName(QStringLiteral("kolvaneHint"));
+    markAsKolvaneWindow(hint);
+  }
+  hint->setText(text);
+  hint->adjustSize();
+  hint->move(global + QPoint(12, 12));
+  hint->show();
+  QTimer::singleShot(2000, hint, [] {
+    if (hint) hint->hide();
+  });
+}
+
 }  // namespace
+
+QLabel* shownHint() {
+  for (QWidget* widget : QApplication::topLevelWidgets()) {
+    if (widget->objectName() == QLatin1String("kolvaneHint") && widget->isVisible()) {
+      return static_cast<QLabel*>(widget);
+    }
+  }
+  return nullptr;
+}
 
 GestureFilter* gestureFilter() { return installed().filter.get(); }
 
@@ -195,9 +229,25 @@ GestureFilter::GestureFilter() {
   connect(&menuTimer_, &QTimer::timeout, this, [] { KolvaneTool::triggerActions(); });
 }
 
+GestureFilter::~GestureFilter() = default;
+
 void GestureFilter::cancel() {
   timer_.stop();
   pressing_ = false;
+  replayHeldPress();
+}
+
+bool GestureFilter::editsOnLongPress() const {
+  return editionGestureEnabled_ && KolvaneTool::editionEnabled();
+}
+
+void GestureFilter::replayHeldPress() {
+  const std::unique_ptr<QMouseEvent> press = std::move(heldPress_);
+  if (!press || !pressWindow_) return;
+  pressReachedWidget_ = true;
+  resending_ = true;
+  QCoreApplication::sendEvent(pressWindow_, press.get());
+  resending_ = false;
 }
 
 bool GestureFilter::eventFilter(QObject* receiver, QEvent* event) {
@@ -206,9 +256,10 @@ bool GestureFilter::eventFilter(QObject* receiver, QEvent* event) {
   if (window == nullptr) return false;
   switch (event->type()) {
     case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonDblClick:
     case QEvent::MouseMove:
     case QEvent::MouseButtonRelease:
-      return handleMouse(window, event);
+      return handleMouse(window, static_cast<QMouseEvent*>(event));
     case QEvent::ShortcutOverride:
     case QEvent::KeyPress:
       return handleKey(event);
@@ -223,38 +274,55 @@ bool GestureFilter::eventFilter(QObject* receiver, QEvent* event) {
   }
 }
 
-bool GestureFilter::handleMouse(QWindow* window, QEvent* event) {
-  const auto* mouse = static_cast<QMouseEvent*>(event);
-  // Presses Qt made up from touches are left to the touch gestures.
-  if (resending_ || mouse->source() != Qt::MouseEventNotSynthesized) return false;
-  const QPoint global = mouse->globalPosition().toPoint();
-  if (event->type() == QEvent::MouseButtonPress) {
-    QWidget* widget = QApplication::widgetAt(global);
-    if (mouse->button() != Qt::LeftButton || widget == nullptr || isKolvaneWindow(widget)) {
-      return false;
-    }
-    pressing_ = true;
-    swallowRelease_ = false;
-    pressPosition_ = global;
-    pressWindow_ = window;
-    lastWindow_ = widget->window();
-    timer_.start();
-    return false;
-  }
-  if (event->type() == QEvent::MouseMove) {
-    if (pressing_ &&
-        (global - pressPosition_).manhattanLength() > QApplication::startDragDistance()) {
+bool GestureFilter::handleMouse(QWindow* window, QMouseEvent* mouse) {
+  if (resending_) return false;
+  // A touch of two fingers is the menu's gesture; the press Qt made of it is left be.
+  if (mouse->source() != Qt::MouseEventNotSynthesized && multiTouch_) return false;
+  switch (mouse->type()) {
+    case QEvent::MouseButtonPress:
+      return startPress(window, mouse);
+    case QEvent::MouseButtonDblClick:
       cancel();
-    }
+      return false;
+    case QEvent::MouseMove:
+      if (pressing_ && (mouse->globalPosition().toPoint() - pressPosition_).manhattanLength() >
+                           QApplication::startDragDistance()) {
+        cancel();  // a drag: the widget gets its press, then the moves
+      }
+      return false;
+    default:
+      return endPress(window, mouse);
+  }
+}
+
+bool GestureFilter::startPress(QWindow* window, const QMouseEvent* mouse) {
+  swallowRelease_ = false;
+  cancel();  // another button while one is held: the held press goes first
+  const QPoint global = mouse->globalPosition().toPoint();
+  QWidget* widget = QApplication::widgetAt(global);
+  if (mouse->button() != Qt::LeftButton || widget == nullptr || isKolvaneWindow(widget)) {
     return false;
   }
-  cancel();
+  pressing_ = true;
+  pressPosition_ = global;
+  pressWindow_ = window;
+  lastWindow_ = widget->window();
+  timer_.start();
+  pressReachedWidget_ = !editsOnLongPress();
+  if (pressReachedWidget_) return false;
+  heldPress_.reset(static_cast<QMouseEvent*>(mouse->clone()));
+  return true;
+}
+
+bool GestureFilter::endPress(QWindow* window, const QMouseEvent* release) {
+  cancel();  // a short press: the widget gets its press before this release
   if (!swallowRelease_) return false;
-  // The press opened the edition screen: the widget under it must not click. It gets its
-  // release far away from itself instead.
   swallowRelease_ = false;
+  if (!pressReachedWidget_) return true;
+  // The widget saw the press (editing was switched on meanwhile): it gets its release far
+  // away from itself, so it lets go without clicking.
   QMouseEvent away(QEvent::MouseButtonRelease, QPointF(-100000, -100000), QPointF(-100000, -100000),
-                   mouse->button(), mouse->buttons(), mouse->modifiers());
+                   release->button(), release->buttons(), release->modifiers());
   resending_ = true;
   QCoreApplication::sendEvent(window, &away);
   resending_ = false;
@@ -276,10 +344,21 @@ bool GestureFilter::handleKey(QEvent* event) {
 
 void GestureFilter::handleTouch(QEvent* event) {
   const auto* touch = static_cast<QTouchEvent*>(event);
-  const bool twoFingersDown = event->type() != QEvent::TouchEnd &&
-                              event->type() != QEvent::TouchCancel && touch->points().size() == 2;
+  const bool ended = event->type() == QEvent::TouchEnd || event->type() == QEvent::TouchCancel;
+  if (event->type() == QEvent::TouchBegin) multiTouch_ = false;
+  int fingersDown = 0;
+  for (const QEventPoint& point : touch->points()) {
+    if (!ended && point.state() != QEventPoint::Released) ++fingersDown;
+  }
+  // A second finger makes it the menu's gesture: a one-finger long press under way ends, and
+  // its press reaches nothing.
+  if (fingersDown >= 2 && !multiTouch_) {
+    multiTouch_ = true;
+    heldPress_.reset();
+    cancel();
+  }
   // The menu wants exactly two fingers held still enough to stay down; anything else ends it.
-  if (!twoFingersDown) {
+  if (fingersDown != 2) {
     menuTimer_.stop();
   } else if (!menuTimer_.isActive()) {
     menuTimer_.start();
@@ -289,9 +368,15 @@ void GestureFilter::handleTouch(QEvent* event) {
 void GestureFilter::recognise() {
   if (!pressing_) return;
   pressing_ = false;
-  if (!editionGestureEnabled_) return;
-  if (!KolvaneTool::editionEnabled()) return;
-  if (KolvaneTool::triggerEdition(hostViewAt(pressPosition_))) swallowRelease_ = true;
+  if (!editsOnLongPress()) return replayHeldPress();
+  if (KolvaneTool::triggerEdition(hostViewAt(pressPosition_))) {
+    heldPress_.reset();
+    swallowRelease_ = true;
+    return;
+  }
+  // Nothing to edit here: the press was a long one for the app, and the reviewer is told.
+  replayHeldPress();
+  showHint(pressPosition_, QString::fromUtf16(kKVNoTranslatableTextHint));
 }
 
 }  // namespace kolvane::qt

@@ -239,6 +239,117 @@ TEST_F(QtAdapterTest, ALongPressOpensTheStringsUnderItAndClicksNothing) {
   EXPECT_EQ(popup(), nullptr);
 }
 
+// What reached a widget of the app, as it saw it.
+class EventLog : public QObject {
+ public:
+  explicit EventLog(QWidget* widget) { widget->installEventFilter(this); }
+  bool eventFilter(QObject*, QEvent* event) override {
+    switch (event->type()) {
+      case QEvent::MouseButtonPress:
+      case QEvent::MouseButtonDblClick:
+      case QEvent::MouseButtonRelease:
+      case QEvent::MouseMove: {
+        const auto* mouse = static_cast<QMouseEvent*>(event);
+        if (mouse->type() == QEvent::MouseMove && mouse->buttons() == Qt::NoButton) break;
+        seen.push_back({mouse->type(), mouse->position().toPoint(), mouse->modifiers()});
+        break;
+      }
+      default:
+        break;
+    }
+    return false;
+  }
+  struct Seen {
+    QEvent::Type type;
+    QPoint at;
+    Qt::KeyboardModifiers modifiers;
+  };
+  std::vector<QEvent::Type> types() const {
+    std::vector<QEvent::Type> made;
+    for (const auto& event : seen) made.push_back(event.type);
+    return made;
+  }
+  std::vector<Seen> seen;
+};
+
+TEST_F(QtAdapterTest, ALongPressReachesNoWidgetAndShortPressesDragsAndDoubleClicksDo) {
+  QWindow* window = window_->windowHandle();
+  const QPoint second = tabs_->mapTo(window_.get(), tabs_->tabRect(1).center());
+  QTest::mousePress(window, Qt::LeftButton, {}, second);
+  QTest::qWait(200);
+  EXPECT_EQ(tabs_->currentIndex(), 0);  // held back while it may still be a long press
+  QTest::qWait(450);
+  QTest::mouseRelease(window, Qt::LeftButton, {}, second);
+  EXPECT_EQ(tabs_->currentIndex(), 0);
+  EXPECT_THAT(pageKeys(), ::testing::ElementsAre("file"));
+  closeAll();
+
+  const QPoint onButton = button_->mapTo(window_.get(), button_->rect().center());
+  QTest::mousePress(window, Qt::LeftButton, {}, onButton);
+  QTest::qWait(650);
+  EXPECT_FALSE(button_->isDown());
+  QTest::mouseRelease(window, Qt::LeftButton, {}, onButton);
+  closeAll();
+
+  // A short press reaches the widget as it came, before its release.
+  EventLog log(button_);
+  QTest::mouseClick(window, Qt::LeftButton, Qt::ShiftModifier, onButton);
+  ASSERT_EQ(log.seen.size(), 2u);
+  EXPECT_EQ(log.seen[0].type, QEvent::MouseButtonPress);
+  EXPECT_EQ(log.seen[0].at, button_->rect().center());
+  EXPECT_EQ(log.seen[0].modifiers, Qt::ShiftModifier);
+  EXPECT_EQ(log.seen[1].type, QEvent::MouseButtonRelease);
+
+  // A drag gets its press as soon as it moves, then the moves.
+  log.seen.clear();
+  QTest::mousePress(window, Qt::LeftButton, {}, onButton);
+  QTest::mouseMove(window, onButton + QPoint(30, 0));
+  QTest::qWait(600);
+  QTest::mouseRelease(window, Qt::LeftButton, {}, onButton + QPoint(30, 0));
+  EXPECT_EQ(popup(), nullptr);
+  ASSERT_FALSE(log.seen.empty());
+  EXPECT_EQ(log.seen.front().type, QEvent::MouseButtonPress);
+  EXPECT_EQ(log.seen.back().type, QEvent::MouseButtonRelease);
+
+  log.seen.clear();
+  QTest::mouseDClick(window, Qt::LeftButton, {}, onButton);
+  EXPECT_THAT(log.types(), ::testing::Contains(QEvent::MouseButtonDblClick));
+  EXPECT_EQ(log.types().front(), QEvent::MouseButtonPress);
+}
+
+TEST_F(QtAdapterTest, TheFirstClickOnANewlyOpenedScreenActs) {
+  press(label_, 650);
+  qt::EditionPopup* open = popup();
+  ASSERT_NE(open, nullptr);
+  QPushButton* close = visibleButton(open, "Close");
+  ASSERT_NE(close, nullptr);
+  // The long press's release went to the app's window, which the screen blocks: the screen's
+  // first click must not be taken for it.
+  QTest::mouseClick(close->window()->windowHandle(), Qt::LeftButton, {},
+                    close->mapTo(close->window(), close->rect().center()));
+  QApplication::processEvents();
+  EXPECT_EQ(popup(), nullptr);
+}
+
+TEST_F(QtAdapterTest, OneFingerHeldOpensTheEditionScreenAndNothingToTranslateShowsAHint) {
+  QWindow* window = window_->windowHandle();
+  const std::unique_ptr<QPointingDevice> touchScreen(QTest::createTouchDevice());
+  const QPoint onLabel = label_->mapTo(window_.get(), label_->rect().center());
+  QTest::touchEvent(window, touchScreen.get()).press(0, onLabel);
+  QTest::qWait(650);
+  QTest::touchEvent(window, touchScreen.get()).release(0, onLabel);
+  EXPECT_THAT(pageKeys(), ::testing::ElementsAre("hi"));
+  closeAll();
+
+  auto* plain = new QLabel("Not looked up");
+  window_->layout()->addWidget(plain);
+  QApplication::processEvents();
+  press(plain, 650);
+  EXPECT_EQ(popup(), nullptr);
+  ASSERT_NE(qt::shownHint(), nullptr);
+  EXPECT_EQ(qt::shownHint()->text(), QString::fromUtf16(kKVNoTranslatableTextHint));
+}
+
 // The tool's host as installed, its screens (the menu, or the login first) counted.
 TEST_F(QtAdapterTest, TwoFingersHeldTwoSecondsOrCtrlAltKOpenTheMenu) {
   static int menus = 0;
