@@ -154,10 +154,10 @@ void KVEditionViewController::setStatus(std::size_t page, unsigned status) {
   if (!target) return;
   std::shared_ptr<const KVStringGroup> published;
   if (const auto shown = KVMainController::sharedInstance().localeStrings()) {
-    published = shown->setReviewStatus(target->key, status);
+    published = shown->setReviewStatus(target->key, status, target.get());
   }
   if (!published || published->status != status) {
-    // A key the store does not hold keeps its decision on the page alone.
+    // Without a shown store the decision stays on the page alone.
     auto copy = target->copy();
     copy->status = status;
     published = std::move(copy);

@@ -371,21 +371,41 @@ void KVLocaleStrings::restoreRejectReasons() {
   }
 }
 
-std::shared_ptr<const KVStringGroup> KVLocaleStrings::setReviewStatus(const std::string& key,
-                                                                      unsigned status) {
+std::shared_ptr<const KVStringGroup> KVLocaleStrings::setReviewStatus(
+    const std::string& key, unsigned status, const KVStringGroup* decided) {
   applyReviewStatuses({{key, status}});
   if (status != KVStringStatusAccepted && status != KVStringStatusRejected) {
     acceptedStrings_.erase(key);
     rejectedStrings_.erase(key);
   }
-  LookupGuard guard;
-  for (const Snapshot* snapshot : {dirty_.get(), loaded_.get()}) {
-    if (snapshot == nullptr) continue;
-    if (const auto found = snapshot->groups.find(key); found != snapshot->groups.end()) {
-      return found->second;
+  {
+    LookupGuard guard;
+    for (const Snapshot* snapshot : {dirty_.get(), loaded_.get()}) {
+      if (snapshot == nullptr) continue;
+      if (const auto found = snapshot->groups.find(key); found != snapshot->groups.end()) {
+        return found->second;
+      }
     }
   }
-  return nullptr;
+  // A string this store does not hold (one only the base has) is decided all the same: a copy
+  // carries the decision into its map, so that it is sent with the others.
+  if (decided == nullptr || decided->key != key) return nullptr;
+  auto copy = decided->copy();
+  for (const auto& [name, form] : copy->pluralForms) form->group = copy;
+  copy->status = status;
+  recordDecision(copy);
+  return copy;
+}
+
+void KVLocaleStrings::recordDecision(const std::shared_ptr<KVStringGroup>& group) {
+  if (group->status == KVStringStatusAccepted) {
+    rejectedStrings_.erase(group->key);
+    acceptedStrings_[group->key] = group;
+  }
+  if (group->status == KVStringStatusRejected) {
+    acceptedStrings_.erase(group->key);
+    rejectedStrings_[group->key] = group;
+  }
 }
 
 void KVLocaleStrings::applyReviewStatuses(const std::map<std::string, unsigned>& statuses) {
@@ -410,16 +430,7 @@ void KVLocaleStrings::applyReviewStatuses(const std::map<std::string, unsigned>&
   std::map<std::string, std::shared_ptr<KVStringGroup>> decided;
   if (auto loaded = restamp(loaded_.owner().get(), decided)) setLoadedStrings(std::move(*loaded));
   if (auto dirty = restamp(dirty_.owner().get(), decided)) setDirtyStrings(std::move(*dirty));
-  for (auto& [key, group] : decided) {
-    if (group->status == KVStringStatusAccepted) {
-      rejectedStrings_.erase(group->key);
-      acceptedStrings_[group->key] = group;
-    }
-    if (group->status == KVStringStatusRejected) {
-      acceptedStrings_.erase(group->key);
-      rejectedStrings_[group->key] = group;
-    }
-  }
+  for (const auto& [key, group] : decided) recordDecision(group);
 }
 
 }  // namespace kolvane

@@ -97,8 +97,11 @@ class KVLocaleStrings : public std::enable_shared_from_this<KVLocaleStrings> {
   static void setSaveFailureHandler(std::function<void(const KVError&)> handler);
   // Main thread. Gives the group of `key` the review status `status`: an accepted or rejected
   // group goes into its map and out of the other, any other status takes the key out of both.
-  // Returns the group now published; none when the store has no such key.
-  std::shared_ptr<const KVStringGroup> setReviewStatus(const std::string& key, unsigned status);
+  // Returns the group now published. When the store has no such key, `decided` (the group the
+  // reviewer decided on, of the same key) is copied with the status into its map all the same
+  // and the copy returned; without it, none.
+  std::shared_ptr<const KVStringGroup> setReviewStatus(const std::string& key, unsigned status,
+                                                       const KVStringGroup* decided = nullptr);
   void clearDirtyStrings();
   void clearDirtyStatuses();
   void loadDirtyStatuses();
@@ -145,6 +148,8 @@ class KVLocaleStrings : public std::enable_shared_from_this<KVLocaleStrings> {
   void applyReviewStatuses(const std::map<std::string, unsigned>& statuses);
 
   void restoreRejectReasons();
+  // An accepted or rejected group goes into its map and out of the other.
+  void recordDecision(const std::shared_ptr<KVStringGroup>& group);
 
   Locale locale_;
   bool changesKeptOnDevice_ = true;

@@ -304,6 +304,26 @@ TEST_F(EditionTest, AcceptAndRejectFollowTheStepAndTheStatusAndEditingUndoesThem
   EXPECT_FALSE(screen->rejectEnabled());
 }
 
+TEST_F(EditionTest, AStringOnlyTheBaseHoldsIsAcceptedAndRejectedIntoTheMapsAlike) {
+  setBase({{"only.base", u"Only here"}, {"hi", u"Hi"}});
+  testing::addLabel(page_, cued(u"[Only here]"));
+  allowReview();
+  const auto screen = press(page_);
+  ASSERT_TRUE(screen);
+  ASSERT_EQ(screen->page(0).key, "only.base");
+  screen->accept();
+  EXPECT_EQ(screen->page(0).status, u"Accepted");
+  ASSERT_EQ(french_->acceptedStrings().count("only.base"), 1u);
+  EXPECT_EQ(french_->acceptedStrings().at("only.base")->status, KVStringStatusAccepted);
+
+  screen->textViewDidChange(0, typed(u"Seulement ici"));
+  EXPECT_EQ(french_->acceptedStrings().count("only.base"), 0u);
+  screen->reject();
+  screen->rejectReasonWasGiven("WRONG_TERM", u"");
+  EXPECT_EQ(french_->acceptedStrings().count("only.base"), 0u);
+  EXPECT_EQ(french_->rejectedStrings().count("only.base"), 1u);
+}
+
 TEST_F(EditionTest, CapsulesStandForPlaceholdersAndReadBackAsThem) {
   const auto sent = base_->kolvaneStringForKey("sent", std::nullopt);
   const KVAttributedText editing = kv_stringWithCapsules(*sent, kKVFieldCapsuleSize, true);
