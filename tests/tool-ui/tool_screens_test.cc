@@ -310,6 +310,7 @@ TEST_F(ToolScreensTest, TheLargestStepListTakenIsBuiltInOnePassAndALargerOneIsRe
   popup->reload();
   platform().queue.runAll();
   EXPECT_THAT(popup->workflowStepChoices(), IsEmpty());
+  EXPECT_EQ(popup->titleLoading(), KVTitleLoading::succeeded);  // a failed reload too
   ASSERT_EQ(host_->alerts.size(), 1u);
   EXPECT_EQ(host_->alerts[0].message,
             u"The answer with the project's workflows was refused: it holds more than "
