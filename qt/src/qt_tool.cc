@@ -174,6 +174,15 @@ void stripClipboard(QClipboard::Mode mode) {
   stripping = false;
 }
 
+// A top-level widget keeps its title with cues (a long press traces it); the window system
+// (window manager, task bar, accessibility) gets it without them.
+void keepCuesOffWindowTitle(QObject* receiver) {
+  auto* widget = qobject_cast<QWidget*>(receiver);
+  if (widget == nullptr || !widget->isWindow() || widget->windowHandle() == nullptr) return;
+  QWindow* window = widget->windowHandle();
+  if (holdsCues(window->title())) window->setTitle(withoutCues(window->title()));
+}
+
 // A short note at the pointer that outlives the release of the press that asked for it (a
 // tooltip would go with the release).
 void showHint(const QPoint& global, const QString& text) {
@@ -251,6 +260,10 @@ void GestureFilter::replayHeldPress() {
 }
 
 bool GestureFilter::eventFilter(QObject* receiver, QEvent* event) {
+  if (event->type() == QEvent::WindowTitleChange || event->type() == QEvent::Show) {
+    keepCuesOffWindowTitle(receiver);
+    return false;
+  }
   // Seen at the window, each press arrives once, before any widget acts on it.
   auto* window = qobject_cast<QWindow*>(receiver);
   if (window == nullptr) return false;

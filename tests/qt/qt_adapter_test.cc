@@ -534,6 +534,19 @@ namespace {
 
 // The popup window on its screens: the menu's rows, a list pushed and popped, the review's
 // cards dealt with and sent, back at the menu.
+TEST_F(QtAdapterTest, AWindowTitleKeepsItsCuesButTheWindowSystemGetsItWithout) {
+  window_->setWindowTitle(qtTrId("hi"));
+  QApplication::processEvents();
+  EXPECT_EQ(window_->windowTitle(), q(cued(u"[Salut]")));
+  EXPECT_EQ(window_->windowHandle()->title(), "Salut");
+
+  QWidget other;
+  other.setWindowTitle(qtTrId("file"));  // before the window exists
+  other.show();
+  ASSERT_TRUE(QTest::qWaitForWindowExposed(&other));
+  EXPECT_EQ(other.windowHandle()->title(), "un fichier");
+}
+
 TEST_F(QtAdapterTest, ThePopupWindowDrawsTheMenuTheListsAndTheCards) {
   logIn();
   answerAsServer();
