@@ -108,6 +108,6 @@ void InboxWindow::retranslate() {
   sentEmpty_->setText(qtTrId("sent.empty"));
   draftsEmpty_->setText(qtTrId("drafts.empty"));
   help_->setPlainText(qtTrId("help.text"));
-  discount_->setText(KolvaneQt::format(qtTrId("discount.label"), {"%"}));
+  discount_->setText(KolvaneQt::format(qtTrId("discount.label"), {"20%"}));
   terms_->setText(qtTrId("terms.link"));
 }

@@ -49,9 +49,11 @@ expect strings-bad "kolvane: $home/bad.strings: line 3: expected ';'" 1 -- "$cli
 expect strings "{\"greeting\":\"Hello\"}" 0 -- sh -c "printf '\"greeting\" = \"Hello\";' > '$home/ok.strings'; '$cli' strings read '$home/ok.strings'"
 expect lookup-show $'[Welcome to {%@}!]\n[missing.key]' 0 \
   -- env LANGUAGE= LC_ALL=C "$cli" lookup --bundle "$bundle" --home "$home" --show welcome.title missing.key
+expect lookup-demo-base-texts $'[Save {%@} today]\n[Terms & Conditions]' 0 \
+  -- env LANGUAGE= LC_ALL=C "$cli" lookup --bundle "$bundle" --home "$home" --show discount.label terms.link
 expect lookup-base-before-bundle '[Welcome to {%@}!]' 0 \
   -- env LANGUAGE=fr "$cli" lookup --bundle "$bundle" --home "$home" --show welcome.title
-expect lookup-shown-locale $'[Bienvenue sur {%@} !]\n[Save 20%% today]' 0 \
+expect lookup-shown-locale $'[Bienvenue sur {%@} !]\n[Save {%@} today]' 0 \
   -- "$cli" lookup --bundle "$bundle" --home "$home" --locale fr_FR --show welcome.title discount.label
 expect lookup-plural '[Vous avez {%ld} nouveau message]' 0 \
   -- "$cli" lookup --bundle "$bundle" --home "$home" --locale fr_FR --plural 1.5 --show inbox.count
