@@ -26,9 +26,21 @@ class StringsTextParser {
   StringsFileResult parse() {
     StringsTable table;
     skipSpaceAndComments();
-    while (!failed_ && pos_ < text_.size()) {
+    // The entries may also stand in braces, as one whole old-style dictionary.
+    const bool braced = !atEnd() && peek() == u'{';
+    if (braced) {
+      advance();
+      skipSpaceAndComments();
+    }
+    while (!failed_ && !atEnd() && !(braced && peek() == u'}')) {
       parseEntry(table);
       skipSpaceAndComments();
+    }
+    if (braced && !failed_) {
+      if (atEnd()) fail("expected '}'");
+      if (!failed_) advance();
+      skipSpaceAndComments();
+      if (!failed_ && !atEnd()) fail("unexpected text after '}'");
     }
     if (failed_) return StringsFileError{"line " + std::to_string(line_) + ": " + error_};
     return table;

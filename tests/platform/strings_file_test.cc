@@ -84,6 +84,14 @@ TEST(StringsTextFormatTest, ErrorsNameTheLine) {
   EXPECT_EQ(errorOf("= \"x\";"), "line 1: expected a key");
 }
 
+TEST(StringsTextFormatTest, EntriesInBracesAreOneWholeDictionary) {
+  EXPECT_EQ(tableOf("/* old style */ {\n  \"a\" = \"b\";\n  c = d;\n}\n"),
+            (StringsTable{{"a", u"b"}, {"c", u"d"}}));
+  EXPECT_TRUE(tableOf("{ }").empty());
+  EXPECT_EQ(errorOf("{ \"a\" = \"b\";"), "line 1: expected '}'");
+  EXPECT_EQ(errorOf("{ \"a\" = \"b\"; } \"c\" = \"d\";"), "line 1: unexpected text after '}'");
+}
+
 TEST(StringsTextFormatTest, EmptyAndCommentOnlyFilesAreEmptyTables) {
   EXPECT_TRUE(tableOf("").empty());
   EXPECT_TRUE(tableOf("  // nothing here\n/* or here */").empty());
