@@ -23,12 +23,8 @@
 namespace kolvane::qt {
 namespace {
 
-QString withoutCues(QString text) {
-  for (const char16_t cue :
-       {kv_beginCue, kv_endCue, kv_placeholderBeginCue, kv_placeholderEndCue}) {
-    text.remove(QChar(cue));
-  }
-  return text;
+QString withoutCues(const QString& text) {
+  return QString::fromStdU16String(kv_stringByRemovingCues(text.toStdU16String()));
 }
 
 bool holdsCues(const QString& text) { return withoutCues(text).size() != text.size(); }
@@ -437,24 +433,10 @@ void KolvaneQt::setSignOnPageOpener(std::function<void(const QUrl&)> opener) {
 }
 
 QString KolvaneQt::format(const QString& format, const QStringList& values) {
-  QString text;
-  qsizetype next = 0;
-  qsizetype at = 0;
-  while (at < format.size()) {
-    const qsizetype begin = format.indexOf(QChar(kv_placeholderBeginCue), at);
-    const qsizetype end = begin < 0 ? -1 : format.indexOf(QChar(kv_placeholderEndCue), begin);
-    if (end < 0) {
-      text += format.mid(at);
-      break;
-    }
-    // The cues around the placeholder stay: they say where the value stands.
-    text += format.mid(at, begin + 1 - at);
-    text += next < values.size() ? values[next] : format.mid(begin + 1, end - begin - 1);
-    ++next;
-    text += QChar(kv_placeholderEndCue);
-    at = end + 1;
-  }
-  return text;
+  std::vector<std::u16string> filled;
+  filled.reserve(static_cast<std::size_t>(values.size()));
+  for (const QString& value : values) filled.push_back(value.toStdU16String());
+  return QString::fromStdU16String(kv_formatKeepingCues(format.toStdU16String(), filled));
 }
 
 }  // namespace kolvane

@@ -45,6 +45,26 @@ void replaceAll(std::u16string& text, std::u16string_view from, std::u16string_v
   }
 }
 
+// The captured values stand in the order of the captured format's placeholders; each is the
+// value of the argument its placeholder's specifier names, which a format in another order
+// (a translation, an edit) asks for by that argument.
+std::vector<const KVArgumentValue*> valuesByArgument(std::u16string_view capturedFormat,
+                                                     const KVViewStrings::Values& values) {
+  std::vector<const KVArgumentValue*> arguments;
+  std::size_t rank = 0;
+  kv_enumerateCuesUsingBlock(capturedFormat, [&](std::u16string_view specifier) {
+    const std::size_t argument = kv_argumentIndexOfSpecifier(specifier, rank);
+    // No format has more arguments than placeholders; a larger position names none of these.
+    if (rank < values.size() && argument < values.size()) {
+      if (arguments.size() <= argument) arguments.resize(argument + 1, nullptr);
+      arguments[argument] = &values[rank];
+    }
+    ++rank;
+    return std::optional<std::u16string>();
+  });
+  return arguments;
+}
+
 }  // namespace
 
 std::u16string KVViewStrings::capturedText() const {
@@ -120,21 +140,23 @@ std::u16string KVViewStrings::rebuiltFormat(const KVString& string, int depth) c
     debugLine("Did not find values for kolvane string " + string.description());
     return string.localizedFormat;
   }
-  const Values& values = values_[index];
-  std::size_t next = 0;
+  const std::vector<const KVArgumentValue*> arguments =
+      valuesByArgument(strings_[index]->localizedFormat, values_[index]);
+  std::size_t rank = 0;
   return kv_enumerateCuesUsingBlock(
-      string.localizedFormat, [&](std::u16string_view) -> std::optional<std::u16string> {
-        if (next < values.size()) {
-          const KVArgumentValue& value = values[next++];
+      string.localizedFormat, [&](std::u16string_view specifier) -> std::optional<std::u16string> {
+        const std::size_t argument = kv_argumentIndexOfSpecifier(specifier, rank++);
+        if (argument < arguments.size() && arguments[argument] != nullptr) {
+          const KVArgumentValue& value = *arguments[argument];
           if (const auto* literal = std::get_if<std::u16string>(&value)) return *literal;
           if (const auto& record = std::get<std::shared_ptr<const KVString>>(value)) {
             return rebuiltFormat(*record, depth + 1);
           }
           debugLine("Wrong value type for kolvane string " + string.description() + " (index " +
-                    std::to_string(next) + " value (null))");
+                    std::to_string(rank) + " value (null))");
         }
         debugLine("Not enough values for kolvane string " + string.description() + " (index " +
-                  std::to_string(next) + " values " + describe(values) + ")");
+                  std::to_string(rank) + " values " + describe(values_[index]) + ")");
         return std::nullopt;
       });
 }

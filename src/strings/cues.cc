@@ -205,6 +205,34 @@ std::u16string kv_stringShowingCues(std::u16string_view text) {
   return shown;
 }
 
+std::size_t kv_argumentIndexOfSpecifier(std::u16string_view specifier, std::size_t rank) {
+  if (specifier.size() < 3 || specifier[0] != u'%') return rank;
+  std::size_t position = 0;
+  std::size_t at = 1;
+  // More digits than any format has arguments are no position.
+  for (; at < specifier.size() && at < 6 && specifier[at] >= u'0' && specifier[at] <= u'9'; ++at) {
+    position = position * 10 + (specifier[at] - u'0');
+  }
+  if (at == 1 || at >= specifier.size() || specifier[at] != u'$' || position == 0) return rank;
+  return position - 1;
+}
+
+std::u16string kv_formatKeepingCues(std::u16string_view format,
+                                    const std::vector<std::u16string>& values) {
+  std::u16string text;
+  text.reserve(format.size());
+  std::size_t rank = 0;
+  walkPlaceholders(
+      format, [&](std::u16string_view plain) { text += plain; },
+      [&](std::u16string_view specifier) {
+        const std::size_t argument = kv_argumentIndexOfSpecifier(specifier, rank++);
+        text += kv_placeholderBeginCue;
+        text += argument < values.size() ? std::u16string_view(values[argument]) : specifier;
+        text += kv_placeholderEndCue;
+      });
+  return text;
+}
+
 std::u16string kv_stringByRemovingCues(std::u16string_view text) {
   std::u16string stripped;
   stripped.reserve(text.size());

@@ -50,6 +50,10 @@ bool kv_forEachPlaceholder(std::u16string_view text,
 std::u16string kv_enumerateCuesUsingBlock(std::u16string_view text,
                                           const KVPlaceholderBlock& block);
 
+// The argument a placeholder with this specifier takes, from 0: N - 1 for "%N$..." (N from
+// 1), else `rank`, the placeholder's place among the format's placeholders.
+std::size_t kv_argumentIndexOfSpecifier(std::u16string_view specifier, std::size_t rank);
+
 // How deep marked strings may nest in one displayed text (a string formatted into a string
 // formatted into a string...); deeper texts give no items.
 inline constexpr std::size_t kv_maxCueNesting = 32;
@@ -60,6 +64,5 @@ std::vector<KVEditionItem> kv_localizedStringsInString(std::u16string_view text)
 
 // The cues made visible as "{", "}", "[", "]", for logs and tools.
 std::u16string kv_stringShowingCues(std::u16string_view text);
-std::u16string kv_stringByRemovingCues(std::u16string_view text);
 
 }  // namespace kolvane

@@ -61,6 +61,14 @@ TEST_F(ViewStringsTest, LiteralArgumentsComeBackAndTextAroundTheSpansIsDropped) 
   EXPECT_EQ(shown(strings.newLocalizedString()), u"[Hello][Sent {Ann} now]");
 }
 
+TEST_F(ViewStringsTest, ArgumentsInAnotherOrderAreRebuiltByTheirPositions) {
+  showFrench({{"invited", u"%2$@ a été invité par %1$@"}});
+  setBase({{"invited", u"%1$@ invited %2$@"}});
+  const KVViewStrings strings = traced(u"[{Bob} a été invité par {Ann}]");
+  ASSERT_THAT(keys(strings), ElementsAre("invited"));
+  EXPECT_EQ(shown(strings.newLocalizedString()), u"[{Ann} invited {Bob}]");
+}
+
 TEST_F(ViewStringsTest, TheSameRecordTwiceIsKeptOnceAndRebuiltOnce) {
   const KVViewStrings strings = traced(u"[Hi] and [Hi]");
   EXPECT_THAT(keys(strings), ElementsAre("hi"));

@@ -204,6 +204,9 @@ TEST_F(QtAdapterTest, TheTranslatorServesIdsSourceTextsAndPluralsAndLeavesQtsOwn
             q(cued(u"[Not a form text]")));
   EXPECT_EQ(KolvaneQt::format(qtTrId("sent"), {qtTrId("file")}),
             q(cued(u"[Envoyé {[un fichier]} aujourd'hui]")));
+  french_->setLoadedStrings(testing::groupsOf({{"invited", u"%2$@ a été invité par %1$@"}}));
+  EXPECT_EQ(KolvaneQt::format(qtTrId("invited"), {"Ann", "Bob"}),
+            q(cued(u"[{Bob} a été invité par {Ann}]")));
 }
 
 TEST_F(QtAdapterTest, ALongPressOpensTheStringsUnderItAndClicksNothing) {

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "base/utf.h"
 #include "core/main_controller.h"
 #include "support/fake_platform.h"
 
@@ -70,6 +71,24 @@ TEST(CueEnumerationTest, ReplacesPlaceholderContentsInOrderKeepingCues) {
       });
   EXPECT_THAT(seen, ElementsAre(u"%@", u"%d"));
   EXPECT_EQ(kv_stringShowingCues(out), u"[{X} has {}]");
+}
+
+TEST(CueFormattingTest, ValuesGoToTheArgumentsTheirSpecifiersNameInEveryLanguage) {
+  const std::vector<std::u16string> values = {u"Ann", u"Bob"};
+  const auto filled = [&values](std::u16string_view text) {
+    return kv_stringShowingCues(kv_formatKeepingCues(kv_stringWithCues(text), values));
+  };
+  EXPECT_EQ(filled(u"%1$@ invited %2$@"), u"[{Ann} invited {Bob}]");
+  EXPECT_EQ(filled(u"%2$@ a été invité par %1$@"), u"[{Bob} a été invité par {Ann}]");
+  EXPECT_EQ(filled(u"%2$@ wurde von %1$@ eingeladen"), u"[{Bob} wurde von {Ann} eingeladen]");
+  EXPECT_EQ(filled(u"%@ and %@"), u"[{Ann} and {Bob}]");
+  EXPECT_EQ(filled(u"%@, %@ and %@"), u"[{Ann}, {Bob} and {%@}]");  // no third value
+  EXPECT_EQ(filled(u"%3$@"), u"[{%3$@}]");
+
+  EXPECT_EQ(kv_argumentIndexOfSpecifier(u"%12$ld", 0), 11u);
+  for (std::u16string_view unpositioned : {u"%0$@", u"%$@", u"%123456$@", u"%1@", u"%"}) {
+    EXPECT_EQ(kv_argumentIndexOfSpecifier(unpositioned, 4), 4u) << toUtf8(unpositioned);
+  }
 }
 
 TEST(CueEnumerationTest, IdentityBlockGivesTheInputBack) {

@@ -29,8 +29,10 @@ class KolvaneQt {
   // through a loopback address. An app with a browser of its own (a kiosk) opens the page with
   // `opener` instead; none puts the system browser back.
   static void setSignOnPageOpener(std::function<void(const QUrl&)> opener);
-  // `format` (a Kolvane string) with its placeholders, in order, replaced by `values`: a value
-  // that is itself a Kolvane string stays traceable inside the text it was put in.
+  // `format` (a Kolvane string) with its placeholders filled from `values`: "%2$@" takes the
+  // second value, a placeholder without a position the value of its rank, so a translation
+  // may put its arguments in another order. A value that is itself a Kolvane string stays
+  // traceable inside the text it was put in.
   // Example: KolvaneQt::format(qtTrId("welcome.title"), {qtTrId("app.name")})
   static QString format(const QString& format, const QStringList& values);
 };
