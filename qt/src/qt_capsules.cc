@@ -5,6 +5,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QKeyEvent>
 #include <QMimeData>
 #include <QPainter>
 #include <QPainterPath>
@@ -166,6 +167,19 @@ KVAttributedText attributedText(const QTextDocument* document) {
 
 CapsuleTextEdit::CapsuleTextEdit(QWidget* parent) : QTextEdit(parent) {
   registerCapsules(document());
+  // Tab moves on to the buttons, as everywhere else in a dialog; Ctrl+Tab types a tab.
+  setTabChangesFocus(true);
+}
+
+bool CapsuleTextEdit::event(QEvent* event) {
+  if (event->type() == QEvent::KeyPress && !isReadOnly()) {
+    const auto* key = static_cast<QKeyEvent*>(event);
+    if (key->key() == Qt::Key_Tab && key->modifiers() == Qt::ControlModifier) {
+      textCursor().insertText(QStringLiteral("\t"));
+      return true;
+    }
+  }
+  return QTextEdit::event(event);
 }
 
 QMimeData* CapsuleTextEdit::createMimeDataFromSelection() const {

@@ -25,6 +25,7 @@ class CapsuleTextEdit : public QTextEdit {
   static constexpr char kMimeType[] = "application/x-kolvane-attributed-text";
 
  protected:
+  bool event(QEvent* event) override;
   QMimeData* createMimeDataFromSelection() const override;
   bool canInsertFromMimeData(const QMimeData* source) const override;
   void insertFromMimeData(const QMimeData* source) override;

@@ -10,10 +10,13 @@
 #include <QPushButton>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QShortcut>
+#include <QShowEvent>
 #include <QVBoxLayout>
 #include <algorithm>
 
 #include "qt_capsules.h"
+#include "qt_popup_window.h"
 #include "qt_views.h"
 
 namespace kolvane::qt {
@@ -118,15 +121,53 @@ EditionPopup::EditionPopup(std::shared_ptr<KVEditionScreen> screen, QWidget* ove
   layout->addLayout(paging);
   connect(scroll_->horizontalScrollBar(), &QScrollBar::valueChanged, this,
           [this](int value) { screen_->scrollViewDidScroll(value, scroll_->viewport()->width()); });
+  addKeyboardShortcuts();
+  connect(this, &QDialog::finished, this,
+          [returnTo = QPointer<QWidget>(over)] { returnFocusTo(returnTo); });
   screen_->setChangeHandler([this] { refresh(); });
   refresh();
+}
+
+void EditionPopup::addKeyboardShortcuts() {
+  const auto shortcut = [this](QKeySequence keys, auto action) {
+    connect(new QShortcut(keys, this), &QShortcut::activated, this, action);
+  };
+  for (const int key : {Qt::Key_Return, Qt::Key_Enter}) {
+    shortcut(QKeySequence(Qt::ControlModifier | key), [this] { screen_->validate(); });
+  }
+  const auto turnPage = [this](int by) {
+    const auto target = static_cast<long long>(screen_->currentPage()) + by;
+    if (target < 0 || target >= static_cast<long long>(pages_.size())) return;
+    showPage(static_cast<std::size_t>(target));
+    focusField();
+  };
+  shortcut(QKeySequence(Qt::ControlModifier | Qt::Key_PageDown), [turnPage] { turnPage(1); });
+  shortcut(QKeySequence(Qt::AltModifier | Qt::Key_Right), [turnPage] { turnPage(1); });
+  shortcut(QKeySequence(Qt::ControlModifier | Qt::Key_PageUp), [turnPage] { turnPage(-1); });
+  shortcut(QKeySequence(Qt::AltModifier | Qt::Key_Left), [turnPage] { turnPage(-1); });
+}
+
+void EditionPopup::focusField() {
+  const std::size_t current = screen_->currentPage();
+  if (current >= pages_.size()) return;
+  CapsuleTextEdit* field = pages_[current].field;
+  if (field->isReadOnly()) return close_->setFocus(Qt::OtherFocusReason);
+  field->setFocus(Qt::OtherFocusReason);
+  field->moveCursor(QTextCursor::End);
+}
+
+void EditionPopup::showEvent(QShowEvent* event) {
+  QDialog::showEvent(event);
+  focusField();
 }
 
 EditionPopup::~EditionPopup() { screen_->setChangeHandler(nullptr); }
 
 QWidget* EditionPopup::makeBar() {
   auto* bar = new QWidget(this);
-  bar->setStyleSheet("background: #f2f2f7;");
+  // Only the bar itself is tinted: its buttons keep the style's look and focus frame.
+  bar->setObjectName("editionBar");
+  bar->setStyleSheet("#editionBar { background: #f2f2f7; }");
   auto* layout = new QHBoxLayout(bar);
   accept_ = new QPushButton(QString::fromStdU16String(kKVEditionAcceptTitle), bar);
   reject_ = new QPushButton(QString::fromStdU16String(kKVEditionRejectTitle), bar);
@@ -171,7 +212,8 @@ EditionPopup::PageWidgets EditionPopup::makePage(std::size_t index) {
       button->setStyleSheet(
           "QPushButton { border: 1px solid rgb(44,165,200); color: rgb(44,165,200); "
           "background: white; padding: 0 10px; }"
-          "QPushButton:checked { background: rgb(44,165,200); color: white; }");
+          "QPushButton:checked { background: rgb(44,165,200); color: white; }"
+          "QPushButton:focus { border: 2px solid rgb(20,90,120); }");
       group->addButton(button, static_cast<int>(i));
       chooser->addWidget(button);
       widgets.pluralButtons.push_back(button);
@@ -189,6 +231,7 @@ EditionPopup::PageWidgets EditionPopup::makePage(std::size_t index) {
   widgets.source = new QTextEdit(widgets.page);
   registerCapsules(widgets.source->document());
   widgets.source->setReadOnly(true);
+  widgets.source->setFocusPolicy(Qt::NoFocus);
   widgets.source->setFrameShape(QFrame::NoFrame);
   widgets.source->setMaximumHeight(70);
   layout->addWidget(widgets.source);
@@ -221,6 +264,8 @@ void EditionPopup::refresh() {
   reject_->setEnabled(screen_->rejectEnabled());
   for (std::size_t i = 0; i < pages_.size(); ++i) {
     pages_[i].status->setText(QString::fromStdU16String(screen_->page(i).status));
+    // Tab stays on the page in view: the others are out of the chain.
+    pages_[i].page->setEnabled(i == screen_->currentPage());
   }
   if (indicator_ != nullptr) indicator_->setCurrent(screen_->currentPage());
   followModelPage();

@@ -41,6 +41,8 @@ class EditionPopup : public QDialog {
 
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;
+  // Opens with the caret at the end of the page's editable text.
+  void showEvent(QShowEvent* event) override;
 
  private:
   struct PageWidgets {
@@ -52,6 +54,10 @@ class EditionPopup : public QDialog {
     std::vector<QPushButton*> pluralButtons;
   };
   QWidget* makeBar();
+  // Ctrl+Enter closes and saves; Ctrl+PageDown/PageUp and Alt+Right/Left turn the page.
+  void addKeyboardShortcuts();
+  // The current page's field with the caret at its end, or Close when it is read-only.
+  void focusField();
   PageWidgets makePage(std::size_t index);
   void fillTexts(std::size_t index);
   void refresh();

@@ -1,8 +1,11 @@
 #include "qt_popup_window.h"
 
+#include <QApplication>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMessageBox>
+#include <QPointer>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QShowEvent>
@@ -17,6 +20,7 @@
 namespace kolvane::qt {
 
 PopupWindow::PopupWindow(QWidget* over) : QDialog(over) {
+  QPointer<QWidget> returnTo = over;
   markAsKolvaneWindow(this);
   setWindowTitle(QStringLiteral("Kolvane"));
   setWindowModality(Qt::WindowModal);
@@ -53,7 +57,21 @@ PopupWindow::PopupWindow(QWidget* over) : QDialog(over) {
     pop();
   });
   connect(close_, &QPushButton::clicked, this, &QDialog::reject);
+  // Enter belongs to the screen's own rows and lists, never to the bar.
+  back_->setAutoDefault(false);
+  close_->setAutoDefault(false);
+  connect(this, &QDialog::finished, this, [returnTo] { returnFocusTo(returnTo); });
   refreshBar();
+}
+
+void PopupWindow::keyPressEvent(QKeyEvent* event) {
+  // Escape goes back a screen as the back button does; on the first screen it closes.
+  if (event->key() == Qt::Key_Escape && event->modifiers() == Qt::NoModifier &&
+      back_->isVisible()) {
+    back_->click();
+    return;
+  }
+  QDialog::keyPressEvent(event);
 }
 
 void PopupWindow::reject() {
@@ -86,6 +104,7 @@ void PopupWindow::push(const std::shared_ptr<KVToolScreen>& screen) {
   entries_.push_back({screen, view});
   stack_->addWidget(view);
   stack_->setCurrentWidget(view);
+  view->setFocus(Qt::OtherFocusReason);
   screen->setChangeHandler([this, view] {
     refreshBar();
     refreshScreenView(view);
@@ -106,6 +125,7 @@ void PopupWindow::pop() {
   if (entries_.size() <= 1) return;
   removeTop();
   stack_->setCurrentWidget(entries_.back().view);
+  entries_.back().view->setFocus(Qt::OtherFocusReason);
   refreshScreenView(entries_.back().view);
   refreshBar();
 }
@@ -113,6 +133,7 @@ void PopupWindow::pop() {
 void PopupWindow::popTo(const KVToolScreen& screen) {
   while (entries_.size() > 1 && entries_.back().screen.get() != &screen) removeTop();
   stack_->setCurrentWidget(entries_.back().view);
+  entries_.back().view->setFocus(Qt::OtherFocusReason);
   refreshScreenView(entries_.back().view);
   refreshBar();
 }
@@ -134,6 +155,15 @@ void PopupWindow::refreshBar() {
   loadingResult_->setText(loading == KVTitleLoading::succeeded ? QStringLiteral("✓")
                           : loading == KVTitleLoading::failed  ? QStringLiteral("✕")
                                                                : QString());
+}
+
+void returnFocusTo(QWidget* window) {
+  // With a window manager the app's window is activated again; without one it still gets the
+  // keyboard, so Ctrl+Alt+K works at once.
+  if (window == nullptr || !window->isVisible()) return;
+  window = window->window();
+  window->activateWindow();
+  if (QApplication::activeWindow() == nullptr) QApplication::setActiveWindow(window);
 }
 
 void showAlert(QWidget* parent, const KVAlert& alert, std::function<void(std::size_t)> answer) {

@@ -35,6 +35,7 @@ class PopupWindow : public QDialog {
 
  protected:
   void showEvent(QShowEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
 
  private:
   struct Entry {
@@ -52,6 +53,9 @@ class PopupWindow : public QDialog {
   QLabel* loadingResult_ = nullptr;
   QPushButton* close_ = nullptr;
 };
+
+// Gives the keyboard back to `window` (the app's window a tool window was over), if still up.
+void returnFocusTo(QWidget* window);
 
 // Shows `alert` window-modal over `parent` (the app's window when none); `answer` gets the
 // button's index, 0 for the cancel button.

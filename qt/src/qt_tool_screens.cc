@@ -1,9 +1,11 @@
 #include "qt_tool_screens.h"
 
+#include <QApplication>
 #include <QCryptographicHash>
 #include <QDesktopServices>
 #include <QHBoxLayout>
 #include <QHostAddress>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QListWidget>
 #include <QPainter>
@@ -68,9 +70,18 @@ class MenuView : public ScreenView {
       layout->addSpacing(12);
     }
     layout->addStretch();
+    // The keyboard stays on the row it was on, though every row is made anew.
+    const QString focused = focusedRowName();
     // The old rows go once the click that may have led here has returned.
     if (QWidget* old = scroll_->takeWidget()) old->deleteLater();
     scroll_->setWidget(content);
+    setFocusProxy(nullptr);
+    for (QPushButton* button : content->findChildren<QPushButton*>()) {
+      if (!button->isEnabled()) continue;
+      if (focusProxy() == nullptr || button->objectName() == focused) setFocusProxy(button);
+      if (button->objectName() == focused) break;
+    }
+    if (!focused.isEmpty() && focusProxy() != nullptr) focusProxy()->setFocus();
   }
 
  private:
@@ -82,13 +93,22 @@ class MenuView : public ScreenView {
     auto* button = new QPushButton(text, parent);
     button->setObjectName(qs(row.title));
     button->setEnabled(row.enabled);
-    button->setStyleSheet(row.highlighted
-                              ? QStringLiteral("text-align: left; padding: 8px; color: #2ca5c8; "
-                                               "font-weight: bold;")
-                              : QStringLiteral("text-align: left; padding: 8px;"));
+    button->setStyleSheet(
+        (row.highlighted ? QStringLiteral("QPushButton { text-align: left; padding: 8px; "
+                                          "color: #2ca5c8; font-weight: bold; }")
+                         : QStringLiteral("QPushButton { text-align: left; padding: 8px; }")) +
+        QStringLiteral("QPushButton:focus { border: 2px solid #2ca5c8; border-radius: 4px; }"));
     connect(button, &QPushButton::clicked, this,
             [this, section, index] { menu_->selectRow(section, index); });
     return button;
+  }
+
+  QString focusedRowName() const {
+    const QWidget* focused = QApplication::focusWidget();
+    return focused != nullptr && scroll_->widget() != nullptr &&
+                   scroll_->widget()->isAncestorOf(focused)
+               ? focused->objectName()
+               : QString();
   }
 
   std::shared_ptr<KVActionsMenu> menu_;
@@ -194,15 +214,23 @@ class ChoiceView : public ScreenView {
     auto* layout = new QVBoxLayout(this);
     list_ = new QListWidget(this);
     layout->addWidget(list_);
-    connect(list_, &QListWidget::itemClicked, this, [this](QListWidgetItem* item) {
-      if (!item->data(kItemRole).isValid()) return;
-      const auto section = item->data(kSectionRole).toULongLong();
-      const auto index = item->data(kItemRole).toULongLong();
-      // The list may close as it answers: it goes after this click.
-      QTimer::singleShot(0, this,
-                         [choices = choices_, section, index] { choices->choose(section, index); });
-    });
+    setFocusProxy(list_);
+    list_->installEventFilter(this);
+    connect(list_, &QListWidget::itemClicked, this,
+            [this](QListWidgetItem* item) { choose(item); });
     refresh();
+  }
+
+  // Enter chooses the current entry, as a click does.
+  bool eventFilter(QObject* watched, QEvent* event) override {
+    if (watched == list_ && event->type() == QEvent::KeyPress) {
+      const int key = static_cast<QKeyEvent*>(event)->key();
+      if (key == Qt::Key_Return || key == Qt::Key_Enter) {
+        choose(list_->currentItem());
+        return true;
+      }
+    }
+    return ScreenView::eventFilter(watched, event);
   }
 
   void refresh() override {
@@ -221,13 +249,28 @@ class ChoiceView : public ScreenView {
                                          list_);
         item->setData(kSectionRole, static_cast<qulonglong>(section));
         item->setData(kItemRole, static_cast<qulonglong>(index));
+        if (chosen || list_->currentItem() == nullptr) list_->setCurrentItem(item);
       }
     }
   }
 
  private:
+  void choose(QListWidgetItem* item) {
+    if (item == nullptr || !item->data(kItemRole).isValid() || choosing_) return;
+    // One choice per list: a double click or Enter after a click chooses nothing more.
+    choosing_ = true;
+    const auto section = item->data(kSectionRole).toULongLong();
+    const auto index = item->data(kItemRole).toULongLong();
+    // The list may close as it answers: it goes after this click.
+    QTimer::singleShot(0, this, [this, section, index] {
+      choices_->choose(section, index);
+      choosing_ = false;
+    });
+  }
+
   std::shared_ptr<KVChoiceScreen> choices_;
   QListWidget* list_ = nullptr;
+  bool choosing_ = false;
 };
 
 double& animationScale() {

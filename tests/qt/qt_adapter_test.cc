@@ -163,7 +163,8 @@ class QtAdapterTest : public testing::CaptureTest {
       response.status = 200;
       if (request.url.find("/workflows") != std::string::npos) {
         response.body = R"({"response":{"code":"SUCCESS","data":{"items":[{"workflowName":"W",
-          "workflowUid":"w","workflowSteps":[{"workflowStepName":"S","workflowStepUid":""}]}]}}})";
+          "workflowUid":"w","workflowSteps":[{"workflowStepName":"S","workflowStepUid":"",
+          "localePairs":[{"sourceLocaleId":"en","targetLocaleId":"fr-FR"}]}]}]}}})";
       } else if (request.url.find("/token") != std::string::npos) {
         response.body = testing::tokenAnswerFor(reviewer);
       } else if (request.url.find("/export") == std::string::npos) {
@@ -585,6 +586,68 @@ TEST_F(QtAdapterTest, ThePopupWindowDrawsTheMenuTheListsAndTheCards) {
   qt::setCardAnimationScale(1);
   popupButton("Close")->click();
   EXPECT_TRUE(QTest::qWaitFor([] { return qt::openPopupWindow() == nullptr; }));
+}
+
+TEST_F(QtAdapterTest, TheEditionScreenIsUsedFromTheKeyboardAndGivesTheKeyboardBack) {
+  label_->setText(KolvaneQt::format(qtTrId("sent"), {qtTrId("file")}));
+  press(label_, 650);
+  qt::EditionPopup* open = popup();
+  ASSERT_NE(open, nullptr);
+  QWindow* window = open->windowHandle();
+  const std::size_t first = open->screen().currentPage();
+  qt::CapsuleTextEdit* field = open->field(first);
+  EXPECT_EQ(QApplication::focusWidget(), field);
+  EXPECT_TRUE(field->textCursor().atEnd());
+
+  QTest::keyClick(window, Qt::Key_Tab);
+  EXPECT_TRUE(qobject_cast<QPushButton*>(QApplication::focusWidget()) != nullptr);
+  QTest::keyClick(window, Qt::Key_Backtab, Qt::ShiftModifier);
+  EXPECT_EQ(QApplication::focusWidget(), field);
+  QTest::keyClick(window, Qt::Key_Tab, Qt::ControlModifier);
+  EXPECT_TRUE(field->toPlainText().endsWith('\t'));
+
+  QTest::keyClick(window, Qt::Key_PageDown, Qt::ControlModifier);
+  EXPECT_EQ(open->screen().currentPage(), 1 - first);
+  EXPECT_EQ(QApplication::focusWidget(), open->field(1 - first));
+  QTest::keyClick(window, Qt::Key_Left, Qt::AltModifier);
+  EXPECT_EQ(open->screen().currentPage(), first);
+
+  QTest::keyClick(window, Qt::Key_Return, Qt::ControlModifier);
+  QApplication::processEvents();
+  EXPECT_EQ(popup(), nullptr);
+  EXPECT_EQ(french_->dirtyStrings().size(), 1u);  // the tab typed on the first page was saved
+  EXPECT_EQ(QApplication::activeWindow(), window_.get());
+}
+
+TEST_F(QtAdapterTest, InTheListsEnterChoosesAndEscapeGoesBack) {
+  logIn();
+  answerAsServer();
+  QTest::keyClick(window_->windowHandle(), Qt::Key_K, Qt::ControlModifier | Qt::AltModifier);
+  platform().queue.runAll();
+  qt::PopupWindow* menu = qt::openPopupWindow();
+  ASSERT_NE(menu, nullptr);
+  popupButton("Workflow step")->click();
+  platform().queue.runAll();
+  ASSERT_EQ(menu->top()->title(), u"Workflow step");
+  auto* list = menu->topView()->findChild<QListWidget*>();
+  ASSERT_NE(list, nullptr);
+  EXPECT_TRUE(list->hasFocus());
+  QTest::keyClick(menu->windowHandle(), Qt::Key_Escape);
+  EXPECT_EQ(menu->top()->title(), u"Kolvane");
+  EXPECT_EQ(qt::openPopupWindow(), menu);
+
+  popupButton("Workflow step")->click();
+  platform().queue.runAll();
+  controller().setWorkflowStep(nullptr);
+  QTest::keyClick(menu->windowHandle(), Qt::Key_Return);
+  EXPECT_TRUE(QTest::qWaitFor([this] {
+    platform().queue.runAll();
+    return controller().workflowStep() != nullptr;
+  }));
+  EXPECT_EQ(menu->top()->title(), u"Kolvane");
+  QTest::keyClick(menu->windowHandle(), Qt::Key_Escape);
+  EXPECT_TRUE(QTest::qWaitFor([] { return qt::openPopupWindow() == nullptr; }));
+  EXPECT_EQ(QApplication::activeWindow(), window_.get());
 }
 
 // Sends one request to the loopback and reads the whole answer.
