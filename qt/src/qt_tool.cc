@@ -400,6 +400,7 @@ void KolvaneQt::install() {
   state.filter = std::make_unique<qt::GestureFilter>();
   qApp->installEventFilter(state.filter.get());
   state.host = std::make_shared<qt::QtToolHost>();
+  KolvaneQtWindows::instance();  // follows the tool's windows from now on
   KolvaneTool::indexDesignTimeTexts();
   KolvaneTool::setHost(state.host);
   QClipboard* clipboard = QGuiApplication::clipboard();
@@ -426,6 +427,32 @@ void KolvaneQt::uninstall() {
   qApp->removeEventFilter(state.filter.get());
   QCoreApplication::removeTranslator(state.translator.get());
   state = qt::Installed();
+}
+
+KolvaneQtWindows::KolvaneQtWindows() { qApp->installEventFilter(this); }
+
+KolvaneQtWindows* KolvaneQtWindows::instance() {
+  static KolvaneQtWindows* windows = new KolvaneQtWindows;  // lives as long as the process
+  return windows;
+}
+
+bool KolvaneQtWindows::eventFilter(QObject* watched, QEvent* event) {
+  if (event->type() != QEvent::Show && event->type() != QEvent::Hide) return false;
+  auto* shownOrHidden = qobject_cast<QWidget*>(watched);
+  if (shownOrHidden == nullptr || !shownOrHidden->isWindow()) return false;
+  bool open = false;
+  for (QWidget* window : QApplication::topLevelWidgets()) {
+    // The hint at the pointer is no window of the tool.
+    if (window->isVisible() && qt::isKolvaneWindow(window) && window->windowType() != Qt::ToolTip) {
+      open = true;
+      break;
+    }
+  }
+  if (open != open_) {
+    open_ = open;
+    emit openChanged(open);
+  }
+  return false;
 }
 
 void KolvaneQt::setSignOnPageOpener(std::function<void(const QUrl&)> opener) {

@@ -12,6 +12,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QSignalSpy>
 #include <QTabBar>
 #include <QTableWidget>
 #include <QTcpSocket>
@@ -322,7 +323,9 @@ TEST_F(QtAdapterTest, ALongPressReachesNoWidgetAndShortPressesDragsAndDoubleClic
 }
 
 TEST_F(QtAdapterTest, TheFirstClickOnANewlyOpenedScreenActs) {
+  QSignalSpy openChanged(KolvaneQtWindows::instance(), &KolvaneQtWindows::openChanged);
   press(label_, 650);
+  EXPECT_TRUE(KolvaneQtWindows::instance()->isOpen());
   qt::EditionPopup* open = popup();
   ASSERT_NE(open, nullptr);
   QPushButton* close = visibleButton(open, "Close");
@@ -333,6 +336,10 @@ TEST_F(QtAdapterTest, TheFirstClickOnANewlyOpenedScreenActs) {
                     close->mapTo(close->window(), close->rect().center()));
   QApplication::processEvents();
   EXPECT_EQ(popup(), nullptr);
+  EXPECT_FALSE(KolvaneQtWindows::instance()->isOpen());
+  ASSERT_EQ(openChanged.size(), 2);
+  EXPECT_EQ(openChanged[0][0].toBool(), true);
+  EXPECT_EQ(openChanged[1][0].toBool(), false);
 }
 
 TEST_F(QtAdapterTest, OneFingerHeldOpensTheEditionScreenAndNothingToTranslateShowsAHint) {

@@ -8,6 +8,7 @@
 // any text of the app in place with a long press on it.
 #pragma once
 
+#include <QObject>
 #include <QString>
 #include <QStringList>
 #include <functional>
@@ -35,6 +36,30 @@ class KolvaneQt {
   // traceable inside the text it was put in.
   // Example: KolvaneQt::format(qtTrId("welcome.title"), {qtTrId("app.name")})
   static QString format(const QString& format, const QStringList& values);
+};
+
+// Kolvane's windows (the edition screen, the menu and its screens, their alerts) as the host app
+// sees them: its UI tests wait for them instead of hunting for widgets by their texts.
+//
+//   QSignalSpy opened(KolvaneQtWindows::instance(), &KolvaneQtWindows::openChanged);
+class KolvaneQtWindows : public QObject {
+  Q_OBJECT
+ public:
+  static KolvaneQtWindows* instance();
+  // Whether one of Kolvane's windows is shown.
+  bool isOpen() const { return open_; }
+
+ signals:
+  // The first of Kolvane's windows was shown (true), or the last one went (false).
+  void openChanged(bool open);
+
+ protected:
+  // Looks at the app's windows again whenever one is shown or hidden.
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ private:
+  KolvaneQtWindows();
+  bool open_ = false;
 };
 
 }  // namespace kolvane
