@@ -73,10 +73,11 @@ QFrame* line(QWidget* parent) {
 EditionPopup::EditionPopup(std::shared_ptr<KVEditionScreen> screen, QWidget* over)
     : QDialog(over), screen_(std::move(screen)) {
   markAsKolvaneWindow(this);
-  setWindowTitle("Kolvane");
+  setWindowTitle(QStringLiteral("Kolvane \u2014 Edit translation"));
   setModal(true);
+  setToolWindowFlags(this);
+  setMinimumSize(420, 340);
   resize(460, 380);
-  if (over != nullptr) move(over->geometry().center() - rect().center());
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(0, 0, 0, 8);
   layout->addWidget(makeBar());
@@ -157,6 +158,7 @@ void EditionPopup::focusField() {
 }
 
 void EditionPopup::showEvent(QShowEvent* event) {
+  placeToolWindow(this, parentWidget());
   QDialog::showEvent(event);
   focusField();
 }
@@ -294,6 +296,7 @@ void EditionPopup::showAlert(const KVAlert& alert) {
       new QMessageBox(QMessageBox::Warning, QString::fromStdU16String(alert.title),
                       QString::fromStdU16String(alert.message), QMessageBox::NoButton, this);
   markAsKolvaneWindow(box);
+  box->setStyleSheet(QStringLiteral("QLabel { min-width: 340px; }"));
   // Enter, Escape and the window's close button all keep editing: the default is the safe one.
   QPushButton* keep =
       box->addButton(QString::fromStdU16String(alert.cancelButtonTitle), QMessageBox::RejectRole);

@@ -8,6 +8,7 @@
 #include <QPointer>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QScreen>
 #include <QShowEvent>
 #include <QStackedWidget>
 #include <QVBoxLayout>
@@ -24,6 +25,9 @@ PopupWindow::PopupWindow(QWidget* over) : QDialog(over) {
   markAsKolvaneWindow(this);
   setWindowTitle(QStringLiteral("Kolvane"));
   setWindowModality(Qt::WindowModal);
+  setToolWindowFlags(this);
+  // Its own size, whatever the app's window: the actions never hide behind a scroll bar.
+  setMinimumSize(360, 480);
   resize(440, 600);
   auto* layout = new QVBoxLayout(this);
   auto* bar = new QHBoxLayout;
@@ -85,13 +89,7 @@ void PopupWindow::reject() {
 }
 
 void PopupWindow::showEvent(QShowEvent* event) {
-  // Over the middle of the app's window, and no larger than it, window manager or not.
-  if (QWidget* over = parentWidget() != nullptr ? parentWidget()->window() : nullptr) {
-    const QRect area = over->geometry();
-    resize(std::min(width(), std::max(320, area.width() - 40)),
-           std::min(height(), std::max(360, area.height() - 20)));
-    move(area.center() - QPoint(width() / 2, height() / 2));
-  }
+  placeToolWindow(this, parentWidget());
   QDialog::showEvent(event);
 }
 
@@ -149,12 +147,41 @@ void PopupWindow::refreshBar() {
   const std::u16string left = screen ? screen->leftButtonTitle() : std::u16string();
   back_->setText(left.empty() ? QStringLiteral("‹ Back") : QString::fromStdU16String(left));
   back_->setVisible(!left.empty() || entries_.size() > 1);
-  title_->setText(screen ? QString::fromStdU16String(screen->title()) : QString());
+  const QString title = screen ? QString::fromStdU16String(screen->title()) : QString();
+  title_->setText(title);
+  setWindowTitle(title.isEmpty() || title == QLatin1String("Kolvane")
+                     ? QStringLiteral("Kolvane")
+                     : QStringLiteral("Kolvane \u2014 ") + title);
   const KVTitleLoading loading = screen ? screen->titleLoading() : KVTitleLoading::idle;
   loading_->setVisible(loading == KVTitleLoading::loading);
   loadingResult_->setText(loading == KVTitleLoading::succeeded ? QStringLiteral("✓")
                           : loading == KVTitleLoading::failed  ? QStringLiteral("✕")
                                                                : QString());
+}
+
+void setToolWindowFlags(QWidget* window) {
+  // A dialog with a title and a close button only: nothing to minimise or maximise.
+  window->setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
+                         Qt::WindowCloseButtonHint);
+}
+
+void placeToolWindow(QWidget* tool, QWidget* over) {
+  QScreen* screen = over != nullptr ? over->screen() : tool->screen();
+  if (screen == nullptr) return;
+  const QRect available = screen->availableGeometry();
+  // The window manager's frame counts: it is on the screen too (none before the first show).
+  const QSize frame = tool->frameGeometry().size() - tool->size();
+  tool->resize(tool->size().boundedTo(available.size() - frame));
+  const QSize size = tool->size() + frame;
+  // Over the middle of the app's window (or of the screen), then pulled fully onto the screen.
+  const QPoint centre =
+      over != nullptr ? over->window()->frameGeometry().center() : available.center();
+  QRect placed(centre - QPoint(size.width() / 2, size.height() / 2), size);
+  placed.moveLeft(std::clamp(placed.left(), available.left(),
+                             std::max(available.left(), available.right() - size.width())));
+  placed.moveTop(std::clamp(placed.top(), available.top(),
+                            std::max(available.top(), available.bottom() - size.height())));
+  tool->move(placed.topLeft());
 }
 
 void returnFocusTo(QWidget* window) {
@@ -172,6 +199,8 @@ void showAlert(QWidget* parent, const KVAlert& alert, std::function<void(std::si
   box->setAttribute(Qt::WA_DeleteOnClose);
   box->setWindowModality(parent != nullptr ? Qt::WindowModal : Qt::ApplicationModal);
   box->setWindowTitle(QString::fromStdU16String(alert.title));
+  // Wide enough for its title and text on one line each where they fit.
+  box->setStyleSheet(QStringLiteral("QLabel { min-width: 340px; }"));
   box->setText(QString::fromStdU16String(alert.title));
   box->setInformativeText(QString::fromStdU16String(alert.message));
   std::vector<QAbstractButton*> buttons = {

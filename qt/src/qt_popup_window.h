@@ -54,6 +54,11 @@ class PopupWindow : public QDialog {
   QPushButton* close_ = nullptr;
 };
 
+// The title bar of every tool window: a title and a close button.
+void setToolWindowFlags(QWidget* window);
+// Centres `tool` over the app's window `over` (the screen when none) at its own size, fully on
+// the screen.
+void placeToolWindow(QWidget* tool, QWidget* over);
 // Gives the keyboard back to `window` (the app's window a tool window was over), if still up.
 void returnFocusTo(QWidget* window);
 

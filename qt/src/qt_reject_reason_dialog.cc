@@ -8,6 +8,7 @@
 #include <QRadioButton>
 #include <QVBoxLayout>
 
+#include "qt_popup_window.h"
 #include "qt_views.h"
 
 namespace kolvane::qt {
@@ -15,7 +16,8 @@ namespace kolvane::qt {
 RejectReasonDialog::RejectReasonDialog(std::shared_ptr<KVRejectReasonForm> form, QWidget* over)
     : QDialog(over), form_(std::move(form)) {
   markAsKolvaneWindow(this);
-  setWindowTitle(toQString(form_->title()));
+  setWindowTitle(QStringLiteral("Kolvane \u2014 ") + toQString(form_->title()));
+  setToolWindowFlags(this);
   auto* layout = new QVBoxLayout(this);
   layout->addWidget(
       new QLabel(toQString(kKVEditionKeyPrefix) + QString::fromStdString(form_->key())));

@@ -12,6 +12,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScreen>
 #include <QSignalSpy>
 #include <QTabBar>
 #include <QTableWidget>
@@ -558,6 +559,23 @@ TEST_F(QtAdapterTest, AWindowTitleKeepsItsCuesButTheWindowSystemGetsItWithout) {
   EXPECT_EQ(other.windowHandle()->title(), "un fichier");
 }
 
+TEST_F(QtAdapterTest, ToolWindowsHaveTheirOwnTitleAndSizeAndStayOnTheScreen) {
+  window_->resize(140, 120);
+  window_->move(window_->screen()->availableGeometry().bottomRight() - QPoint(150, 130));
+  QApplication::processEvents();
+  press(label_, 650);
+  qt::EditionPopup* open = popup();
+  ASSERT_NE(open, nullptr);
+  EXPECT_EQ(open->windowTitle(), QStringLiteral("Kolvane \u2014 Edit translation"));
+  EXPECT_FALSE(open->windowFlags() & (Qt::WindowMinimizeButtonHint | Qt::WindowMaximizeButtonHint));
+  EXPECT_GE(open->width(), open->minimumWidth());
+  EXPECT_GE(open->width(), 420);
+  EXPECT_TRUE(open->QWidget::screen()->availableGeometry().contains(open->frameGeometry()))
+      << open->frameGeometry().x() << "," << open->frameGeometry().y();
+  EXPECT_TRUE(open->acceptButton()->isVisible() && open->closeButton()->isVisible());
+  closeAll();
+}
+
 TEST_F(QtAdapterTest, ThePopupWindowDrawsTheMenuTheListsAndTheCards) {
   logIn();
   answerAsServer();
@@ -584,6 +602,7 @@ TEST_F(QtAdapterTest, ThePopupWindowDrawsTheMenuTheListsAndTheCards) {
   platform().queue.runAll();
   ASSERT_NE(popupButton("Confirm"), nullptr);
   EXPECT_EQ(qt::openPopupWindow()->backButton()->text(), "Cancel");
+  EXPECT_EQ(qt::openPopupWindow()->windowTitle(), QStringLiteral("Kolvane \u2014 Review changes"));
   popupButton("Confirm")->click();
   EXPECT_TRUE(QTest::qWaitFor([this] {
     platform().queue.runAll();
