@@ -45,6 +45,8 @@ struct KVAlert {
   std::u16string cancelButtonTitle;
   std::vector<std::u16string> otherButtonTitles;
   int tag = 0;  // what the alert asks, for the screen that answers it
+  // The technical cause behind the message ("Details"); empty when there is none.
+  std::u16string details;
 };
 
 class KOLVANE_EXPORT KVEditionScreen {

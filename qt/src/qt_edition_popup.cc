@@ -316,7 +316,7 @@ void EditionPopup::showAlert(const KVAlert& alert) {
     screen_->alertButtonClicked(
         clicked == buttons.end() ? 0 : static_cast<std::size_t>(clicked - buttons.begin()));
   });
-  box->open();
+  openWithDetails(box, alert);
 }
 
 CapsuleTextEdit* EditionPopup::field(std::size_t page) const {

@@ -184,6 +184,19 @@ void placeToolWindow(QWidget* tool, QWidget* over) {
   tool->move(placed.topLeft());
 }
 
+void openWithDetails(QMessageBox* box, const KVAlert& alert) {
+  if (!alert.details.empty()) box->setDetailedText(QString::fromStdU16String(alert.details));
+  box->open();
+  if (alert.details.empty()) return;
+  // Qt's own button (there once the box is shown) says "Show Details..."; the technical cause
+  // is one "Details" away.
+  for (QAbstractButton* button : box->buttons()) {
+    if (box->buttonRole(button) == QMessageBox::ActionRole) {
+      button->setText(QStringLiteral("Details"));
+    }
+  }
+}
+
 void returnFocusTo(QWidget* window) {
   // With a window manager the app's window is activated again; without one it still gets the
   // keyboard, so Ctrl+Alt+K works at once.
@@ -217,7 +230,7 @@ void showAlert(QWidget* parent, const KVAlert& alert, std::function<void(std::si
                        if (buttons[index] == clicked && answer) answer(index);
                      }
                    });
-  box->open();
+  openWithDetails(box, alert);
 }
 
 }  // namespace kolvane::qt

@@ -12,6 +12,7 @@
 #include "kolvane/tool_screens.h"
 
 class QLabel;
+class QMessageBox;
 class QProgressBar;
 class QPushButton;
 class QStackedWidget;
@@ -59,6 +60,8 @@ void setToolWindowFlags(QWidget* window);
 // Centres `tool` over the app's window `over` (the screen when none) at its own size, fully on
 // the screen.
 void placeToolWindow(QWidget* tool, QWidget* over);
+// Opens `box` with the alert's technical details behind a "Details" button, when it has some.
+void openWithDetails(QMessageBox* box, const KVAlert& alert);
 // Gives the keyboard back to `window` (the app's window a tool window was over), if still up.
 void returnFocusTo(QWidget* window);
 

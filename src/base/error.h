@@ -3,13 +3,23 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 namespace kolvane {
 
 struct KVError {
+  KVError() = default;
+  KVError(std::string errorDomain, long errorCode, std::string description,
+          std::string technicalDetails = {})
+      : domain(std::move(errorDomain)),
+        code(errorCode),
+        localizedDescription(std::move(description)),
+        details(std::move(technicalDetails)) {}
+
   std::string domain;
   long code = 0;
-  std::string localizedDescription;
+  std::string localizedDescription;  // for the reviewer: what happened and what to do
+  std::string details;               // for whoever looks further: the technical cause
 };
 
 inline constexpr char kKVErrorDomainServer[] = "server";  // code: the HTTP status

@@ -217,8 +217,12 @@ void KVEditionViewController::validate() {
   const std::size_t errors = editionController_->validateStrings();
   if (errors >= 1) {
     // Closing the alert keeps what was typed: only "Cancel changes" throws it away.
-    alert_ = KVAlert{
-        u"Validation error", validationMessage(errors), u"Keep editing", {u"Cancel changes"}, 0};
+    alert_ = KVAlert{u"Validation error",
+                     validationMessage(errors),
+                     u"Keep editing",
+                     {u"Cancel changes"},
+                     0,
+                     {}};
     changed();
     return;
   }

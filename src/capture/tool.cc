@@ -1,6 +1,7 @@
 #include "kolvane/tool.h"
 
 #include "base/log.h"
+#include "base/server_text.h"
 #include "base/utf.h"
 #include "capture/edition_view_controller.h"
 #include "capture/tool_host.h"
@@ -28,9 +29,23 @@ std::shared_ptr<KVToolHost> kv_toolHost() { return installedHost(); }
 
 void kv_setToolHost(std::shared_ptr<KVToolHost> host) { installedHost() = std::move(host); }
 
+std::u16string kv_errorDetails(const KVError& error) {
+  std::string details = error.domain + " " + std::to_string(error.code);
+  for (const std::string* part : {&error.localizedDescription, &error.details}) {
+    if (!part->empty()) details += ": " + *part;
+  }
+  return kv_shownServerText(details);
+}
+
 void kv_showErrorAlert(std::u16string title, const KVError& error) {
   if (const auto host = kv_toolHost()) {
-    host->showAlert({std::move(title), toUtf16(error.localizedDescription), u"OK", {}, 0}, {});
+    host->showAlert({std::move(title),
+                     toUtf16(error.localizedDescription),
+                     u"OK",
+                     {},
+                     0,
+                     kv_errorDetails(error)},
+                    {});
   }
 }
 

@@ -164,7 +164,7 @@ std::optional<std::string> KVNetwork::createBodyWithBoundary(
 }
 
 KVError KVNetwork::errorFromJson(const nlohmann::json& value, long code) {
-  KVError error{kKVErrorDomainServer, code, "Server error"};
+  KVError error{kKVErrorDomainServer, code, "Server error", "HTTP status " + std::to_string(code)};
   if (!value.is_object()) return error;
   const auto response = value.find("response");
   if (response == value.end() || !response->is_object()) return error;

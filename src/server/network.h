@@ -28,6 +28,10 @@ using KVParametersJson = nlohmann::ordered_json;
 using KVJsonCompletion = std::function<void(std::optional<KVError>, nlohmann::json)>;
 using KVErrorCompletion = std::function<void(std::optional<KVError>)>;
 
+// What a reviewer is told when no answer came from the server.
+inline constexpr char kKVServerUnreachableText[] =
+    "The translation server cannot be reached. Check the connection and try again.";
+
 class KVNetwork {
  public:
   // Sending. Every completion runs on the main queue. An authenticated exchange goes through

@@ -68,8 +68,13 @@ std::optional<KVHttpRequest> postOrPutRequest(std::string_view path, int server,
 }  // namespace
 
 KVError KVNetwork::connectionError(const HttpResponse& response) {
-  if (!response.failure) return KVError{kKVErrorDomainNetwork, kKVErrorCodeNoAnswer, "No answer"};
-  return KVError{kKVErrorDomainNetwork, response.failure->first, response.failure->second};
+  // The transport's own message ("Couldn't connect to server") tells a reviewer nothing to do.
+  KVError error{kKVErrorDomainNetwork, kKVErrorCodeNoAnswer, kKVServerUnreachableText, "No answer"};
+  if (response.failure) {
+    error.code = response.failure->first;
+    error.details = response.failure->second;
+  }
+  return error;
 }
 
 void KVNetwork::getPath(std::string_view path, bool authenticated, int server,

@@ -63,7 +63,7 @@ KVMenuRow menuRow(std::u16string title, std::u16string detail = {}, bool enabled
 
 // A question whose second button, "Yes", acts.
 KVAlert confirmation(std::u16string title, std::u16string message, int tag) {
-  return {std::move(title), std::move(message), u"No", {u"Yes"}, tag};
+  return {std::move(title), std::move(message), u"No", {u"Yes"}, tag, {}};
 }
 
 void saveDefault(std::string_view key, nlohmann::json value) {
@@ -201,7 +201,8 @@ void KVActionsPopup::askLogOut() {
            u" changes have not been sent. Log out and keep them on this device?",
        u"Cancel",
        {u"Log Out"},
-       kKVAlertTagLogOut});
+       kKVAlertTagLogOut,
+       {}});
 }
 
 void KVActionsPopup::logOut() {
@@ -371,8 +372,13 @@ void KVActionsPopup::pull() {
       kvDebug("Error pulling strings " + error->localizedDescription);
       self->hideLoadingWithSuccess(false);
       if (const auto host = kv_toolHost()) {
-        host->showAlert(
-            {u"Error", u"Unable to get latest text. Please try again later.", u"Close", {}, 0}, {});
+        host->showAlert({u"Error",
+                         u"Unable to get latest text. Please try again later.",
+                         u"Close",
+                         {},
+                         0,
+                         kv_errorDetails(*error)},
+                        {});
       }
       return;
     }

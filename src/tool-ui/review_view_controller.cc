@@ -53,9 +53,10 @@ std::u16string textOf(const KVStringGroup& group) {
   return text;
 }
 
-void showAlert(std::u16string title, std::u16string message) {
+void showAlert(std::u16string title, std::u16string message, std::u16string details = {}) {
   if (const auto host = kv_toolHost()) {
-    host->showAlert({std::move(title), std::move(message), u"Close", {}, 0}, {});
+    host->showAlert({std::move(title), std::move(message), u"Close", {}, 0, std::move(details)},
+                    {});
   }
 }
 
@@ -95,7 +96,8 @@ void KVReviewViewController::loadChanges() {
   reviewLocaleStrings_->pullWithCompletion(
       [self = shared_from_this()](std::optional<KVError> error) {
         if (error) {
-          showAlert(u"Error pulling strings", kv_shownServerText(error->localizedDescription));
+          showAlert(u"Error pulling strings", kv_shownServerText(error->localizedDescription),
+                    kv_errorDetails(*error));
           self->busy_ = false;
           return self->cancel();
         }
@@ -184,7 +186,8 @@ void KVReviewViewController::pushChangesWithCompletion(std::function<void()> com
         KVLocaleStrings& store = *self->localeStrings_;
         if (error) {
           // Nothing else is sent and the store keeps everything; the popup still hears of it.
-          showAlert(u"Error saving strings", kv_shownServerText(error->localizedDescription));
+          showAlert(u"Error saving strings", kv_shownServerText(error->localizedDescription),
+                    kv_errorDetails(*error));
           return completion();
         }
         // What the server took leaves the device; what it refused is written back at once, so

@@ -333,7 +333,7 @@ TEST_F(PullTest, WithAStepPendingTextIsFetchedTooAndTheFirstErrorWins) {
   publishedReachable = false;
   const auto error = pull(*shown());
   ASSERT_TRUE(error.has_value());
-  EXPECT_EQ(error->localizedDescription, "offline");
+  EXPECT_EQ(error->details, "offline");  // the transport's words stay behind the details
   EXPECT_EQ(platform().transport.sent.size(), 4u);
 }
 

@@ -574,6 +574,16 @@ TEST_F(QtAdapterTest, ToolWindowsHaveTheirOwnTitleAndSizeAndStayOnTheScreen) {
       << open->frameGeometry().x() << "," << open->frameGeometry().y();
   EXPECT_TRUE(open->acceptButton()->isVisible() && open->closeButton()->isVisible());
   closeAll();
+
+  // An error's technical cause is one "Details" away, never the message.
+  qt::showAlert(window_.get(), {u"Error", u"Try again.", u"Close", {}, 0, u"network 7: refused"},
+                {});
+  auto* box = window_->findChild<QMessageBox*>();
+  ASSERT_NE(box, nullptr);
+  EXPECT_EQ(box->detailedText(), "network 7: refused");
+  EXPECT_NE(visibleButton(box, "Details"), nullptr);
+  EXPECT_GE(box->width(), 340);
+  box->reject();
 }
 
 TEST_F(QtAdapterTest, ThePopupWindowDrawsTheMenuTheListsAndTheCards) {

@@ -80,5 +80,16 @@ TEST_F(NetworkTest, AnswersOnlyExactly200SucceedAndBodiesMustBeJson) {
   EXPECT_EQ(offline.error->localizedDescription, "offline");
 }
 
+TEST_F(NetworkTest, NoAnswerIsToldInWordsWithTheTransportsMessageAsItsDetails) {
+  HttpResponse cut;
+  cut.failure = std::make_pair(7L, std::string("Couldn't connect to server"));
+  const KVError error = KVNetwork::connectionError(cut);
+  EXPECT_EQ(error.localizedDescription,
+            "The translation server cannot be reached. Check the connection and try again.");
+  EXPECT_EQ(error.details, "Couldn't connect to server");
+  EXPECT_EQ(error.code, 7);
+  EXPECT_EQ(KVNetwork::errorFromJson(nullptr, 503).details, "HTTP status 503");
+}
+
 }  // namespace
 }  // namespace kolvane
