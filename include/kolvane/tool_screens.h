@@ -144,7 +144,9 @@ struct KVReviewCard {
   std::string key;
   std::u16string myText;
   std::u16string myStatus;
-  std::u16string currentText;  // "No translation" when the server has none
+  unsigned myStatusCode = 0;    // what myStatus says, for its colour: 2 accepted, 3 rejected
+  std::u16string rejectReason;  // why a rejected string was rejected, as the reviewer said
+  std::u16string currentText;   // "No translation" when the server has none
   std::u16string currentStatus;
 };
 
@@ -165,6 +167,10 @@ class KOLVANE_EXPORT KVReviewScreen : public KVToolScreen {
   virtual std::vector<KVReviewCard> cards() const = 0;
   // Loading the server's text or sending: a spinner.
   virtual bool isBusy() const = 0;
+  // What the screen is doing while busy ("Sending 3 changes…"); empty otherwise.
+  virtual std::u16string busyText() const = 0;
+  // Where the reviewer is in the stack ("2 of 5"); empty when no card is left.
+  virtual std::u16string counterText() const = 0;
   // The top card is being thrown off: the adapter animates it, then calls cardWasThrown().
   virtual Throw pendingThrow() const = 0;
   virtual void discard() = 0;

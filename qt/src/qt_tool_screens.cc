@@ -287,6 +287,11 @@ class CardStack : public QWidget {
     cards_ = std::move(cards);
     update();
   }
+  // What shows where no card is left: what the screen is busy with, or that all are dealt with.
+  void setEmptyText(QString text) {
+    emptyText_ = std::move(text);
+    update();
+  }
   // Throws the top card off (`direction` -1 discarded, 1 kept), then calls `thrown`.
   void throwTopCard(int direction, std::function<void()> thrown) {
     direction_ = direction;
@@ -320,9 +325,7 @@ class CardStack : public QWidget {
       paintCard(painter, card, cards_[static_cast<std::size_t>(depth)], depth == 0);
       painter.restore();
     }
-    if (cards_.empty()) {
-      painter.drawText(rect(), Qt::AlignCenter, QStringLiteral("No changes left"));
-    }
+    if (cards_.empty()) painter.drawText(rect(), Qt::AlignCenter | Qt::TextWordWrap, emptyText_);
   }
 
  private:
@@ -348,7 +351,10 @@ class CardStack : public QWidget {
     block(qs(kKVReviewKeyPrefix) + QString::fromStdString(content.key), grey, false);
     block(qs(kKVReviewMyChangesTitle), grey, true);
     block(qs(content.myText), Qt::black, false);
-    block(qs(content.myStatus), QColor(44, 165, 200), false);
+    block(qs(content.myStatus), statusColour(content.myStatusCode), true);
+    if (!content.rejectReason.empty()) {
+      block(QStringLiteral("Reason: ") + qs(content.rejectReason), statusColour(3), false);
+    }
     text.setTop(text.top() + 10);
     block(qs(kKVReviewCurrentTitle), grey, true);
     block(qs(content.currentText), Qt::black, false);
@@ -382,7 +388,19 @@ class CardStack : public QWidget {
     animation->start(QAbstractAnimation::DeleteWhenStopped);
   }
 
+  static QColor statusColour(unsigned status) {
+    switch (status) {
+      case 2:
+        return QColor(40, 140, 70);  // accepted
+      case 3:
+        return QColor(200, 50, 50);  // rejected
+      default:
+        return QColor(44, 165, 200);  // edited
+    }
+  }
+
   std::vector<KVReviewCard> cards_;
+  QString emptyText_;
   double throwProgress_ = 0;
   double lift_ = 0;
   int direction_ = 0;
@@ -398,12 +416,16 @@ class ReviewView : public ScreenView {
     spinner_->setRange(0, 0);
     spinner_->setTextVisible(false);
     stack_ = new CardStack(this);
+    counter_ = new QLabel(this);
+    counter_->setAlignment(Qt::AlignRight);
+    counter_->setStyleSheet(QStringLiteral("color: #6d6d72;"));
     auto* buttons = new QHBoxLayout;
     discard_ = new QPushButton(qs(review_->discardTitle()), this);
     keep_ = new QPushButton(qs(review_->keepTitle()), this);
     buttons->addWidget(discard_);
     buttons->addWidget(keep_);
     layout->addWidget(spinner_);
+    layout->addWidget(counter_);
     layout->addWidget(stack_, 1);
     layout->addLayout(buttons);
     connect(discard_, &QPushButton::clicked, this, [this] { review_->discard(); });
@@ -414,6 +436,9 @@ class ReviewView : public ScreenView {
   void refresh() override {
     const auto cards = review_->cards();
     spinner_->setVisible(review_->isBusy());
+    counter_->setText(qs(review_->counterText()));
+    stack_->setEmptyText(review_->isBusy() ? qs(review_->busyText())
+                                           : QStringLiteral("No changes left"));
     const auto pending = review_->pendingThrow();
     const bool ready =
         !cards.empty() && !review_->isBusy() && pending == KVReviewScreen::Throw::none;
@@ -434,6 +459,7 @@ class ReviewView : public ScreenView {
  private:
   std::shared_ptr<KVReviewScreen> review_;
   QProgressBar* spinner_ = nullptr;
+  QLabel* counter_ = nullptr;
   CardStack* stack_ = nullptr;
   QPushButton* discard_ = nullptr;
   QPushButton* keep_ = nullptr;

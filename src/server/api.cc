@@ -5,6 +5,7 @@
 
 #include "base/log.h"
 #include "base/saturating.h"
+#include "base/server_text.h"
 #include "base/utf.h"
 #include "core/locale_identifiers.h"
 #include "core/main_controller.h"
@@ -42,9 +43,20 @@ const nlohmann::json& payload(const nlohmann::json& answer, const char* name = n
   return *value;
 }
 
-std::string text(const nlohmann::json& value) {
-  if (value.is_string()) return value.get<std::string>();
-  return value.is_null() ? std::string("(null)") : value.dump();
+// A reason the server gave: a text, or texts joined; nothing else reads as one. Bounded, as
+// every text from a server is.
+std::string reasonText(const nlohmann::json& value) {
+  std::string reason;
+  if (value.is_string()) reason = value.get<std::string>();
+  if (value.is_array()) {
+    for (const auto& part : value) {
+      if (!part.is_string()) continue;
+      if (!reason.empty()) reason += "; ";
+      reason += part.get<std::string>();
+    }
+  }
+  if (reason.size() > kKVMaxServerNameBytes) reason.resize(kKVMaxServerNameBytes);
+  return reason;
 }
 
 // The first of `strings` whose hash code is `hashcode`.
@@ -68,6 +80,14 @@ void forEachFailure(const nlohmann::json& entries, const char* hashKey, const KV
     if (hashcode == entry.end()) continue;
     if (auto string = findByUid(strings, *hashcode)) report(string, entry);
   }
+}
+
+KVRefusalReasons reasonForAll(const KVGroupList& strings, const KVError& error) {
+  KVRefusalReasons reasons;
+  for (const auto& string : strings) {
+    if (string) reasons[string->key] = error.localizedDescription;
+  }
+  return reasons;
 }
 
 void markAllFailed(const KVStringGroups& strings, KVWriteFailures& failures) {
@@ -171,8 +191,8 @@ void KVApi::projectWorkflowsForce(
 }
 
 void KVApi::setStatus(const std::string& status, const KVGroupList& strings,
-                      std::function<void(KVGroupList)> completion) {
-  if (strings.empty()) return completion({});
+                      StatusCompletion completion) {
+  if (strings.empty()) return completion({}, {});
   const auto& step = KVMainController::sharedInstance().workflowStep();
   const std::string stepUid = step ? step->uid : std::string();
   KVParametersJson entries = KVParametersJson::array();
@@ -186,32 +206,35 @@ void KVApi::setStatus(const std::string& status, const KVGroupList& strings,
                          std::optional<KVError> error, nlohmann::json answer) {
                        if (error) {
                          kvLogIfEnabled(status + " failed: " + error->localizedDescription);
-                         return completion(strings);
+                         return completion(strings, reasonForAll(strings, *error));
                        }
                        KVGroupList failed;
-                       forEachFailure(
-                           payload(answer, "failures"), "hashcode", strings,
-                           [&](const auto& string, const nlohmann::json& entry) {
-                             failed.push_back(string);
-                             kvLogIfEnabled(status + " failed for " + string->key + ": " +
-                                            text(entry.value("reason", nlohmann::json())));
-                           });
-                       completion(std::move(failed));
+                       KVRefusalReasons reasons;
+                       forEachFailure(payload(answer, "failures"), "hashcode", strings,
+                                      [&](const auto& string, const nlohmann::json& entry) {
+                                        failed.push_back(string);
+                                        reasons[string->key] =
+                                            reasonText(entry.value("reason", nlohmann::json()));
+                                        kvLogIfEnabled(status + " failed for " + string->key +
+                                                       ": " + reasons[string->key]);
+                                      });
+                       completion(std::move(failed), std::move(reasons));
                      });
 }
 
-void KVApi::submitStrings(const KVGroupList& strings, std::function<void(KVGroupList)> completion) {
+void KVApi::submitStrings(const KVGroupList& strings, StatusCompletion completion) {
   setStatus("submittedStrings", strings, std::move(completion));
 }
 
-void KVApi::rejectStrings(const KVGroupList& strings, std::function<void(KVGroupList)> completion) {
+void KVApi::rejectStrings(const KVGroupList& strings, StatusCompletion completion) {
   setStatus("rejectedStrings", strings, std::move(completion));
 }
 
 void KVApi::saveStrings(
     const KVStringGroups& strings,
-    std::function<void(std::optional<KVError>, std::optional<KVWriteFailures>)> completion) {
-  if (strings.empty()) return completion(std::nullopt, std::nullopt);
+    std::function<void(std::optional<KVError>, std::optional<KVWriteFailures>, KVRefusalReasons)>
+        completion) {
+  if (strings.empty()) return completion(std::nullopt, std::nullopt, {});
   const std::string file =
       KVMainController::kolvaneFilesFolder() + "/" + std::string(kSaveFileName);
   KVWriteFailures failures;
@@ -219,7 +242,7 @@ void KVApi::saveStrings(
           strings, KVMainController::sharedInstance().xliffContext(), file, &failures)) {
     kvLogIfEnabled("Save failed: " + error->localizedDescription);
     markAllFailed(strings, failures);
-    return completion(error, std::move(failures));
+    return completion(error, std::move(failures), {});
   }
   KVGroupList sent;
   for (const auto& [key, group] : strings) sent.push_back(group);
@@ -227,19 +250,21 @@ void KVApi::saveStrings(
       "/files-api/v2/projects/" + projectId() + "/locales/" + localeId() + "/content/import", file,
       [file, strings, sent, failures, completion = std::move(completion)](
           std::optional<KVError> error, nlohmann::json answer) mutable {
+        KVRefusalReasons reasons;
         if (error) {
           kvLogIfEnabled("Save failed: " + error->localizedDescription);
           markAllFailed(strings, failures);
         } else {
-          forEachFailure(payload(answer, "translationImportErrors"), "stringHashCode", sent,
-                         [&](const auto& string, const nlohmann::json& entry) {
-                           failures[string->key] = string;
-                           kvLogIfEnabled("Save failed for " + string->key + ": " +
-                                          text(entry.value("messages", nlohmann::json())));
-                         });
+          forEachFailure(
+              payload(answer, "translationImportErrors"), "stringHashCode", sent,
+              [&](const auto& string, const nlohmann::json& entry) {
+                failures[string->key] = string;
+                reasons[string->key] = reasonText(entry.value("messages", nlohmann::json()));
+                kvLogIfEnabled("Save failed for " + string->key + ": " + reasons[string->key]);
+              });
         }
         removeFileIfPresent(file);
-        completion(std::move(error), std::move(failures));
+        completion(std::move(error), std::move(failures), std::move(reasons));
       });
 }
 

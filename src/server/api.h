@@ -4,6 +4,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -18,6 +19,8 @@
 namespace kolvane {
 
 using KVGroupList = std::vector<std::shared_ptr<KVStringGroup>>;
+// Why the server refused strings, by key, in its own words (a string may have none).
+using KVRefusalReasons = std::map<std::string, std::string>;
 
 class KVApi {
  public:
@@ -39,19 +42,21 @@ class KVApi {
 
   // Moves strings on in the current workflow step ("submittedStrings") or back
   // ("rejectedStrings"). Strings the server does not know (no hash code) are left out. The
-  // completion gets the strings that failed: all of them when the call itself failed.
+  // completion gets the strings that failed (all of them when the call itself failed) and the
+  // reasons the server gave.
+  using StatusCompletion = std::function<void(KVGroupList, KVRefusalReasons)>;
   static void setStatus(const std::string& status, const KVGroupList& strings,
-                        std::function<void(KVGroupList)> completion);
-  static void submitStrings(const KVGroupList& strings,
-                            std::function<void(KVGroupList)> completion);
-  static void rejectStrings(const KVGroupList& strings,
-                            std::function<void(KVGroupList)> completion);
+                        StatusCompletion completion);
+  static void submitStrings(const KVGroupList& strings, StatusCompletion completion);
+  static void rejectStrings(const KVGroupList& strings, StatusCompletion completion);
   // Uploads the strings' translations as XLIFF. The completion gets the strings that failed by
   // key, or none when there was nothing to send; and, when the file could not be written or
-  // the upload itself failed (every string then counts as failed), the error.
+  // the upload itself failed (every string then counts as failed), the error; and the reasons
+  // the server gave for the strings it refused.
   static void saveStrings(
       const KVStringGroups& strings,
-      std::function<void(std::optional<KVError>, std::optional<KVWriteFailures>)> completion);
+      std::function<void(std::optional<KVError>, std::optional<KVWriteFailures>, KVRefusalReasons)>
+          completion);
   // Files a translation issue with the string's reject reason and description.
   static void createIssueForString(const std::shared_ptr<KVStringGroup>& string,
                                    std::function<void(std::optional<KVError>)> completion);

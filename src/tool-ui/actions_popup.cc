@@ -93,6 +93,12 @@ std::vector<KVMenuSection> KVActionsPopup::sections() const {
   std::vector<KVMenuSection> sections = {accountSection(), translationSection(),
                                          latestTextSection()};
   if (KVSession::sharedInstance().isLoggedIn()) sections.push_back(saveSection());
+  // While the latest text comes, nothing else may start.
+  if (titleLoading() == KVTitleLoading::loading) {
+    for (KVMenuSection& section : sections) {
+      for (KVMenuRow& row : section.rows) row.enabled = false;
+    }
+  }
   return sections;
 }
 
@@ -143,10 +149,11 @@ KVMenuSection KVActionsPopup::saveSection() const {
   const bool unsaved = unsavedChanges() > 0;
   // The counts are of what the app holds; when the device could not keep it, say so.
   const auto& store = controller().localeStrings();
-  const std::u16string footer =
-      store && !store->changesKeptOnDevice()
-          ? u"Not saved on this device yet: these changes are lost if the app closes."
-          : u"";
+  std::u16string footer = sendSummary_;
+  if (store && !store->changesKeptOnDevice()) {
+    if (!footer.empty()) footer += u"\n";
+    footer += u"Not saved on this device yet: these changes are lost if the app closes.";
+  }
   return {{}, {menuRow(u"Save My Changes", counts, unsaved, false, unsaved)}, footer};
 }
 
@@ -395,7 +402,8 @@ void KVActionsPopup::reloadWindowStrings() {
   if (const auto host = kv_toolHost()) host->stringsDidChange();
 }
 
-void KVActionsPopup::changesWereSaved() {
+void KVActionsPopup::changesWereSaved(const std::u16string& summary) {
+  sendSummary_ = summary;
   if (const auto host = kv_toolHost()) host->popToToolScreen(*this);
   changed();
   // A pull throws away what is on the device: what could not be sent stays there for the next

@@ -54,7 +54,7 @@ class KVActionsPopup : public KVActionsMenu,
   std::vector<std::string> targetLocaleIds() const;
   // The steps covering the shown locale: as a target first, then as a source.
   KVWorkflowSteps workflowStepChoices() const;
-  void changesWereSaved() override;
+  void changesWereSaved(const std::u16string& summary) override;
   void askConfirmationForRow(std::size_t row);
   void changeLocale();
   void changeWorkflow();
@@ -78,6 +78,7 @@ class KVActionsPopup : public KVActionsMenu,
 
   std::shared_ptr<KVEditionController> editionController_;
   bool isLoading_ = false;
+  std::u16string sendSummary_;  // what the last sending did, shown under "Save My Changes"
   Choices sourceLocaleChoices_;
   Choices targetLocaleChoices_;
 };

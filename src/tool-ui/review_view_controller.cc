@@ -1,6 +1,7 @@
 #include "tool-ui/review_view_controller.h"
 
 #include <algorithm>
+#include <set>
 #include <utility>
 
 #include "base/log.h"
@@ -11,6 +12,7 @@
 #include "core/locale_strings.h"
 #include "core/main_controller.h"
 #include "core/review_locale_strings.h"
+#include "kolvane/reject_reason.h"
 #include "server/api.h"
 #include "strings/cues.h"
 
@@ -53,6 +55,23 @@ std::u16string textOf(const KVStringGroup& group) {
   return text;
 }
 
+// The reason's title as the reviewer chose it, and what they wrote.
+std::u16string reasonText(const KVStringGroup& rejected) {
+  const std::string code = toUtf8(rejected.rejectReason);
+  std::u16string text = rejected.rejectReason;
+  for (const KVRejectReason& reason : KVRejectReasonForm::reasons()) {
+    if (reason.code == code) text = reason.title;
+  }
+  if (!rejected.rejectDescription.empty()) {
+    text += (text.empty() ? u"" : u": ") + rejected.rejectDescription;
+  }
+  return text;
+}
+
+std::u16string countOf(std::size_t count) {
+  return toUtf16(std::to_string(count)) + (count == 1 ? u" change" : u" changes");
+}
+
 void showAlert(std::u16string title, std::u16string message, std::u16string details = {}) {
   if (const auto host = kv_toolHost()) {
     host->showAlert({std::move(title), std::move(message), u"Close", {}, 0, std::move(details)},
@@ -77,8 +96,10 @@ std::vector<KVReviewCard> KVReviewViewController::cards() const {
     KVReviewCard card;
     card.key = change.sid;
     card.myText = textOf(*change.string);
-    card.myStatus =
-        kv_statusText((change.statusChange ? change.statusChange : change.string)->status);
+    const KVStringGroup& decided = change.statusChange ? *change.statusChange : *change.string;
+    card.myStatus = kv_statusText(decided.status);
+    card.myStatusCode = decided.status;
+    if (decided.status == KVStringStatusRejected) card.rejectReason = reasonText(decided);
     card.currentText =
         change.upstream ? kv_shownServerText(textOf(*change.upstream)) : u"No translation";
     if (change.upstream) card.currentStatus = kv_statusText(change.upstream->status);
@@ -127,6 +148,7 @@ void KVReviewViewController::createStack() {
       }
     }
   }
+  stackSize_ = changes_.size();
 }
 
 void KVReviewViewController::discard() {
@@ -164,8 +186,56 @@ void KVReviewViewController::cancel() {
   if (const auto host = kv_toolHost()) host->popToolScreen();
 }
 
+std::u16string KVReviewViewController::counterText() const {
+  if (changes_.empty() || stackSize_ == 0) return {};
+  const std::size_t current = stackSize_ - changes_.size() + 1;
+  return toUtf16(std::to_string(current)) + u" of " + toUtf16(std::to_string(stackSize_));
+}
+
+std::u16string KVReviewViewController::busyText() const {
+  if (!busy_) return {};
+  return sending_ == 0 ? u"Loading changes\u2026" : u"Sending " + countOf(sending_) + u"\u2026";
+}
+
+void KVReviewViewController::noteRefusal(const std::string& key, const KVRefusalReasons& reasons) {
+  const auto reason = reasons.find(key);
+  auto& noted = refusals_[key];
+  if (noted.empty() && reason != reasons.end()) noted = reason->second;
+}
+
+void KVReviewViewController::noteRefusals(const KVGroupList& refused,
+                                          const KVRefusalReasons& reasons) {
+  for (const auto& string : refused) {
+    if (string) noteRefusal(string->key, reasons);
+  }
+}
+
+void KVReviewViewController::noteAllRefused(const std::string& reason) {
+  for (const KVStringGroups* strings : {&editedStrings_, &acceptedStrings_, &rejectedStrings_}) {
+    for (const auto& [key, group] : *strings) refusals_.emplace(key, reason);
+  }
+}
+
+std::u16string KVReviewViewController::sendSummary() const {
+  if (refusals_.empty()) return countOf(sending_) + u" sent";
+  const std::size_t sent = sending_ > refusals_.size() ? sending_ - refusals_.size() : 0;
+  std::u16string summary =
+      toUtf16(std::to_string(sent)) + u" of " + countOf(sending_) + u" sent. Not sent:";
+  for (const auto& [key, reason] : refusals_) {
+    summary += u"\n" + toUtf16(key) + u": " +
+               (reason.empty() ? std::u16string(u"refused") : kv_shownServerText(reason));
+  }
+  return summary;
+}
+
 void KVReviewViewController::save() {
   busy_ = true;
+  std::set<std::string> kept;
+  for (const KVStringGroups* strings : {&editedStrings_, &acceptedStrings_, &rejectedStrings_}) {
+    for (const auto& [key, group] : *strings) kept.insert(key);
+  }
+  sending_ = kept.size();
+  refusals_.clear();
   changed();
   pushChangesWithCompletion([self = shared_from_this()] {
     self->busy_ = false;
@@ -175,16 +245,18 @@ void KVReviewViewController::save() {
 }
 
 void KVReviewViewController::tellDelegate() {
-  if (const auto delegate = delegate_.lock()) delegate->changesWereSaved();
+  if (const auto delegate = delegate_.lock()) delegate->changesWereSaved(sendSummary());
 }
 
 void KVReviewViewController::pushChangesWithCompletion(std::function<void()> completion) {
   auto self = shared_from_this();
   KVApi::saveStrings(
       editedStrings_, [self, completion = std::move(completion)](
-                          std::optional<KVError> error, std::optional<KVWriteFailures> failures) {
+                          std::optional<KVError> error, std::optional<KVWriteFailures> failures,
+                          const KVRefusalReasons& reasons) {
         KVLocaleStrings& store = *self->localeStrings_;
         if (error) {
+          self->noteAllRefused(error->localizedDescription);
           // Nothing else is sent and the store keeps everything; the popup still hears of it.
           showAlert(u"Error saving strings", kv_shownServerText(error->localizedDescription),
                     kv_errorDetails(*error));
@@ -197,6 +269,7 @@ void KVReviewViewController::pushChangesWithCompletion(std::function<void()> com
         if (uploadFailed) {
           // A string whose upload failed is neither submitted nor rejected.
           for (const auto& [key, failed] : *failures) {
+            self->noteRefusal(key, reasons);
             if (const auto group = entry(self->editedStrings_, key)) {
               refused[key] = std::const_pointer_cast<KVStringGroup>(group);
             }
@@ -223,7 +296,9 @@ void KVReviewViewController::pushChangesWithCompletion(std::function<void()> com
 
 void KVReviewViewController::submitAccepted(std::function<void(bool failed)> next) {
   KVApi::submitStrings(values(acceptedStrings_),
-                       [self = shared_from_this(), next = std::move(next)](KVGroupList failures) {
+                       [self = shared_from_this(), next = std::move(next)](
+                           KVGroupList failures, const KVRefusalReasons& reasons) {
+                         self->noteRefusals(failures, reasons);
                          self->acceptedStrings_.clear();
                          for (const auto& group : failures)
                            self->acceptedStrings_[group->key] = group;
@@ -235,29 +310,31 @@ void KVReviewViewController::submitAccepted(std::function<void(bool failed)> nex
 
 void KVReviewViewController::rejectRejected(std::function<void(bool failed)> next) {
   auto rejected = std::make_shared<KVStringGroups>(rejectedStrings_);
-  KVApi::rejectStrings(values(*rejected), [self = shared_from_this(), rejected,
-                                           next = std::move(next)](KVGroupList failures) {
-    self->rejectedStrings_.clear();
-    for (const auto& group : failures) {
-      self->rejectedStrings_[group->key] = group;
-      rejected->erase(group->key);
-    }
-    self->localeStrings_->rejectedStrings() = self->rejectedStrings_;
-    self->localeStrings_->saveDirty();
-    // The end waits for the issues, so the reviewer does not leave while they are in flight;
-    // an issue that cannot be filed changes nothing of what is reported.
-    auto pending = std::make_shared<std::size_t>(rejected->size() + 1);
-    auto issueDone = [pending, next, failed = !failures.empty()] {
-      if (--*pending == 0) next(failed);
-    };
-    for (const auto& group : values(*rejected)) {
-      KVApi::createIssueForString(group, [issueDone](std::optional<KVError> error) {
-        if (error) kvDebug("Could not create issue: " + error->localizedDescription);
+  KVApi::rejectStrings(
+      values(*rejected), [self = shared_from_this(), rejected, next = std::move(next)](
+                             KVGroupList failures, const KVRefusalReasons& reasons) {
+        self->noteRefusals(failures, reasons);
+        self->rejectedStrings_.clear();
+        for (const auto& group : failures) {
+          self->rejectedStrings_[group->key] = group;
+          rejected->erase(group->key);
+        }
+        self->localeStrings_->rejectedStrings() = self->rejectedStrings_;
+        self->localeStrings_->saveDirty();
+        // The end waits for the issues, so the reviewer does not leave while they are in flight;
+        // an issue that cannot be filed changes nothing of what is reported.
+        auto pending = std::make_shared<std::size_t>(rejected->size() + 1);
+        auto issueDone = [pending, next, failed = !failures.empty()] {
+          if (--*pending == 0) next(failed);
+        };
+        for (const auto& group : values(*rejected)) {
+          KVApi::createIssueForString(group, [issueDone](std::optional<KVError> error) {
+            if (error) kvDebug("Could not create issue: " + error->localizedDescription);
+            issueDone();
+          });
+        }
         issueDone();
       });
-    }
-    issueDone();
-  });
 }
 
 }  // namespace kolvane

@@ -4,11 +4,13 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "kolvane/tool_screens.h"
+#include "server/api.h"
 #include "strings/string_group.h"
 
 namespace kolvane {
@@ -19,7 +21,8 @@ class KVReviewLocaleStrings;
 class KVReviewDelegate {
  public:
   virtual ~KVReviewDelegate() = default;
-  virtual void changesWereSaved() = 0;
+  // `summary` says what was sent and, string by string, what was not and why.
+  virtual void changesWereSaved(const std::u16string& summary) = 0;
 };
 
 class KVReviewViewController : public KVReviewScreen,
@@ -42,6 +45,8 @@ class KVReviewViewController : public KVReviewScreen,
   void viewDidLoad() override { loadChanges(); }
   std::vector<KVReviewCard> cards() const override;
   bool isBusy() const override { return busy_; }
+  std::u16string busyText() const override;
+  std::u16string counterText() const override;
   Throw pendingThrow() const override { return pendingThrow_; }
   void discard() override;
   void keep() override;
@@ -68,6 +73,12 @@ class KVReviewViewController : public KVReviewScreen,
   void submitAccepted(std::function<void(bool failed)> next);
   void rejectRejected(std::function<void(bool failed)> next);
   void tellDelegate();
+  // Notes the strings the server refused, with its reasons.
+  void noteRefusal(const std::string& key, const KVRefusalReasons& reasons);
+  void noteRefusals(const KVGroupList& refused, const KVRefusalReasons& reasons);
+  // The upload itself failed: every kept change stays on the device, for this reason.
+  void noteAllRefused(const std::string& reason);
+  std::u16string sendSummary() const;
 
   std::weak_ptr<KVReviewDelegate> delegate_;
   std::shared_ptr<KVLocaleStrings> localeStrings_;
@@ -77,6 +88,10 @@ class KVReviewViewController : public KVReviewScreen,
   KVStringGroups rejectedStrings_;
   std::vector<Change> changes_;
   bool busy_ = false;
+  std::size_t stackSize_ = 0;                    // cards when the stack was made
+  std::size_t sending_ = 0;                      // changes kept for sending, once sending
+  std::map<std::string, std::string> refusals_;  // key to the server's reason
+
   Throw pendingThrow_ = Throw::none;
 };
 

@@ -79,7 +79,7 @@ class ReviewRoundTripTest : public testing::PlatformTest {
   }
   KVGroupList changeStatus(bool submit, const KVGroupList& strings) {
     std::optional<KVGroupList> failed;
-    auto done = [&failed](KVGroupList result) { failed = std::move(result); };
+    auto done = [&failed](KVGroupList result, KVRefusalReasons) { failed = std::move(result); };
     submit ? KVApi::submitStrings(strings, done) : KVApi::rejectStrings(strings, done);
     return wait(failed);
   }
@@ -145,7 +145,7 @@ TEST_F(ReviewRoundTripTest, SignInPullEditSubmitRejectFileAnIssueAndSignOut) {
   form->extractFormatFromString(kv_stringWithCues(u"Tout texte peut être relu."));
   std::optional<std::optional<KVWriteFailures>> saved;
   KVApi::saveStrings({{"welcome.subtitle", edited}},
-                     [&saved](auto, auto failures) { saved = failures; });
+                     [&saved](auto, auto failures, auto) { saved = failures; });
   const auto failures = wait(saved);
   ASSERT_TRUE(failures.has_value());
   EXPECT_TRUE(failures->empty());
@@ -237,7 +237,7 @@ TEST_F(ReviewRoundTripTest, ServerFailuresReachTheCallerAsClearErrors) {
   std::optional<std::optional<KVWriteFailures>> saved;
   KVApi::saveStrings({{"welcome.subtitle", loaded("welcome.subtitle")},
                       {"welcome.title", loaded("welcome.title")}},
-                     [&saved](auto, auto failures) { saved = failures; });
+                     [&saved](auto, auto failures, auto) { saved = failures; });
   const auto failures = wait(saved);
   ASSERT_TRUE(failures.has_value());
   EXPECT_EQ(failures->size(), 1u);

@@ -53,7 +53,8 @@ class ApiTest : public testing::PlatformTest {
   std::vector<HttpRequest>& sent() { return platform().transport.sent; }
   KVGroupList setStatus(const KVGroupList& strings) {
     KVGroupList failed{nullptr};
-    KVApi::submitStrings(strings, [&failed](KVGroupList result) { failed = std::move(result); });
+    KVApi::submitStrings(
+        strings, [&failed](KVGroupList result, KVRefusalReasons) { failed = std::move(result); });
     platform().queue.runAll();
     return failed;
   }
@@ -142,12 +143,12 @@ TEST_F(ApiTest, SaveUploadsAFileAndReportsFailuresByKey) {
   bool called = false;
   const auto save = [&](const KVStringGroups& strings) {
     called = false;
-    KVApi::saveStrings(strings,
-                       [&](std::optional<KVError> failed, std::optional<KVWriteFailures> result) {
-                         called = true;
-                         error = std::move(failed);
-                         failures = std::move(result);
-                       });
+    KVApi::saveStrings(strings, [&](std::optional<KVError> failed,
+                                    std::optional<KVWriteFailures> result, KVRefusalReasons) {
+      called = true;
+      error = std::move(failed);
+      failures = std::move(result);
+    });
     platform().queue.runAll();
   };
   save({});

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "base/server_text.h"
+#include "base/utf.h"
 #include "core/locale_strings.h"
 #include "core/main_controller.h"
 #include "core/workflow_step.h"
@@ -332,6 +333,9 @@ TEST_F(ToolScreensTest, AFailedPullShowsTheAlertAndKeepsTheFiles) {
   auto popup = openMenu();
   failing = {"/export"};
   popup->pull();
+  for (const auto& section : popup->sections()) {
+    for (const auto& row : section.rows) EXPECT_FALSE(row.enabled) << toUtf8(row.title);
+  }
   platform().queue.runAll();
   ASSERT_EQ(host_->alerts.size(), 1u);
   EXPECT_EQ(host_->alerts[0].title, u"Error");
@@ -576,6 +580,38 @@ TEST_F(ReviewTest, AStringWhoseUploadFailedIsNeitherSubmittedNorRejected) {
   EXPECT_THAT(issues[0], HasSubstr("h-e"));
   EXPECT_TRUE(platform().files.fileExists(shown().dirtyFilePath()));
   EXPECT_EQ(popup_->unsavedChanges(), 2u);
+  // The menu says what happened, string by string, in the server's words.
+  EXPECT_EQ(popup_->sections()[3].footer,
+            u"2 of 4 changes sent. Not sent:\na: \u2068no\u2069\nd: refused");
+}
+
+TEST_F(ReviewTest, TheStackCountsItsCardsShowsDecisionsAndSaysWhatItIsBusyWith) {
+  shown().setDirtyGroup("a", group("a", u"A edited"));
+  auto rejected = group("b", u"B");
+  rejected->status = KVStringStatusRejected;
+  rejected->rejectReason = u"WRONG_TERM";
+  rejected->rejectDescription = u"Use the glossary";
+  shown().rejectedStrings()["b"] = rejected;
+  popup_->selectRow(3, 0);
+  auto screen = host_->top<KVReviewViewController>();
+  ASSERT_NE(screen, nullptr);
+  EXPECT_EQ(screen->busyText(), u"Loading changes\u2026");  // the current text is on its way
+  platform().queue.runAll();
+  EXPECT_EQ(screen->busyText(), u"");
+  EXPECT_EQ(screen->counterText(), u"1 of 2");
+  const auto cards = screen->cards();
+  ASSERT_EQ(cards.size(), 2u);
+  EXPECT_EQ(cards[1].myStatusCode, KVStringStatusRejected);
+  EXPECT_EQ(cards[1].rejectReason.substr(cards[1].rejectReason.find(u':')), u": Use the glossary");
+  screen->keep();
+  screen->cardWasThrown();
+  EXPECT_EQ(screen->counterText(), u"2 of 2");
+
+  screen->keep();
+  screen->cardWasThrown();
+  EXPECT_EQ(screen->busyText(), u"Sending 2 changes\u2026");
+  platform().queue.runAll();
+  EXPECT_EQ(popup_->sections()[3].footer, u"2 changes sent");
 }
 
 TEST_F(ReviewTest, EveryStringIsOnTheServerOrOnTheDeviceAtEveryStepOfTheSending) {
