@@ -96,7 +96,7 @@ class ModelOnlyHost : public KVToolHost {
   void popToToolScreen(const KVToolScreen&) override {}
   void dismissToolScreens(std::function<void()>) override {}
   void showAlert(const KVAlert&, std::function<void(std::size_t)>) override {}
-  void openSignOnPage(const std::string&) override {}
+  bool openSignOnPage(const std::string&) override { return false; }
   void removeEditionGesture() override {}
   void setupEditionGesture() override {}
   void stringsDidChange() override {}

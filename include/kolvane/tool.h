@@ -50,8 +50,9 @@ class KOLVANE_EXPORT KVToolHost {
   // Shows `alert` over the popup (or the app); `answer` gets the index of the button pressed,
   // 0 for the cancel button.
   virtual void showAlert(const KVAlert& alert, std::function<void(std::size_t button)> answer) = 0;
-  // Opens the sign-on page outside the app, in the system browser.
-  virtual void openSignOnPage(const std::string& url) = 0;
+  // Opens the sign-on page outside the app, in the system browser; false when no browser
+  // could be opened.
+  virtual bool openSignOnPage(const std::string& url) = 0;
   // After a logout a press no longer starts editing, until a reviewer signs in again.
   virtual void removeEditionGesture() = 0;
   // A reviewer signed in: a press starts editing again.

@@ -122,8 +122,13 @@ class KOLVANE_EXPORT KVLoginScreen : public KVToolScreen {
   // A request that reached the loopback. Only a redirect carrying the state this screen's
   // sign-on page was opened with is taken, and only the first.
   virtual KVRedirectOutcome receiveRedirect(const std::string& url) = 0;
-  // What the screen tells the reviewer while the page is open in the browser.
+  // What the screen tells the reviewer while the page is open in the browser, or that no
+  // browser could be opened.
   virtual std::u16string message() const = 0;
+  // The sign-on page's address, for the reviewer to open or copy by hand.
+  virtual std::string signOnAddress() const = 0;
+  // Opens the sign-on page again (the reviewer closed the browser, or none opened).
+  virtual void openSignOnPageAgain() = 0;
 };
 
 // A list to choose from: the languages, or the workflow steps.

@@ -112,8 +112,8 @@ class QtToolHost : public KVToolHost {
     QWidget* over = popup_ ? static_cast<QWidget*>(popup_) : QApplication::activeWindow();
     qt::showAlert(over, alert, std::move(answer));
   }
-  void openSignOnPage(const std::string& url) override {
-    qt::openSignOnPage(QUrl(QString::fromStdString(url)));
+  bool openSignOnPage(const std::string& url) override {
+    return qt::openSignOnPage(QUrl(QString::fromStdString(url)));
   }
   void removeEditionGesture() override {
     if (gestureFilter() != nullptr) gestureFilter()->setEditionGestureEnabled(false);

@@ -1,12 +1,15 @@
 #include "qt_tool_screens.h"
 
 #include <QApplication>
+#include <QClipboard>
 #include <QCryptographicHash>
 #include <QDesktopServices>
+#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QHostAddress>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QPainter>
 #include <QPainterPath>
@@ -158,16 +161,36 @@ class LoginView : public ScreenView {
     message_ = new QLabel(this);
     message_->setWordWrap(true);
     message_->setAlignment(Qt::AlignCenter);
+    address_ = new QLineEdit(this);
+    address_->setReadOnly(true);
+    address_->setObjectName(QStringLiteral("signOnAddress"));
+    auto* buttons = new QHBoxLayout;
+    auto* openAgain = new QPushButton(QStringLiteral("Open again"), this);
+    auto* copy = new QPushButton(QStringLiteral("Copy link"), this);
+    buttons->addStretch();
+    buttons->addWidget(openAgain);
+    buttons->addWidget(copy);
+    buttons->addStretch();
     layout->addStretch();
     layout->addWidget(message_);
+    layout->addWidget(address_);
+    layout->addLayout(buttons);
     layout->addStretch();
+    connect(openAgain, &QPushButton::clicked, this, [this] { login_->openSignOnPageAgain(); });
+    connect(copy, &QPushButton::clicked, this, [this] {
+      QGuiApplication::clipboard()->setText(QString::fromStdString(login_->signOnAddress()));
+    });
     server_.listen(QHostAddress::LocalHost, 0);
     connect(&server_, &QTcpServer::newConnection, this, [this] { accept(); });
     login_->loadView(newChannel(server_.serverPort()));
     refresh();
   }
 
-  void refresh() override { message_->setText(qs(login_->message())); }
+  void refresh() override {
+    message_->setText(qs(login_->message()));
+    address_->setText(QString::fromStdString(login_->signOnAddress()));
+    address_->setCursorPosition(0);
+  }
 
  private:
   void accept() {
@@ -200,6 +223,7 @@ class LoginView : public ScreenView {
 
   std::shared_ptr<KVLoginScreen> login_;
   QLabel* message_ = nullptr;
+  QLineEdit* address_ = nullptr;
   QTcpServer server_;
 };
 
@@ -500,9 +524,10 @@ void refreshScreenView(QWidget* view) {
   if (auto* screenView = dynamic_cast<ScreenView*>(view)) screenView->refresh();
 }
 
-void openSignOnPage(const QUrl& url) {
-  if (signOnPageOpener()) return signOnPageOpener()(url);
-  QDesktopServices::openUrl(url);
+bool openSignOnPage(const QUrl& url) {
+  if (!signOnPageOpener()) return QDesktopServices::openUrl(url);
+  signOnPageOpener()(url);
+  return true;
 }
 
 void setSignOnPageOpener(std::function<void(const QUrl&)> opener) {

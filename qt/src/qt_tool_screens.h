@@ -19,7 +19,7 @@ QWidget* makeScreenView(const std::shared_ptr<KVToolScreen>& screen, QWidget* pa
 void refreshScreenView(QWidget* view);
 
 // Opens the sign-on page; the system browser unless replaced (KolvaneQt::setSignOnPageOpener).
-void openSignOnPage(const QUrl& url);
+bool openSignOnPage(const QUrl& url);
 void setSignOnPageOpener(std::function<void(const QUrl&)> opener);
 
 // How long the review's cards take to move, as a share of their set durations (0 in tests:

@@ -68,9 +68,13 @@ void KVLoginPage::installAsLoginForm() {
 }
 
 std::u16string KVLoginPage::message() const {
-  return loading_ ? u"Signing in…"
-                  : u"The sign-on page is open in your browser. Sign in there, then come back "
-                    u"to the app.";
+  if (loading_) return u"Signing in…";
+  if (!browserOpened_) {
+    return u"No browser could be opened. Open the address below in a browser, sign in there, "
+           u"then come back to the app.";
+  }
+  return u"The sign-on page is open in your browser. Sign in there, then come back to the app. "
+         u"Closed it? Open it again, or copy its address.";
 }
 
 std::string KVLoginPage::redirectPrefix() const {
@@ -93,7 +97,7 @@ std::string KVLoginPage::loginPageUrl() const {
 }
 
 void KVLoginPage::loadLogin() {
-  if (const auto host = kv_toolHost()) host->openSignOnPage(loginPageUrl());
+  if (const auto host = kv_toolHost()) browserOpened_ = host->openSignOnPage(loginPageUrl());
   changed();
 }
 

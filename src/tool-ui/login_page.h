@@ -23,6 +23,8 @@ class KVLoginPage : public KVLoginScreen, public std::enable_shared_from_this<KV
   std::u16string leftButtonTitle() const override { return u"Cancel"; }
   void leftButtonTapped() override { cancel(); }
   std::u16string message() const override;
+  std::string signOnAddress() const override { return loginPageUrl(); }
+  void openSignOnPageAgain() override { loadLogin(); }
   void loadView(const KVSignOnChannel& channel) override;
   bool shouldLoadUrl(const std::string& url) override;
   KVRedirectOutcome receiveRedirect(const std::string& url) override;
@@ -34,6 +36,8 @@ class KVLoginPage : public KVLoginScreen, public std::enable_shared_from_this<KV
   std::string loginPageUrl() const;
   // The state value that binds the redirect to this sign-in (RFC 6749 10.12).
   const std::string& state() const { return state_; }
+  // Whether the last try to open the sign-on page found a browser.
+  bool browserOpened() const { return browserOpened_; }
   // A code exchange has started (never set back: see loadUserInfoWithCode).
   bool loading() const { return loading_; }
   void setUserDidLogin(std::function<void(bool cancelled)> completion) {
@@ -46,6 +50,7 @@ class KVLoginPage : public KVLoginScreen, public std::enable_shared_from_this<KV
   KVSignOnChannel channel_;
   const std::string state_;
   bool redirectTaken_ = false;
+  bool browserOpened_ = true;
   bool loading_ = false;
   std::function<void(bool cancelled)> userDidLogin_;
 };

@@ -709,6 +709,10 @@ QByteArray exchangeAnswer(quint16 port, const QByteArray& request) {
 TEST_F(QtAdapterTest, TheLoopbackHandsTheRedirectToTheLoginScreen) {
   KVSession::sharedInstance().setToken(nullptr);
   const QUrl page = openSignOnPage();
+  ASSERT_NE(popupButton("Copy link"), nullptr);
+  popupButton("Copy link")->click();
+  EXPECT_EQ(QGuiApplication::clipboard()->text(), page.toString(QUrl::FullyEncoded));
+  EXPECT_NE(popupButton("Open again"), nullptr);
   ASSERT_TRUE(page.isValid());
   const QUrlQuery query(page);
   EXPECT_EQ(query.queryItemValue("code_challenge_method"), "S256");

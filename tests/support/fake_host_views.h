@@ -188,7 +188,11 @@ class FakeToolHost : public KVToolHost {
   void answerAlert(std::size_t index) {
     if (auto answer = std::exchange(alertAnswer, {})) answer(index);
   }
-  void openSignOnPage(const std::string& url) override { signOnPages.push_back(url); }
+  bool openSignOnPage(const std::string& url) override {
+    signOnPages.push_back(url);
+    return browserOpens;
+  }
+  bool browserOpens = true;
   void removeEditionGesture() override { editionGestureRemoved = true; }
   void setupEditionGesture() override { editionGestureRemoved = false; }
   void stringsDidChange() override { ++stringChanges; }

@@ -362,6 +362,13 @@ TEST_F(ToolScreensTest, TheLoginTakesTheCodeFromTheRedirectOnceAndCancelsAsCance
 
   const std::string state = "&state=" + login->state();
   EXPECT_THAT(host_->signOnPages[0], HasSubstr(state));
+  // No browser: the reviewer is told, and has the address to open by hand or again.
+  EXPECT_THAT(toUtf8(login->message()), HasSubstr("Closed it?"));
+  host_->browserOpens = false;
+  login->openSignOnPageAgain();
+  ASSERT_EQ(host_->signOnPages.size(), 2u);
+  EXPECT_EQ(host_->signOnPages[1], login->signOnAddress());
+  EXPECT_THAT(toUtf8(login->message()), HasSubstr("No browser could be opened"));
 
   EXPECT_TRUE(login->shouldLoadUrl("http://sso.example/auth/page"));
   EXPECT_FALSE(login->shouldLoadUrl("http://127.0.0.1:4321/login/?error=denied" + state));
@@ -379,7 +386,7 @@ TEST_F(ToolScreensTest, TheLoginTakesTheCodeFromTheRedirectOnceAndCancelsAsCance
   EXPECT_THAT(exchange.body, HasSubstr("redirect_uri=http%3A%2F%2F127.0.0.1%3A4321%2Flogin%2F"));
   // The failed exchange reloads the page, and the screen stays loading: later codes are
   // ignored until the reviewer cancels.
-  EXPECT_EQ(host_->signOnPages.size(), 2u);
+  EXPECT_EQ(host_->signOnPages.size(), 3u);
   EXPECT_TRUE(login->loading());
   const std::size_t exchanges = platform_sent().size();
   login->shouldLoadUrl("http://127.0.0.1:4321/login/?code=third" + state);
