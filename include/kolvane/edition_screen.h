@@ -8,6 +8,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "kolvane/attributed_text.h"
@@ -33,7 +34,12 @@ struct KVEditionPage {
   std::size_t selectedPluralForm = 0;
   std::u16string pluralNote;
   KVAttributedText sourceText;
+  // The string in the app's development language ("English: Sent %@ today"), so the reviewer
+  // sees the original; empty when the base has no such string.
+  std::u16string developmentText;
   KVAttributedText fieldText;
+  // The value the app put in each placeholder of the shown text, in text order, where known.
+  std::vector<std::u16string> placeholderValues;
   // Whether the current workflow step lets the reviewer type; otherwise the page is for review.
   bool editable = false;
 };
@@ -55,6 +61,10 @@ class KOLVANE_EXPORT KVEditionScreen {
 
   virtual std::size_t pageCount() const = 0;
   virtual KVEditionPage page(std::size_t index) const = 0;
+  // A capsule's tooltip: its placeholder and, when the app's value for it is known, that value
+  // ("%1$@ = Ann"). `rank` is the capsule's place among the capsules of the page's field.
+  virtual std::u16string capsuleTip(std::size_t page, std::u16string_view placeholder,
+                                    std::size_t rank) const = 0;
   virtual std::size_t currentPage() const = 0;
   virtual bool acceptEnabled() const = 0;
   virtual bool rejectEnabled() const = 0;

@@ -2,6 +2,7 @@
 
 #include <QAbstractTextDocumentLayout>
 #include <QFontMetricsF>
+#include <QHelpEvent>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -13,6 +14,7 @@
 #include <QTextCursor>
 #include <QTextDocumentFragment>
 #include <QTextObjectInterface>
+#include <QToolTip>
 
 namespace kolvane::qt {
 namespace {
@@ -171,7 +173,34 @@ CapsuleTextEdit::CapsuleTextEdit(QWidget* parent) : QTextEdit(parent) {
   setTabChangesFocus(true);
 }
 
+bool CapsuleTextEdit::showCapsuleTip(const QPoint& at, const QPoint& global) {
+  if (!capsuleTip_) return false;
+  const int position = cursorForPosition(at).position();
+  std::size_t rank = 0;
+  for (QTextBlock block = document()->begin(); block.isValid(); block = block.next()) {
+    for (auto it = block.begin(); !it.atEnd(); ++it) {
+      const QTextFragment fragment = it.fragment();
+      if (fragment.charFormat().objectType() != kCapsuleType) continue;
+      for (int i = 0; i < fragment.length(); ++i, ++rank) {
+        // The caret lands before or after the capsule under the pointer.
+        const int capsule = fragment.position() + i;
+        if (capsule != position && capsule + 1 != position) continue;
+        QToolTip::showText(
+            global, capsuleTip_(fragment.charFormat().property(kFormatProperty).toString(), rank),
+            this);
+        return true;
+      }
+    }
+  }
+  return false;
+}
+
 bool CapsuleTextEdit::event(QEvent* event) {
+  if (event->type() == QEvent::ToolTip) {
+    const auto* help = static_cast<QHelpEvent*>(event);
+    if (!showCapsuleTip(help->pos(), help->globalPos())) QToolTip::hideText();
+    return true;
+  }
   if (event->type() == QEvent::KeyPress && !isReadOnly()) {
     const auto* key = static_cast<QKeyEvent*>(event);
     if (key->key() == Qt::Key_Tab && key->modifiers() == Qt::ControlModifier) {

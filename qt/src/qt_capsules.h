@@ -5,6 +5,7 @@
 #pragma once
 
 #include <QTextEdit>
+#include <functional>
 
 #include "kolvane/attributed_text.h"
 
@@ -23,12 +24,20 @@ class CapsuleTextEdit : public QTextEdit {
  public:
   explicit CapsuleTextEdit(QWidget* parent = nullptr);
   static constexpr char kMimeType[] = "application/x-kolvane-attributed-text";
+  // What a capsule's tooltip says, given its placeholder and its place among the capsules.
+  using CapsuleTip = std::function<QString(const QString& placeholder, std::size_t rank)>;
+  void setCapsuleTip(CapsuleTip tip) { capsuleTip_ = std::move(tip); }
 
  protected:
   bool event(QEvent* event) override;
   QMimeData* createMimeDataFromSelection() const override;
   bool canInsertFromMimeData(const QMimeData* source) const override;
   void insertFromMimeData(const QMimeData* source) override;
+
+ private:
+  bool showCapsuleTip(const QPoint& at, const QPoint& global);
+
+  CapsuleTip capsuleTip_;
 };
 
 }  // namespace kolvane::qt

@@ -237,10 +237,19 @@ EditionPopup::PageWidgets EditionPopup::makePage(std::size_t index) {
   widgets.source->setFrameShape(QFrame::NoFrame);
   widgets.source->setMaximumHeight(70);
   layout->addWidget(widgets.source);
+  widgets.development = new QLabel(widgets.page);
+  widgets.development->setWordWrap(true);
+  widgets.development->setTextFormat(Qt::PlainText);
+  widgets.development->setStyleSheet(QStringLiteral("color: #6d6d72; font-size: 11px;"));
+  layout->addWidget(widgets.development);
   layout->addWidget(line(widgets.page));
   widgets.field = new CapsuleTextEdit(widgets.page);
   widgets.field->setFrameShape(QFrame::NoFrame);
   widgets.field->setReadOnly(!model.editable);
+  widgets.field->setCapsuleTip([this, index](const QString& placeholder, std::size_t rank) {
+    return QString::fromStdU16String(
+        screen_->capsuleTip(index, placeholder.toStdU16String(), rank));
+  });
   layout->addWidget(widgets.field, 1);
   connect(widgets.field, &QTextEdit::textChanged, this, [this, index] {
     if (!filling_)
@@ -259,6 +268,8 @@ void EditionPopup::fillTexts(std::size_t index) {
   if (widgets.pluralNote != nullptr) {
     widgets.pluralNote->setText(QString::fromStdU16String(model.pluralNote));
   }
+  widgets.development->setText(QString::fromStdU16String(model.developmentText));
+  widgets.development->setVisible(!model.developmentText.empty());
 }
 
 void EditionPopup::refresh() {

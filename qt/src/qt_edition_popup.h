@@ -50,6 +50,7 @@ class EditionPopup : public QDialog {
     QLabel* status = nullptr;
     QLabel* pluralNote = nullptr;
     QTextEdit* source = nullptr;
+    QLabel* development = nullptr;
     CapsuleTextEdit* field = nullptr;
     std::vector<QPushButton*> pluralButtons;
   };

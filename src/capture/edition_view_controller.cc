@@ -7,9 +7,12 @@
 #include "base/utf.h"
 #include "capture/capsules.h"
 #include "capture/tool_host.h"
+#include "capture/view_strings.h"
+#include "core/locale_identifiers.h"
 #include "core/locale_strings.h"
 #include "core/main_controller.h"
 #include "core/workflow_step.h"
+#include "strings/cues.h"
 
 namespace kolvane {
 namespace {
@@ -96,6 +99,37 @@ std::string KVEditionViewController::selectedPluralForm(std::size_t page) const 
   return state.pluralFormNames[state.selected];
 }
 
+namespace {
+
+// "English: " and the base store's form, its placeholders as written.
+std::u16string developmentTextOf(const std::string& key, const std::string& pluralFormName) {
+  const auto base = KVMainController::sharedInstance().baseLocaleStrings();
+  if (!base) return {};
+  const auto form = base->kolvaneStringForKey(key, kv_pluralArgument(pluralFormName));
+  if (!form) return {};
+  return toUtf16(kv_localizedLanguageName(base->locale())) + u": " +
+         kv_stringByRemovingCues(form->localizedFormat);
+}
+
+// The outermost placeholders' contents of a shown text, without cues: what the app put in.
+std::vector<std::u16string> placeholderValuesIn(std::u16string_view shown) {
+  std::vector<std::u16string> values;
+  std::size_t depth = 0;
+  std::u16string value;
+  for (const char16_t c : shown) {
+    if (c == kv_placeholderEndCue && depth > 0 && --depth == 0) {
+      values.push_back(kv_stringByRemovingCues(value));
+      value.clear();
+      continue;
+    }
+    if (depth > 0) value += c;
+    if (c == kv_placeholderBeginCue) ++depth;
+  }
+  return values;
+}
+
+}  // namespace
+
 KVEditionPage KVEditionViewController::page(std::size_t index) const {
   KVEditionPage page;
   if (index >= pages_.size()) return page;
@@ -120,7 +154,41 @@ KVEditionPage KVEditionViewController::page(std::size_t index) const {
   } else if (form) {
     page.fieldText = kv_stringWithCapsules(*form, kKVFieldCapsuleSize, true);
   }
+  page.developmentText = developmentTextOf(target->key, name);
+  if (item.viewStrings) {
+    for (const KVEditionItem& shown : item.viewStrings->orderedFirstLevelStrings()) {
+      if (shown.targetString && shown.targetString->key == target->key) {
+        page.placeholderValues = placeholderValuesIn(shown.string);
+      }
+    }
+  }
   return page;
+}
+
+std::u16string KVEditionViewController::capsuleTip(std::size_t index,
+                                                   std::u16string_view placeholder,
+                                                   std::size_t rank) const {
+  std::u16string tip(placeholder);
+  if (index >= pages_.size()) return tip;
+  const KVEditionPage shown = page(index);
+  const auto& target = editionController_->items()[index].targetString;
+  const auto form =
+      target ? target->stringForPluralForm(kv_pluralArgument(selectedPluralForm(index)), true)
+             : nullptr;
+  if (!form) return tip;
+  // The values stand in the order of the stored format's placeholders; each belongs to the
+  // argument its specifier names, wherever the reviewer moved the capsule.
+  const std::size_t wanted = kv_argumentIndexOfSpecifier(placeholder, rank);
+  std::size_t at = 0;
+  kv_forEachPlaceholder(form->localizedFormat, [&](std::u16string_view specifier) {
+    const std::size_t argument = kv_argumentIndexOfSpecifier(specifier, at);
+    if (argument == wanted && at < shown.placeholderValues.size() &&
+        tip.size() == placeholder.size()) {
+      tip += u" = " + shown.placeholderValues[at];
+    }
+    ++at;
+  });
+  return tip;
 }
 
 void KVEditionViewController::scrollViewDidScroll(double offset, double width) {

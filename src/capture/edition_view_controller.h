@@ -36,6 +36,8 @@ class KVEditionViewController final : public KVEditionScreen,
 
   std::size_t pageCount() const override;
   KVEditionPage page(std::size_t index) const override;
+  std::u16string capsuleTip(std::size_t page, std::u16string_view placeholder,
+                            std::size_t rank) const override;
   std::size_t currentPage() const override { return currentPage_; }
   bool acceptEnabled() const override { return acceptEnabled_; }
   bool rejectEnabled() const override { return rejectEnabled_; }

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "base/utf.h"
 #include "capture/capsules.h"
 #include "capture/capture_fixture.h"
 #include "capture/control_text.h"
@@ -322,6 +323,21 @@ TEST_F(EditionTest, AStringOnlyTheBaseHoldsIsAcceptedAndRejectedIntoTheMapsAlike
   screen->rejectReasonWasGiven("WRONG_TERM", u"");
   EXPECT_EQ(french_->acceptedStrings().count("only.base"), 0u);
   EXPECT_EQ(french_->rejectedStrings().count("only.base"), 1u);
+}
+
+TEST_F(EditionTest, APageShowsTheDevelopmentTextAndWhatTheAppPutInEachCapsule) {
+  showFrench({{"invited", u"%2$@ a été invité par %1$@"}, {"sent", u"Envoyé %@ aujourd'hui"}});
+  setBase({{"invited", u"%1$@ invited %2$@"}, {"sent", u"Sent %@ today"}});
+  testing::addLabel(page_, cued(u"[{Bob} a été invité par {Ann}]"));
+  const auto screen = press(page_);
+  ASSERT_TRUE(screen);
+  const KVEditionPage page = screen->page(0);
+  EXPECT_THAT(toUtf8(page.developmentText), ::testing::EndsWith(": %1$@ invited %2$@"));
+  EXPECT_THAT(page.placeholderValues, ElementsAre(u"Bob", u"Ann"));
+  // However the capsules are moved, each says its own argument's value.
+  EXPECT_EQ(screen->capsuleTip(0, u"%1$@", 0), u"%1$@ = Ann");
+  EXPECT_EQ(screen->capsuleTip(0, u"%2$@", 1), u"%2$@ = Bob");
+  EXPECT_EQ(screen->capsuleTip(0, u"%3$@", 2), u"%3$@");
 }
 
 TEST_F(EditionTest, CapsulesStandForPlaceholdersAndReadBackAsThem) {

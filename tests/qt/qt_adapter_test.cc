@@ -573,6 +573,10 @@ TEST_F(QtAdapterTest, ToolWindowsHaveTheirOwnTitleAndSizeAndStayOnTheScreen) {
   EXPECT_TRUE(open->QWidget::screen()->availableGeometry().contains(open->frameGeometry()))
       << open->frameGeometry().x() << "," << open->frameGeometry().y();
   EXPECT_TRUE(open->acceptButton()->isVisible() && open->closeButton()->isVisible());
+  const auto labels = open->findChildren<QLabel*>();
+  EXPECT_TRUE(std::any_of(labels.begin(), labels.end(), [](QLabel* label) {
+    return label->isVisible() && label->text().endsWith(": Hi");  // the development text
+  }));
   closeAll();
 
   // An error's technical cause is one "Details" away, never the message.

@@ -15,6 +15,9 @@ class RecordingScreen : public KVEditionScreen {
     page.key = "sent";
     return page;
   }
+  std::u16string capsuleTip(std::size_t, std::u16string_view, std::size_t) const override {
+    return {};
+  }
   std::size_t currentPage() const override { return 0; }
   bool acceptEnabled() const override { return false; }
   bool rejectEnabled() const override { return true; }
