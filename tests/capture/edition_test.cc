@@ -133,6 +133,19 @@ TEST_F(EditionTest, ControlsTakeTheNewTextOfTheirLabel) {
   EXPECT_EQ(*field.placeholder, u"Search");  // equal, not the same object
   kolvaneUpdateText(field, *field.placeholder, field.placeholder.get(), u"Chercher");
   EXPECT_EQ(*field.placeholder, u"Chercher");
+
+  // A text view takes the new text only while it still shows the old one: what the user typed
+  // into it stays.
+  testing::FakeTextView notes;
+  notes.text = KVAttributedText(u"Typed by the user");
+  kolvaneUpdateText(notes, u"Old", nullptr, u"New");
+  kolvaneUpdateAttributedText(notes, KVAttributedText(u"Old"), KVAttributedText(u"New"));
+  EXPECT_EQ(notes.text.string(), u"Typed by the user");
+  notes.text = KVAttributedText(u"Old");
+  kolvaneUpdateText(notes, u"Old", nullptr, u"New");
+  EXPECT_EQ(notes.text.string(), u"New");
+  kolvaneUpdateAttributedText(notes, KVAttributedText(u"New"), KVAttributedText(u"Newer"));
+  EXPECT_EQ(notes.text.string(), u"Newer");
 }
 
 TEST_F(EditionTest, SavingWritesAFirstTranslationAndRefreshesEachCaptureOnce) {
@@ -260,6 +273,19 @@ TEST_F(EditionTest, PluralFormsAreKeyedByCategoryAndPlainStringsByEmptyName) {
   const std::size_t hi = pageOf(*screen, "hi");
   EXPECT_THAT(screen->page(files).pluralFormNames, ElementsAre("one", "other"));
   EXPECT_TRUE(screen->page(hi).pluralFormNames.empty());
+  // A plural page shows its form's note; the step lets this reviewer type.
+  auto noted = std::const_pointer_cast<KVString>(
+      french_->kolvaneStringGroupForKey("files")->pluralForms.at("one"));
+  noted->note = u"a count of files";
+  EXPECT_EQ(screen->page(files).pluralNote, u"a count of files");
+  EXPECT_TRUE(screen->page(files).editable);
+  auto step = std::make_shared<KVWorkflowStep>(*controller().workflowStep());
+  step->canTranslate = false;
+  controller().setWorkflowStep(step);
+  EXPECT_FALSE(screen->page(files).editable);  // review only
+  step = std::make_shared<KVWorkflowStep>(*step);
+  step->canTranslate = true;
+  controller().setWorkflowStep(step);
   // The page has no source group of its own: its source line shows the stored translation.
   EXPECT_EQ(screen->page(hi).sourceText.string(), u"Salut");
   screen->changePluralForm(files, 1);

@@ -124,6 +124,7 @@ TEST_F(ViewStringsTest, AttributedSpansKeepTheirAttributesOrThoseOfTheSpanBefore
 
 TEST_F(ViewStringsTest, TheBaseStoresRecordIsWhatIsRebuiltEvenWithAShownLocale) {
   auto french = KVLocaleStrings::localeStringsForLocale(Locale("fr_FR"));
+  french->setLoadedStrings(testing::groupsOf({{"hi", u"Salut"}}));
   controller().setLocaleStrings(french);
   const KVViewStrings strings = traced(u"[Hi]");
   KVString hi;

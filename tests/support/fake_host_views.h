@@ -104,6 +104,15 @@ class FakeTextField : public FakeNode<KVHostTextField> {
   std::shared_ptr<std::u16string> placeholder;
 };
 
+class FakeTextView : public FakeNode<KVHostTextView> {
+ public:
+  FakeTextView() : FakeNode("TextView") {}
+  KVAttributedText attributedText() const override { return text; }
+  void setText(const std::u16string& plain) override { text = KVAttributedText(plain); }
+  void setAttributedText(const KVAttributedText& attributed) override { text = attributed; }
+  KVAttributedText text;
+};
+
 class FakeList : public FakeNode<KVHostList> {
  public:
   FakeList() : FakeNode("List") {}

@@ -215,6 +215,11 @@ TEST_F(ToolScreensTest, UnsavedChangesAreConfirmedFirstExceptTheLanguageWithoutA
   popup->selectRow(1, 1);
   ASSERT_EQ(host_->alerts.size(), 1u);
   EXPECT_EQ(host_->alerts.back().title, u"Change workflow step");
+  EXPECT_EQ(host_->alerts.back().message,
+            u"Are you sure you want to change workflow step? All unsaved changes on this device "
+            u"will be deleted.");
+  EXPECT_EQ(host_->alerts.back().cancelButtonTitle, u"No");
+  EXPECT_THAT(host_->alerts.back().otherButtonTitles, ElementsAre(u"Yes"));
   EXPECT_EQ(host_->alerts.back().tag, 4);
   host_->answerAlert(0);  // "No"
   EXPECT_EQ(host_->screens.size(), 1u);
@@ -222,6 +227,10 @@ TEST_F(ToolScreensTest, UnsavedChangesAreConfirmedFirstExceptTheLanguageWithoutA
   controller().setWorkflowStep(stepNamed(*popup, "Review"));
   popup->selectRow(1, 0);
   EXPECT_EQ(host_->alerts.back().title, u"Change language");
+  EXPECT_EQ(host_->alerts.back().message,
+            u"Are you sure you want to change language? All unsaved changes on this device will "
+            u"be deleted.");
+  EXPECT_THAT(host_->alerts.back().otherButtonTitles, ElementsAre(u"Yes"));
   EXPECT_EQ(host_->alerts.back().tag, 3);
   host_->answerAlert(1);
   EXPECT_EQ(host_->screens.back()->title(), u"Language");
@@ -229,6 +238,11 @@ TEST_F(ToolScreensTest, UnsavedChangesAreConfirmedFirstExceptTheLanguageWithoutA
 
   popup->selectRow(2, 0);
   EXPECT_EQ(host_->alerts.back().title, u"Get Latest Text");
+  EXPECT_EQ(host_->alerts.back().message,
+            u"Are you sure you want to download the latest translations? All unsaved changes on "
+            u"this device will be overwritten.");
+  EXPECT_EQ(host_->alerts.back().cancelButtonTitle, u"No");
+  EXPECT_EQ(host_->alerts.back().tag, 2);
   const std::size_t before = platform_sent().size();
   host_->answerAlert(1);
   platform().queue.runAll();
@@ -362,6 +376,8 @@ TEST_F(ToolScreensTest, TheLoginTakesTheCodeFromTheRedirectOnceAndCancelsAsCance
 
   const std::string state = "&state=" + login->state();
   EXPECT_THAT(host_->signOnPages[0], HasSubstr(state));
+  // The browser may still hold another account's session: the sign-on asks afresh.
+  EXPECT_THAT(host_->signOnPages[0], HasSubstr("&prompt=login"));
   // No browser: the reviewer is told, and has the address to open by hand or again.
   EXPECT_THAT(toUtf8(login->message()), HasSubstr("Closed it?"));
   host_->browserOpens = false;
@@ -619,6 +635,36 @@ TEST_F(ReviewTest, TheStackCountsItsCardsShowsDecisionsAndSaysWhatItIsBusyWith) 
   EXPECT_EQ(screen->busyText(), u"Sending 2 changes\u2026");
   platform().queue.runAll();
   EXPECT_EQ(popup_->sections()[3].footer, u"2 changes sent");
+}
+
+TEST_F(ReviewTest, AcceptedStringsAreSubmittedBeforeRejectedOnesAndOnlyRefusalsStay) {
+  auto accepted = group("a", u"A");
+  accepted->status = KVStringStatusAccepted;
+  auto refused = group("b", u"B");
+  refused->status = KVStringStatusAccepted;
+  shown().acceptedStrings() = {{"a", accepted}, {"b", refused}};
+  shown().rejectedStrings()["c"] = group("c", u"C");
+  failures = {{{"hashcode", "h-b"}, {"reason", "Not in this step"}}};
+  review({true, true, true});
+  std::vector<std::string> order;
+  for (const auto& request : platform_sent()) {
+    for (const char* step : {"/submittedStrings", "/rejectedStrings", "/issues"}) {
+      if (request.url.find(step) != std::string::npos) order.push_back(step);
+    }
+  }
+  EXPECT_THAT(order, ElementsAre("/submittedStrings", "/rejectedStrings", "/issues"));
+  const auto submitted =
+      std::find_if(platform_sent().begin(), platform_sent().end(),
+                   [](const auto& r) { return r.url.find("/submitted") != std::string::npos; });
+  ASSERT_NE(submitted, platform_sent().end());
+  EXPECT_THAT(submitted->body, HasSubstr("h-a"));
+  EXPECT_THAT(submitted->body, HasSubstr("h-b"));
+  EXPECT_THAT(submitted->body, ::testing::Not(HasSubstr("h-c")));
+  // Only what the server refused is still to send, and it is saved so.
+  EXPECT_EQ(shown().acceptedStrings().size(), 1u);
+  EXPECT_TRUE(shown().acceptedStrings().count("b"));
+  EXPECT_TRUE(shown().rejectedStrings().empty());
+  EXPECT_TRUE(platform().defaults.objectForKey("KVStatuses")->contains("b"));
 }
 
 TEST_F(ReviewTest, EveryStringIsOnTheServerOrOnTheDeviceAtEveryStepOfTheSending) {
