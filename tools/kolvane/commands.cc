@@ -97,6 +97,17 @@ LinuxPlatformOptions platformOptionsFrom(const ParsedOptions& options) {
   return platformOptions;
 }
 
+// Start-up options: "--environment stage" reaches the bundle's staging servers, as an app
+// started with {"environment": "stage"} does.
+nlohmann::json startOptions(const ParsedOptions& options) {
+  if (!options.has("--environment")) return nullptr;
+  const std::string& environment = options.values.at("--environment");
+  if (environment != "stage" && environment != "production") {
+    throw UsageError("--environment is stage or production");
+  }
+  return {{"environment", environment}};
+}
+
 nlohmann::json formJson(const KVString& form) {
   return {{"uid", form.uid},
           {"pluralForm", form.pluralForm ? nlohmann::json(*form.pluralForm) : nlohmann::json()},
@@ -238,7 +249,8 @@ void saveShownLocale(const std::string& id) {
 
 int runLookup(const Arguments& args) {
   const ParsedOptions options =
-      parseOptions(args, {"--bundle", "--project", "--home", "--locale", "--plural"}, {"--show"});
+      parseOptions(args, {"--bundle", "--project", "--home", "--locale", "--plural", "--environment"},
+                   {"--show"});
   if (options.words.empty()) throw UsageError("lookup needs at least one KEY");
   std::optional<Number> count;
   if (options.has("--plural")) {
@@ -248,7 +260,7 @@ int runLookup(const Arguments& args) {
   Platform::install(makeLinuxPlatform(platformOptionsFrom(options)));
   if (options.has("--locale")) saveShownLocale(options.values.at("--locale"));
   const std::string project = options.has("--project") ? options.values.at("--project") : "cli";
-  KolvaneSDK::startWithProjectId(project);
+  KolvaneSDK::startWithProjectId(project, startOptions(options));
 
   const Bundle& bundle = Platform::current().mainBundle();
   for (const std::string& key : options.words) {
@@ -323,12 +335,15 @@ PasswordLoginForm::PasswordSource passwordSource(const ParsedOptions& options,
 
 int runPull(const Arguments& args) {
   const ParsedOptions options = parseOptions(
-      args, {"--bundle", "--project", "--home", "--locale", "--step", "--user", "--password"}, {});
+      args,
+      {"--bundle", "--project", "--home", "--locale", "--step", "--user", "--password",
+       "--environment"},
+      {});
   if (!options.has("--locale")) throw UsageError("pull needs --locale ID");
   Platform::install(makeLinuxPlatform(platformOptionsFrom(options)));
   saveShownLocale(options.values.at("--locale"));
-  KolvaneSDK::startWithProjectId(options.has("--project") ? options.values.at("--project")
-                                                          : "demo");
+  KolvaneSDK::startWithProjectId(
+      options.has("--project") ? options.values.at("--project") : "demo", startOptions(options));
   const std::string user = options.has("--user") ? options.values.at("--user") : "";
   auto form = std::make_shared<PasswordLoginForm>(user, passwordSource(options, user));
   KVLoginViewController::setLoginForm(form);

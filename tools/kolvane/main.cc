@@ -20,10 +20,11 @@ constexpr const char* kUsage = R"(usage:
   kolvane strings read FILE
   kolvane xliff read FILE [--status N] [--source]
   kolvane lookup --bundle DIR [--project ID] [--home DIR] [--locale ID] [--plural VALUE]
-                 [--show] KEY...
+                 [--environment stage|production] [--show] KEY...
   kolvane paths --bundle DIR [--home DIR]
   kolvane pull --bundle DIR --locale ID [--project ID] [--home DIR] [--step UID]
-               [--user NAME]   (the password is read from standard input)
+               [--user NAME] [--environment stage|production]
+               (the password is read from standard input)
 )";
 
 using Command = int (*)(const kolvane::cli::Arguments&);
