@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -77,6 +78,11 @@ struct KVSignOnChannel {
   std::string codeChallenge;
   std::string codeVerifier;
 };
+
+// The channel of a loopback listener on `port`: its redirect, and a fresh PKCE pair (a verifier
+// of 32 bytes of the system's generator, its SHA-256 as the challenge, both base64url). Without
+// a random source the pair is empty.
+KOLVANE_EXPORT KVSignOnChannel kv_loopbackSignOnChannel(std::uint16_t port);
 
 // One connection to the loopback listener: the bytes of a browser's request, read until its
 // headers are complete. Each connection has its own, made when it opens and dropped when it

@@ -2,7 +2,6 @@
 
 #include <QApplication>
 #include <QClipboard>
-#include <QCryptographicHash>
 #include <QDesktopServices>
 #include <QGuiApplication>
 #include <QHBoxLayout>
@@ -15,7 +14,6 @@
 #include <QPainterPath>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QRandomGenerator>
 #include <QScrollArea>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -119,22 +117,6 @@ class MenuView : public ScreenView {
   QLabel* version_ = nullptr;
 };
 
-QByteArray base64Url(const QByteArray& bytes) {
-  return bytes.toBase64(QByteArray::Base64UrlEncoding | QByteArray::OmitTrailingEquals);
-}
-
-// A PKCE pair: 32 random bytes as the verifier, its SHA-256 as the S256 challenge.
-KVSignOnChannel newChannel(quint16 port) {
-  QByteArray random(32, '\0');
-  QRandomGenerator::system()->fillRange(reinterpret_cast<quint32*>(random.data()),
-                                        random.size() / 4);
-  const QByteArray verifier = base64Url(random);
-  const QByteArray challenge =
-      base64Url(QCryptographicHash::hash(verifier, QCryptographicHash::Sha256));
-  return {"http://127.0.0.1:" + std::to_string(port) + "/", challenge.toStdString(),
-          verifier.toStdString()};
-}
-
 // The page the browser shows once the loopback has its answer.
 QByteArray loopbackAnswer(KVRedirectOutcome outcome) {
   const bool taken = outcome == KVRedirectOutcome::accepted;
@@ -182,7 +164,7 @@ class LoginView : public ScreenView {
     });
     server_.listen(QHostAddress::LocalHost, 0);
     connect(&server_, &QTcpServer::newConnection, this, [this] { accept(); });
-    login_->loadView(newChannel(server_.serverPort()));
+    login_->loadView(kv_loopbackSignOnChannel(server_.serverPort()));
     refresh();
   }
 

@@ -1,13 +1,16 @@
 #include "tool-ui/login_page.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <random>
 
 #include "base/log.h"
+#include "base/sha256.h"
 #include "capture/tool_host.h"
 #include "server/log_redaction.h"
 #include "server/login_form.h"
 #include "server/session.h"
+#include "strings/base64.h"
 #include "strings/url_parameters.h"
 #include "tool-ui/kept_changes.h"
 
@@ -21,22 +24,42 @@ class ScreenLoginForm : public KVLoginForm {
   }
 };
 
-// 32 bytes of the system's generator, in hex: no other process can guess it. Without a
-// generator there is no state, and no redirect is ever taken.
-std::string newState() {
-  constexpr char kDigits[] = "0123456789abcdef";
-  std::string state;
+// 32 bytes of the system's generator: no other process can guess them. Empty without a
+// generator.
+std::string randomBytes() {
+  std::string bytes;
   try {
     std::random_device system("/dev/urandom");
     for (int word = 0; word < 8; ++word) {
       const std::uint32_t random = system();
-      for (int shift = 28; shift >= 0; shift -= 4) state += kDigits[(random >> shift) & 0xf];
+      for (int shift = 24; shift >= 0; shift -= 8) bytes += static_cast<char>(random >> shift);
     }
   } catch (...) {
     kvLogIfEnabled("No random source for the sign-on: signing in is not possible");
     return {};
   }
+  return bytes;
+}
+
+// The state in hex. Without a generator there is no state, and no redirect is ever taken.
+std::string newState() {
+  constexpr char kDigits[] = "0123456789abcdef";
+  std::string state;
+  for (const char byte : randomBytes()) {
+    const auto value = static_cast<unsigned char>(byte);
+    state += kDigits[value >> 4];
+    state += kDigits[value & 0xf];
+  }
   return state;
+}
+
+// Base64 with the URL's alphabet and no padding (RFC 7636 appendix A).
+std::string base64Url(std::string_view bytes) {
+  std::string text = kv_base64EncodedString(bytes).value_or("");
+  std::replace(text.begin(), text.end(), '+', '-');
+  std::replace(text.begin(), text.end(), '/', '_');
+  text.erase(std::find(text.begin(), text.end(), '='), text.end());
+  return text;
 }
 
 // Compares without stopping at the first difference, so the time taken tells nothing of the
@@ -51,6 +74,21 @@ bool sameSecret(std::string_view given, std::string_view expected) {
 }  // namespace
 
 KVLoginPage::KVLoginPage() : state_(newState()) {}
+
+std::string kv_s256Challenge(std::string_view verifier) {
+  const auto digest = kv_sha256(verifier);
+  return base64Url(std::string_view(reinterpret_cast<const char*>(digest.data()), digest.size()));
+}
+
+KVSignOnChannel kv_loopbackSignOnChannel(std::uint16_t port) {
+  KVSignOnChannel channel;
+  channel.redirectPrefix = "http://127.0.0.1:" + std::to_string(port) + "/";
+  const std::string random = randomBytes();
+  if (random.empty()) return channel;
+  channel.codeVerifier = base64Url(random);
+  channel.codeChallenge = kv_s256Challenge(channel.codeVerifier);
+  return channel;
+}
 
 void KVLoginPage::openLoginFormWithCompletion(std::function<void(bool cancelled)> completion) {
   const auto host = kv_toolHost();

@@ -5,10 +5,14 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "kolvane/tool_screens.h"
 
 namespace kolvane {
+
+// The S256 challenge of a PKCE verifier: base64url of its SHA-256, without padding.
+std::string kv_s256Challenge(std::string_view verifier);
 
 class KVLoginPage : public KVLoginScreen, public std::enable_shared_from_this<KVLoginPage> {
  public:

@@ -6,6 +6,7 @@
 
 #include "base/bounded_json.h"
 #include "base/saturating.h"
+#include "base/sha256.h"
 
 namespace kolvane {
 namespace {
@@ -51,6 +52,24 @@ TEST(BoundedJsonTest, NestingIsBoundedBeforeParsing) {
   EXPECT_EQ(parseBoundedJson(R"({"a": "[[[[\"{{{{"})", 2), (nlohmann::json{{"a", "[[[[\"{{{{"}}));
   EXPECT_TRUE(parseBoundedJson("{\"a\": [{}]}", 2).is_discarded());
   EXPECT_TRUE(parseBoundedJson("not json").is_discarded());
+}
+
+TEST(Sha256Test, KnownDigestsAcrossBlockEdges) {
+  const auto hex = [](std::string_view bytes) {
+    std::string out;
+    for (const std::uint8_t byte : kv_sha256(bytes)) {
+      out += "0123456789abcdef"[byte >> 4];
+      out += "0123456789abcdef"[byte & 0xf];
+    }
+    return out;
+  };
+  EXPECT_EQ(hex(""), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
+  EXPECT_EQ(hex("abc"), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+  // 56 bytes: the length no longer fits the first block.
+  EXPECT_EQ(hex("abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq"),
+            "248d6a61d20638b8e5c026930c3e6039a33ce45964ff2167f6ecedd419db06c1");
+  EXPECT_EQ(hex(std::string(1000000, 'a')),
+            "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0");
 }
 
 }  // namespace

@@ -358,6 +358,20 @@ TEST_F(ToolScreensTest, AFailedPullShowsTheAlertAndKeepsTheFiles) {
   EXPECT_EQ(popup->titleLoading(), KVTitleLoading::failed);
 }
 
+TEST_F(ToolScreensTest, ALoopbackChannelHasAFreshVerifierAndItsS256Challenge) {
+  const KVSignOnChannel channel = kv_loopbackSignOnChannel(4321);
+  EXPECT_EQ(channel.redirectPrefix, "http://127.0.0.1:4321/");
+  EXPECT_EQ(channel.codeVerifier.size(), 43u);  // 32 bytes, base64url without padding
+  EXPECT_EQ(channel.codeVerifier.find_first_not_of(
+                "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_"),
+            std::string::npos);
+  EXPECT_NE(kv_loopbackSignOnChannel(4321).codeVerifier, channel.codeVerifier);
+  EXPECT_EQ(channel.codeChallenge, kv_s256Challenge(channel.codeVerifier));
+  // RFC 7636 appendix B.
+  EXPECT_EQ(kv_s256Challenge("dBjftJeZ4CVP-mB92K27uhbUJU1p1r_wW1gFWFOEjXk"),
+            "E9Melhoa2OwvFrEMTJguCHaoeK1t8URWbuGJSstw-cM");
+}
+
 TEST_F(ToolScreensTest, TheLoginTakesTheCodeFromTheRedirectOnceAndCancelsAsCancelled) {
   KVSession::sharedInstance().setToken(nullptr);
   std::vector<bool> answers;
