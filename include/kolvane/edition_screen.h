@@ -25,6 +25,11 @@ inline constexpr char16_t kKVEditionKeyPrefix[] = u"Key: ";
 inline constexpr double kKVSourceCapsuleSize = 16.0;
 inline constexpr double kKVFieldCapsuleSize = 24.0;
 
+// The attributes of a capsule standing for `placeholder`, drawn at `size` points, editable or
+// not: what an adapter gives a capsule it makes itself (one pasted into a field).
+KOLVANE_EXPORT KVTextAttributes kv_capsuleAttributes(std::string_view placeholder, double size,
+                                                     bool editing);
+
 struct KVEditionPage {
   std::string key;
   std::u16string status;

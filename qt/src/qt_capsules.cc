@@ -16,6 +16,8 @@
 #include <QTextObjectInterface>
 #include <QToolTip>
 
+#include "kolvane/edition_screen.h"
+
 namespace kolvane::qt {
 namespace {
 
@@ -140,10 +142,8 @@ KVAttributedText deserialized(const QByteArray& bytes) {
     const QJsonObject run = entry.toObject();
     KVTextAttributes attributes;
     if (run.contains("capsule")) {
-      attributes = {{kKVCapsuleFormat, run["capsule"].toString().toStdString()},
-                    {kKVCapsuleColor, "#2ca5c8"},
-                    {kKVCapsuleText, "Variable"},
-                    {kKVFontSize, "24"}};
+      attributes =
+          kv_capsuleAttributes(run["capsule"].toString().toStdString(), kKVFieldCapsuleSize, true);
     }
     text.append(run["text"].toString().toStdU16String(), attributes);
   }

@@ -31,6 +31,10 @@ KVTextAttributes capsuleAttributes(const KVTextAttributes& text, std::u16string_
 
 }  // namespace
 
+KVTextAttributes kv_capsuleAttributes(std::string_view placeholder, double size, bool editing) {
+  return capsuleAttributes({{kKVFontSize, points(size)}}, toUtf16(placeholder), editing);
+}
+
 KVAttributedText kv_stringWithCapsules(const KVString& string, double size, bool editing) {
   std::u16string text;
   for (char16_t c : string.localizedFormat) {
