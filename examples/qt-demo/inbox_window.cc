@@ -8,6 +8,7 @@
 #include <QPushButton>
 #include <QTabWidget>
 #include <QTableWidget>
+#include <QTextBrowser>
 #include <QTextEdit>
 #include <QVBoxLayout>
 
@@ -62,6 +63,7 @@ InboxWindow::InboxWindow() {
   messages_->setHorizontalHeaderItem(0, new QTableWidgetItem);
   messages_->setHorizontalHeaderItem(1, new QTableWidgetItem);
   tabs_->addTab(messages_, QString());
+  connect(messages_, &QTableWidget::cellDoubleClicked, this, [this](int row) { openMessage(row); });
   emptyPage(tabs_, &sentEmpty_);
   emptyPage(tabs_, &draftsEmpty_);
   layout->addWidget(tabs_, 1);
@@ -81,6 +83,24 @@ InboxWindow::InboxWindow() {
   setCentralWidget(central);
   resize(640, 520);
   retranslate();
+}
+
+QWidget* InboxWindow::openMessage(int row) {
+  // What the senders wrote: user content, shown as it came.
+  static const char* const kBodies[] = {
+      "Hi! Your order 4471 left our warehouse this morning and should arrive on Thursday.",
+      "Lunch at noon on Friday at the usual place? Reply by Thursday, please."};
+  if (row < 0 || row >= messages_->rowCount()) return nullptr;
+  if (message_) message_->close();
+  auto* body = new QTextBrowser;
+  body->setAttribute(Qt::WA_DeleteOnClose);
+  body->setWindowTitle(messages_->item(row, 0)->text());
+  body->setPlainText(QString::fromUtf8(kBodies[row % 2]));
+  body->resize(380, 160);
+  body->move(geometry().topLeft() + QPoint(40, 120));
+  body->show();
+  message_ = body;
+  return body;
 }
 
 void InboxWindow::changeEvent(QEvent* event) {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QMainWindow>
+#include <QPointer>
 
 class QLabel;
 class QLineEdit;
@@ -21,6 +22,12 @@ class InboxWindow : public QMainWindow {
   QLabel* discountLabel() const { return discount_; }
   QLabel* termsLabel() const { return terms_; }
   QPushButton* composeButton() const { return compose_; }
+  // Opens the message of `row` in a window of its own (as a double click on it does): the
+  // sender's own words, with nothing to translate. The window, while it is open.
+  QWidget* openMessage(int row);
+  void closeMessage() {
+    if (message_) message_->close();
+  }
 
  protected:
   void changeEvent(QEvent* event) override;
@@ -41,4 +48,5 @@ class InboxWindow : public QMainWindow {
   QTextEdit* help_ = nullptr;
   QLabel* discount_ = nullptr;
   QLabel* terms_ = nullptr;
+  QPointer<QWidget> message_;
 };

@@ -9,7 +9,6 @@
 #include <QMouseEvent>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QPainter>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
@@ -61,6 +60,13 @@ QPushButton* buttonTitled(const QString& title) {
 
 bool busy() { return !shown<QProgressBar>().empty(); }
 
+bool hintShown() {
+  for (QWidget* widget : QApplication::topLevelWidgets()) {
+    if (widget->objectName() == QLatin1String("kolvaneHint") && widget->isVisible()) return true;
+  }
+  return false;
+}
+
 QMessageBox* alertShown() {
   for (QWidget* window : kolvaneWindows()) {
     if (auto* box = qobject_cast<QMessageBox*>(window)) return box;
@@ -83,6 +89,18 @@ void sendKey(QWidget* target, int key, Qt::KeyboardModifiers modifiers, const QS
   QKeyEvent release(QEvent::KeyRelease, key, modifiers, text);
   QCoreApplication::sendEvent(window, &press);
   QCoreApplication::sendEvent(window, &release);
+}
+
+// Types as the reviewer would on the keyboard alone: the edition screen opens with the caret
+// in the page's text, so Ctrl+A and the text replace it.
+void typeWithTheKeyboard(const QString& text) {
+  QWidget* focused = QApplication::focusWidget();
+  if (focused == nullptr) {
+    std::cerr << "walkthrough: nothing has the keyboard\n";
+    return;
+  }
+  sendKey(focused, Qt::Key_A, Qt::ControlModifier);
+  for (const QChar c : text) sendKey(focused, 0, Qt::NoModifier, QString(c));
 }
 
 // Replaces the text of the edition screen's page in view: of the editable fields, the one
@@ -200,10 +218,20 @@ class Walkthrough : public QObject {
     const auto edition = [] { return buttonTitled("Accept") != nullptr; };
     const auto closed = [] { return buttonTitled("Accept") == nullptr; };
     return {
+        // The keyboard alone: typed where the caret waits, closed and saved with Ctrl+Enter.
         {[this] { longPress(window_.subtitleLabel()); }, edition, "the edition screen"},
-        {[] { typeIntoEditionScreen("Chaque texte se relit et se corrige sur place."); }, {}, ""},
+        {[] { typeWithTheKeyboard("Chaque texte se relit et se corrige sur place."); }, {}, ""},
         {[this] { shot("07-edition-screen.png"); }, {}, ""},
-        {[] { click("Close"); }, closed, "the saved edit"},
+        {[] {
+           if (QWidget* focused = QApplication::focusWidget()) {
+             sendKey(focused, Qt::Key_Return, Qt::ControlModifier);
+           }
+         },
+         closed, "the edit saved with Ctrl+Enter"},
+        // A long press where there is nothing to translate says so at the pointer.
+        {[this] { longPress(window_.openMessage(0)); }, [] { return hintShown(); }, "the hint"},
+        {[this] { shot("07-hint.png"); }, {}, ""},
+        {[this] { window_.closeMessage(); }, {}, ""},
         // A second edit, which the review discards.
         {[this] { longPress(window_.composeButton()); }, edition, "the button's string"},
         {[] { typeIntoEditionScreen("Rédiger"); }, {}, ""},
@@ -335,24 +363,16 @@ class Walkthrough : public QObject {
 
   // The app's window with Kolvane's windows drawn where they stand over it.
   void shot(const QString& name) {
-    QPixmap picture = window_.grab();
-    QPainter painter(&picture);
-    // A window opened over another one is drawn after it.
-    std::vector<QWidget*> windows = kolvaneWindows();
-    const auto depth = [](QWidget* window) {
-      int levels = 0;
-      for (QWidget* parent = window->parentWidget(); parent; parent = parent->parentWidget()) {
-        ++levels;
-      }
-      return levels;
-    };
-    std::stable_sort(windows.begin(), windows.end(),
-                     [&depth](QWidget* a, QWidget* b) { return depth(a) < depth(b); });
-    for (QWidget* window : windows) {
-      painter.drawPixmap(window->geometry().topLeft() - window_.geometry().topLeft(),
-                         window->grab());
+    // The screen where the app's window and every window over it stand: a tool window may be
+    // larger than the app's, or beside it.
+    QRect area = window_.frameGeometry();
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+      if (window->isVisible()) area |= window->frameGeometry();
     }
-    painter.end();
+    area &= window_.screen()->geometry();
+    QApplication::processEvents();
+    const QPixmap picture =
+        window_.screen()->grabWindow(0, area.x(), area.y(), area.width(), area.height());
     const QString path = options_.folder + "/" + name;
     if (!picture.save(path)) std::cerr << "walkthrough: cannot save " << path.toStdString() << "\n";
   }

@@ -160,7 +160,8 @@ void PopupWindow::refreshBar() {
 }
 
 void setToolWindowFlags(QWidget* window) {
-  // A dialog with a title and a close button only: nothing to minimise or maximise.
+  // A dialog with a title and a close button only: nothing to minimise or maximise (a window
+  // manager may still add buttons of its own: openbox ignores the ones a window asks for).
   window->setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                          Qt::WindowCloseButtonHint);
 }

@@ -49,18 +49,32 @@ QAccessibleInterface* cuelessAccessible(const QString& className, QObject* objec
   return nullptr;
 }
 
+// The app's window the tool works over: the one last pressed, else the active one, else the
+// first one shown (without a window manager nothing may be active yet).
+QWidget* appWindow() {
+  if (QWidget* pressed = gestureFilter() != nullptr ? gestureFilter()->lastWindow() : nullptr) {
+    return pressed;
+  }
+  if (QWidget* active = QApplication::activeWindow(); active && !isKolvaneWindow(active)) {
+    return active;
+  }
+  for (QWidget* window : QApplication::topLevelWidgets()) {
+    if (window->isVisible() && !isKolvaneWindow(window) && window->windowType() != Qt::ToolTip) {
+      return window;
+    }
+  }
+  return nullptr;
+}
+
 class QtToolHost : public KVToolHost {
  public:
   std::shared_ptr<KVHostWindow> keyWindow() const override {
-    QWidget* window = gestureFilter() != nullptr ? gestureFilter()->lastWindow() : nullptr;
-    if (window == nullptr) window = QApplication::activeWindow();
-    if (window == nullptr || isKolvaneWindow(window)) return nullptr;
-    return windowOf(window);
+    QWidget* window = appWindow();
+    return window != nullptr ? windowOf(window) : nullptr;
   }
   void presentEditionScreen(const std::shared_ptr<KVEditionScreen>& screen,
                             const std::shared_ptr<KVHostView>&) override {
-    QWidget* over = gestureFilter() != nullptr ? gestureFilter()->lastWindow() : nullptr;
-    auto* popup = new EditionPopup(screen, over);
+    auto* popup = new EditionPopup(screen, appWindow());
     popup->setAttribute(Qt::WA_DeleteOnClose);
     popups_.push_back(popup);
     popup->show();
@@ -86,9 +100,7 @@ class QtToolHost : public KVToolHost {
       popup_->setAttribute(Qt::WA_DeleteOnClose);
       popup_->done(QDialog::Rejected);
     }
-    QWidget* over = gestureFilter() != nullptr ? gestureFilter()->lastWindow() : nullptr;
-    if (over == nullptr) over = QApplication::activeWindow();
-    popup_ = new PopupWindow(over);
+    popup_ = new PopupWindow(appWindow());
     popup_->setAttribute(Qt::WA_DeleteOnClose);
     popup_->push(screen);
     popup_->show();
