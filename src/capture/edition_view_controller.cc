@@ -8,10 +8,10 @@
 #include "capture/capsules.h"
 #include "capture/tool_host.h"
 #include "capture/view_strings.h"
-#include "core/locale_identifiers.h"
 #include "core/locale_strings.h"
 #include "core/main_controller.h"
 #include "core/workflow_step.h"
+#include "kolvane/platform.h"
 #include "strings/cues.h"
 
 namespace kolvane {
@@ -107,7 +107,10 @@ std::u16string developmentTextOf(const std::string& key, const std::string& plur
   if (!base) return {};
   const auto form = base->kolvaneStringForKey(key, kv_pluralArgument(pluralFormName));
   if (!form) return {};
-  return toUtf16(kv_localizedLanguageName(base->locale())) + u": " +
+  // The language alone ("English"), not the menu's "English (International)".
+  const Locale& language = base->locale();
+  const auto name = Platform::current().textServices().languageDisplayName(language.languageCode());
+  return toUtf16(name.value_or(language.localeIdentifier())) + u": " +
          kv_stringByRemovingCues(form->localizedFormat);
 }
 
