@@ -10,8 +10,10 @@
 #include <QMimeData>
 #include <QPainter>
 #include <QPainterPath>
+#include <QScrollBar>
 #include <QTextBlock>
 #include <QTextCursor>
+#include <QTextDocument>
 #include <QTextDocumentFragment>
 #include <QTextObjectInterface>
 #include <QToolTip>
@@ -175,32 +177,42 @@ CapsuleTextEdit::CapsuleTextEdit(QWidget* parent) : QTextEdit(parent) {
 
 bool CapsuleTextEdit::showCapsuleTip(const QPoint& at, const QPoint& global) {
   if (!capsuleTip_) return false;
-  const int position = cursorForPosition(at).position();
+  // The character exactly under the pointer, in the document's coordinates.
+  const QPointF inDocument(at.x() + horizontalScrollBar()->value(),
+                           at.y() + verticalScrollBar()->value());
+  const int position = document()->documentLayout()->hitTest(inDocument, Qt::ExactHit);
+  if (position < 0) return false;
   std::size_t rank = 0;
   for (QTextBlock block = document()->begin(); block.isValid(); block = block.next()) {
     for (auto it = block.begin(); !it.atEnd(); ++it) {
       const QTextFragment fragment = it.fragment();
       if (fragment.charFormat().objectType() != kCapsuleType) continue;
-      for (int i = 0; i < fragment.length(); ++i, ++rank) {
-        // The caret lands before or after the capsule under the pointer.
-        const int capsule = fragment.position() + i;
-        if (capsule != position && capsule + 1 != position) continue;
-        QToolTip::showText(
-            global, capsuleTip_(fragment.charFormat().property(kFormatProperty).toString(), rank),
-            this);
-        return true;
+      if (position < fragment.position() || position >= fragment.position() + fragment.length()) {
+        rank += static_cast<std::size_t>(fragment.length());
+        continue;
       }
+      rank += static_cast<std::size_t>(position - fragment.position());
+      const QString tip =
+          capsuleTip_(fragment.charFormat().property(kFormatProperty).toString(), rank);
+      // The app's values are shown as they are, never as markup.
+      QToolTip::showText(global, Qt::convertFromPlainText(tip), viewport());
+      return true;
     }
   }
   return false;
 }
 
-bool CapsuleTextEdit::event(QEvent* event) {
+bool CapsuleTextEdit::viewportEvent(QEvent* event) {
+  // Tooltips come to the viewport, not to the editor.
   if (event->type() == QEvent::ToolTip) {
     const auto* help = static_cast<QHelpEvent*>(event);
     if (!showCapsuleTip(help->pos(), help->globalPos())) QToolTip::hideText();
     return true;
   }
+  return QTextEdit::viewportEvent(event);
+}
+
+bool CapsuleTextEdit::event(QEvent* event) {
   if (event->type() == QEvent::KeyPress && !isReadOnly()) {
     const auto* key = static_cast<QKeyEvent*>(event);
     if (key->key() == Qt::Key_Tab && key->modifiers() == Qt::ControlModifier) {

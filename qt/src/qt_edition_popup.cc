@@ -307,6 +307,7 @@ void EditionPopup::showAlert(const KVAlert& alert) {
       new QMessageBox(QMessageBox::Warning, QString::fromStdU16String(alert.title),
                       QString::fromStdU16String(alert.message), QMessageBox::NoButton, this);
   markAsKolvaneWindow(box);
+  box->setTextFormat(Qt::PlainText);
   box->setStyleSheet(QStringLiteral("QLabel { min-width: 340px; }"));
   // Enter, Escape and the window's close button all keep editing: the default is the safe one.
   QPushButton* keep =

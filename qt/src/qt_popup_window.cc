@@ -215,8 +215,10 @@ void showAlert(QWidget* parent, const KVAlert& alert, std::function<void(std::si
   box->setWindowTitle(QString::fromStdU16String(alert.title));
   // Wide enough for its title and text on one line each where they fit.
   box->setStyleSheet(QStringLiteral("QLabel { min-width: 340px; }"));
+  // A message may carry a server's text: shown as it is, never as markup.
+  box->setTextFormat(Qt::PlainText);
   box->setText(QString::fromStdU16String(alert.title));
-  box->setInformativeText(QString::fromStdU16String(alert.message));
+  box->setInformativeText(Qt::convertFromPlainText(QString::fromStdU16String(alert.message)));
   std::vector<QAbstractButton*> buttons = {
       box->addButton(QString::fromStdU16String(alert.cancelButtonTitle), QMessageBox::RejectRole)};
   for (const auto& title : alert.otherButtonTitles) {

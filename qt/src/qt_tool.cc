@@ -52,7 +52,8 @@ QAccessibleInterface* cuelessAccessible(const QString& className, QObject* objec
 // The app's window the tool works over: the one last pressed, else the active one, else the
 // first one shown (without a window manager nothing may be active yet).
 QWidget* appWindow() {
-  if (QWidget* pressed = gestureFilter() != nullptr ? gestureFilter()->lastWindow() : nullptr) {
+  if (QWidget* pressed = gestureFilter() != nullptr ? gestureFilter()->lastWindow() : nullptr;
+      pressed != nullptr && pressed->isVisible()) {
     return pressed;
   }
   if (QWidget* active = QApplication::activeWindow(); active && !isKolvaneWindow(active)) {
@@ -262,9 +263,11 @@ void GestureFilter::replayHeldPress() {
   const std::unique_ptr<QMouseEvent> press = std::move(heldPress_);
   if (!press || !pressWindow_) return;
   pressReachedWidget_ = true;
-  resending_ = true;
+  // Only this event is let through: a press that opens a nested event loop (a menu button)
+  // leaves the gestures working inside it.
+  replaying_ = press.get();
   QCoreApplication::sendEvent(pressWindow_, press.get());
-  resending_ = false;
+  replaying_ = nullptr;
 }
 
 bool GestureFilter::eventFilter(QObject* receiver, QEvent* event) {
@@ -296,7 +299,7 @@ bool GestureFilter::eventFilter(QObject* receiver, QEvent* event) {
 }
 
 bool GestureFilter::handleMouse(QWindow* window, QMouseEvent* mouse) {
-  if (resending_) return false;
+  if (mouse == replaying_) return false;
   // A touch of two fingers is the menu's gesture; the press Qt made of it is left be.
   if (mouse->source() != Qt::MouseEventNotSynthesized && multiTouch_) return false;
   switch (mouse->type()) {
@@ -309,8 +312,11 @@ bool GestureFilter::handleMouse(QWindow* window, QMouseEvent* mouse) {
       if (pressing_ && (mouse->globalPosition().toPoint() - pressPosition_).manhattanLength() >
                            QApplication::startDragDistance()) {
         cancel();  // a drag: the widget gets its press, then the moves
+        return false;
       }
-      return false;
+      // A widget that has not had its press yet must not see the button move (an item view
+      // would drag from its last press).
+      return heldPress_ != nullptr;
     default:
       return endPress(window, mouse);
   }
@@ -344,9 +350,9 @@ bool GestureFilter::endPress(QWindow* window, const QMouseEvent* release) {
   // away from itself, so it lets go without clicking.
   QMouseEvent away(QEvent::MouseButtonRelease, QPointF(-100000, -100000), QPointF(-100000, -100000),
                    release->button(), release->buttons(), release->modifiers());
-  resending_ = true;
+  replaying_ = &away;
   QCoreApplication::sendEvent(window, &away);
-  resending_ = false;
+  replaying_ = nullptr;
   return true;
 }
 
@@ -441,10 +447,16 @@ void KolvaneQt::uninstall() {
   state = qt::Installed();
 }
 
-KolvaneQtWindows::KolvaneQtWindows() { qApp->installEventFilter(this); }
+KolvaneQtWindows::KolvaneQtWindows() = default;
 
 KolvaneQtWindows* KolvaneQtWindows::instance() {
   static KolvaneQtWindows* windows = new KolvaneQtWindows;  // lives as long as the process
+  // The windows are followed from the first call with an application on.
+  static bool following = false;
+  if (!following && QCoreApplication::instance() != nullptr) {
+    QCoreApplication::instance()->installEventFilter(windows);
+    following = true;
+  }
   return windows;
 }
 

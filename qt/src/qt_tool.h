@@ -65,7 +65,7 @@ class GestureFilter : public QObject {
   // ends this, so a release that never came back (the screen is modal) cannot eat the next.
   bool swallowRelease_ = false;
   bool pressReachedWidget_ = false;
-  bool resending_ = false;
+  const QMouseEvent* replaying_ = nullptr;  // an event of ours going to the window
   bool editionGestureEnabled_ = true;
 };
 

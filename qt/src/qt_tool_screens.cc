@@ -36,7 +36,10 @@ class ScreenView : public QWidget {
 };
 
 QLabel* smallLabel(const std::u16string& text, QWidget* parent) {
-  auto* label = new QLabel(qs(text), parent);
+  auto* label = new QLabel(parent);
+  // Footers carry servers' words (why a string was refused): text, never markup.
+  label->setTextFormat(Qt::PlainText);
+  label->setText(qs(text));
   label->setWordWrap(true);
   label->setStyleSheet(QStringLiteral("color: #6d6d72; font-size: 11px; padding: 2px 8px;"));
   return label;

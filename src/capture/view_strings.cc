@@ -48,14 +48,17 @@ void replaceAll(std::u16string& text, std::u16string_view from, std::u16string_v
 // The captured values stand in the order of the captured format's placeholders; each is the
 // value of the argument its placeholder's specifier names, which a format in another order
 // (a translation, an edit) asks for by that argument.
+constexpr std::size_t kMaxArguments = 64;
+
 std::vector<const KVArgumentValue*> valuesByArgument(std::u16string_view capturedFormat,
                                                      const KVViewStrings::Values& values) {
   std::vector<const KVArgumentValue*> arguments;
   std::size_t rank = 0;
   kv_enumerateCuesUsingBlock(capturedFormat, [&](std::u16string_view specifier) {
     const std::size_t argument = kv_argumentIndexOfSpecifier(specifier, rank);
-    // No format has more arguments than placeholders; a larger position names none of these.
-    if (rank < values.size() && argument < values.size()) {
+    // A format may name later arguments only ("One file in %2$@"); positions past any a
+    // format could use name none of these.
+    if (rank < values.size() && argument < kMaxArguments) {
       if (arguments.size() <= argument) arguments.resize(argument + 1, nullptr);
       arguments[argument] = &values[rank];
     }

@@ -55,7 +55,12 @@ std::string reasonText(const nlohmann::json& value) {
       reason += part.get<std::string>();
     }
   }
-  if (reason.size() > kKVMaxServerNameBytes) reason.resize(kKVMaxServerNameBytes);
+  if (reason.size() > kKVMaxServerNameBytes) {
+    std::size_t cut = kKVMaxServerNameBytes;
+    // Not inside a character: back to the start of the one that would be cut.
+    while (cut > 0 && (static_cast<unsigned char>(reason[cut]) & 0xC0) == 0x80) --cut;
+    reason.resize(cut);
+  }
   return reason;
 }
 
@@ -196,20 +201,27 @@ void KVApi::setStatus(const std::string& status, const KVGroupList& strings,
   const auto& step = KVMainController::sharedInstance().workflowStep();
   const std::string stepUid = step ? step->uid : std::string();
   KVParametersJson entries = KVParametersJson::array();
+  // A string without a hash code (one only the app's own table has) is not sent: it stays a
+  // failure, so the decision on it stays on the device rather than vanish as if sent.
+  KVGroupList unknown;
   for (const auto& string : strings) {
     const auto uid = string ? string->uid() : std::nullopt;
     if (uid) entries.push_back({{"currentWorkflowStepUid", stepUid}, {"hashcode", *uid}});
+    if (!uid && string) unknown.push_back(string);
   }
   KVNetwork::putPath("/workflows-strings-api/v2/projects/" + projectId() + "/" + status, true,
                      KVServerApi, {{"localeId", localeId()}, {"strings", std::move(entries)}},
-                     [status, strings, completion = std::move(completion)](
+                     [status, strings, unknown, completion = std::move(completion)](
                          std::optional<KVError> error, nlohmann::json answer) {
                        if (error) {
                          kvLogIfEnabled(status + " failed: " + error->localizedDescription);
                          return completion(strings, reasonForAll(strings, *error));
                        }
-                       KVGroupList failed;
+                       KVGroupList failed = unknown;
                        KVRefusalReasons reasons;
+                       for (const auto& string : unknown) {
+                         reasons[string->key] = "not on the translation server yet";
+                       }
                        forEachFailure(payload(answer, "failures"), "hashcode", strings,
                                       [&](const auto& string, const nlohmann::json& entry) {
                                         failed.push_back(string);

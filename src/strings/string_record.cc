@@ -9,7 +9,7 @@ namespace kolvane {
 void KVString::extractFormatFromString(std::u16string markedText) {
   std::vector<std::u16string> specifiers;
   const bool allClosed = kv_forEachPlaceholder(markedText, [&](std::u16string_view specifier) {
-    specifiers.emplace_back(specifier);
+    if (!specifier.empty()) specifiers.emplace_back(specifier);
   });
   // The format is the text passed through the placeholder enumeration unchanged, which is the
   // text itself unless a placeholder is left open at the end (the enumeration closes it).

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "base/callback_guard.h"
+#include "base/log.h"
 #include "base/utf.h"
 #include "strings/cues.h"
 
@@ -210,7 +211,9 @@ void KVXliffParser::didEndElement(std::string_view name) {
   } else if (name == "trans-unit") {
     // A closed note leaves the state on the note, so the text up to here joins the note.
     state = kNowhere;
-    if (target != kEmptyText) addString(strings, std::move(target), stringStatus);
+    if (target != kEmptyText && !refusedForEmptyPlaceholder(target)) {
+      addString(strings, std::move(target), stringStatus);
+    }
     if (sourceStrings && source != kEmptyText) {
       addString(*sourceStrings, std::move(source), KVStringStatusUntranslated);
     }
@@ -232,6 +235,15 @@ void KVXliffParser::foundCharacters(std::string_view utf8) {
     default:
       break;
   }
+}
+
+bool KVXliffParser::refusedForEmptyPlaceholder(std::u16string_view text) const {
+  // A placeholder with no specifier would take no capsule, so every later capsule would stand
+  // for the wrong specifier and a save would shift them: the unit is not read.
+  constexpr char16_t kEmptyPlaceholder[] = {kv_placeholderBeginCue, kv_placeholderEndCue, 0};
+  if (text.find(kEmptyPlaceholder) == std::u16string_view::npos) return false;
+  kvDebug("Unit " + uid + " (" + key + ") not read: a placeholder without a specifier");
+  return true;
 }
 
 void KVXliffParser::addString(KVStringGroups& groups, std::u16string&& text, unsigned status) {

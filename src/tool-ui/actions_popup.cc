@@ -93,10 +93,11 @@ std::vector<KVMenuSection> KVActionsPopup::sections() const {
   std::vector<KVMenuSection> sections = {accountSection(), translationSection(),
                                          latestTextSection()};
   if (KVSession::sharedInstance().isLoggedIn()) sections.push_back(saveSection());
-  // While the latest text comes, nothing else may start.
-  if (titleLoading() == KVTitleLoading::loading) {
-    for (KVMenuSection& section : sections) {
-      for (KVMenuRow& row : section.rows) row.enabled = false;
+  // While the latest text comes, nothing else may start; the account stays reachable, so a
+  // pull whose answer never comes cannot lock the reviewer in.
+  if (pulling_) {
+    for (std::size_t section = 1; section < sections.size(); ++section) {
+      for (KVMenuRow& row : sections[section].rows) row.enabled = false;
     }
   }
   return sections;
@@ -374,7 +375,9 @@ void KVActionsPopup::pull() {
   showLoading();
   const auto store = controller().localeStrings();
   if (!store) return hideLoadingWithSuccess(false);
+  pulling_ = true;
   store->pullWithCompletion([self = shared_from_this()](std::optional<KVError> error) {
+    self->pulling_ = false;
     if (error) {
       kvDebug("Error pulling strings " + error->localizedDescription);
       self->hideLoadingWithSuccess(false);

@@ -78,6 +78,7 @@ class KVActionsPopup : public KVActionsMenu,
 
   std::shared_ptr<KVEditionController> editionController_;
   bool isLoading_ = false;
+  bool pulling_ = false;        // the latest text is on its way
   std::u16string sendSummary_;  // what the last sending did, shown under "Save My Changes"
   Choices sourceLocaleChoices_;
   Choices targetLocaleChoices_;

@@ -6,6 +6,7 @@
 
 #include "base/log.h"
 #include "base/sha256.h"
+#include "base/utf.h"
 #include "capture/tool_host.h"
 #include "server/log_redaction.h"
 #include "server/login_form.h"
@@ -106,6 +107,7 @@ void KVLoginPage::installAsLoginForm() {
 }
 
 std::u16string KVLoginPage::message() const {
+  if (!refusal_.empty()) return refusal_;
   if (loading_) return u"Signing in…";
   if (!browserOpened_) {
     return u"No browser could be opened. Open the address below in a browser, sign in there, "
@@ -179,7 +181,10 @@ void KVLoginPage::loadUserInfoWithCode(const std::string& code) {
         if (error) {
           self->hideLoadingWithSuccess(false);
           kvDebug("Error getting user info: " + error->localizedDescription);
-          if (error->code == kKVErrorCodeJsonOutOfBounds) kv_showErrorAlert(u"Error", *error);
+          // The screen shows no alert of its own: a refused answer is said in its message.
+          if (error->code == kKVErrorCodeJsonOutOfBounds) {
+            self->refusal_ = toUtf16(error->localizedDescription);
+          }
           self->loadLogin();
           return;
         }

@@ -55,6 +55,7 @@ class KVLoginPage : public KVLoginScreen, public std::enable_shared_from_this<KV
   const std::string state_;
   bool redirectTaken_ = false;
   bool browserOpened_ = true;
+  std::u16string refusal_;  // why the server's sign-in answer was refused, when it was
   bool loading_ = false;
   std::function<void(bool cancelled)> userDidLogin_;
 };

@@ -194,7 +194,7 @@ std::u16string KVReviewViewController::counterText() const {
 
 std::u16string KVReviewViewController::busyText() const {
   if (!busy_) return {};
-  return sending_ == 0 ? u"Loading changes\u2026" : u"Sending " + countOf(sending_) + u"\u2026";
+  return sendingStarted_ ? u"Sending " + countOf(sending_) + u"\u2026" : u"Loading changes\u2026";
 }
 
 void KVReviewViewController::noteRefusal(const std::string& key, const KVRefusalReasons& reasons) {
@@ -217,11 +217,19 @@ void KVReviewViewController::noteAllRefused(const std::string& reason) {
 }
 
 std::u16string KVReviewViewController::sendSummary() const {
+  if (sending_ == 0) return {};  // every card discarded: nothing was sent
   if (refusals_.empty()) return countOf(sending_) + u" sent";
   const std::size_t sent = sending_ > refusals_.size() ? sending_ - refusals_.size() : 0;
   std::u16string summary =
       toUtf16(std::to_string(sent)) + u" of " + countOf(sending_) + u" sent. Not sent:";
+  // A menu footer, not a report: the first few, then how many more.
+  constexpr std::size_t kListed = 10;
+  std::size_t listed = 0;
   for (const auto& [key, reason] : refusals_) {
+    if (listed++ == kListed) {
+      summary += u"\n\u2026 and " + toUtf16(std::to_string(refusals_.size() - kListed)) + u" more";
+      break;
+    }
     summary += u"\n" + toUtf16(key) + u": " +
                (reason.empty() ? std::u16string(u"refused") : kv_shownServerText(reason));
   }
@@ -235,6 +243,7 @@ void KVReviewViewController::save() {
     for (const auto& [key, group] : *strings) kept.insert(key);
   }
   sending_ = kept.size();
+  sendingStarted_ = true;
   refusals_.clear();
   changed();
   pushChangesWithCompletion([self = shared_from_this()] {

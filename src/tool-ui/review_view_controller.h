@@ -88,7 +88,8 @@ class KVReviewViewController : public KVReviewScreen,
   KVStringGroups rejectedStrings_;
   std::vector<Change> changes_;
   bool busy_ = false;
-  std::size_t stackSize_ = 0;                    // cards when the stack was made
+  std::size_t stackSize_ = 0;  // cards when the stack was made
+  bool sendingStarted_ = false;
   std::size_t sending_ = 0;                      // changes kept for sending, once sending
   std::map<std::string, std::string> refusals_;  // key to the server's reason
 

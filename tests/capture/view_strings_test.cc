@@ -67,6 +67,11 @@ TEST_F(ViewStringsTest, ArgumentsInAnotherOrderAreRebuiltByTheirPositions) {
   const KVViewStrings strings = traced(u"[{Bob} a été invité par {Ann}]");
   ASSERT_THAT(keys(strings), ElementsAre("invited"));
   EXPECT_EQ(shown(strings.newLocalizedString()), u"[{Ann} invited {Bob}]");
+
+  // A format may name a later argument alone: its one value is that argument's.
+  showFrench({{"where", u"Dans %2$@"}});
+  setBase({{"where", u"In %2$@"}});
+  EXPECT_EQ(shown(traced(u"[Dans {Paris}]").newLocalizedString()), u"[In {Paris}]");
 }
 
 TEST_F(ViewStringsTest, TheSameRecordTwiceIsKeptOnceAndRebuiltOnce) {

@@ -306,6 +306,15 @@ TEST_F(QtAdapterTest, ALongPressReachesNoWidgetAndShortPressesDragsAndDoubleClic
   EXPECT_EQ(log.seen[0].modifiers, Qt::ShiftModifier);
   EXPECT_EQ(log.seen[1].type, QEvent::MouseButtonRelease);
 
+  // A hand that trembles a little is no drag: nothing moves under the widget before its press.
+  log.seen.clear();
+  QTest::mousePress(window, Qt::LeftButton, {}, onButton);
+  QTest::mouseMove(window, onButton + QPoint(1, 0));
+  EXPECT_TRUE(log.seen.empty());
+  QTest::mouseRelease(window, Qt::LeftButton, {}, onButton + QPoint(1, 0));
+  ASSERT_FALSE(log.seen.empty());
+  EXPECT_EQ(log.seen.front().type, QEvent::MouseButtonPress);
+
   // A drag gets its press as soon as it moves, then the moves.
   log.seen.clear();
   QTest::mousePress(window, Qt::LeftButton, {}, onButton);

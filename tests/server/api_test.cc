@@ -117,9 +117,11 @@ TEST_F(ApiTest, StatusChangesSendKnownStringsAndReportFailures) {
   EXPECT_THAT(setStatus({}), IsEmpty());
   EXPECT_TRUE(sent().empty());
 
-  // Strings the server does not know are left out, not failed.
+  // Strings the server does not know are left out of the request, and come back as failed, so
+  // that the decision on them stays on the device.
   answer(200, data({{"failures", nlohmann::json::array()}}));
-  EXPECT_THAT(setStatus({group("no.uid", "")}), IsEmpty());
+  const auto unknown = group("no.uid", "");
+  EXPECT_THAT(setStatus({unknown}), ElementsAre(unknown));
   EXPECT_EQ(sent().back().method, "PUT");
   EXPECT_THAT(sent().back().url,
               EndsWith("/workflows-strings-api/v2/projects/proj/submittedStrings"));

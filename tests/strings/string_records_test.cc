@@ -47,14 +47,6 @@ TEST_F(StringRecordsTest, APlaceholderLeftOpenAtTheEndIsClosedInTheFormat) {
   EXPECT_EQ(string.localizedHash, u"\u200Bsave \u2063\u2064");
 }
 
-TEST_F(StringRecordsTest, AnEmptyPlaceholderKeepsItsPlaceSoLaterSpecifiersDoNotShift) {
-  KVString string;
-  // As read from a file: an empty placeholder, then "%@".
-  string.extractFormatFromString(u"\u200Ba \u2063\u2064 b \u2063%@\u2064\u2062");
-  EXPECT_TRUE(string.dynamic);
-  EXPECT_THAT(string.argumentFormatSpecifiers, ElementsAre(u"", u"%@"));
-}
-
 TEST_F(StringRecordsTest, ADynamicRecordKeepsItsFirstSpecifiers) {
   auto string = form("a", std::nullopt, u"%@ and %d");
   string->extractFormatFromString(kv_stringWithCues(u"only %f"));

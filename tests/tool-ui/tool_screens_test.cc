@@ -347,10 +347,15 @@ TEST_F(ToolScreensTest, AFailedPullShowsTheAlertAndKeepsTheFiles) {
   auto popup = openMenu();
   failing = {"/export"};
   popup->pull();
-  for (const auto& section : popup->sections()) {
-    for (const auto& row : section.rows) EXPECT_FALSE(row.enabled) << toUtf8(row.title);
+  const auto sections = popup->sections();
+  EXPECT_TRUE(sections[0].rows[1].enabled);  // "Logout" stays reachable
+  for (std::size_t section = 1; section < sections.size(); ++section) {
+    for (const auto& row : sections[section].rows) {
+      EXPECT_FALSE(row.enabled) << toUtf8(row.title);
+    }
   }
   platform().queue.runAll();
+  EXPECT_TRUE(popup->sections()[2].rows[0].enabled);
   ASSERT_EQ(host_->alerts.size(), 1u);
   EXPECT_EQ(host_->alerts[0].title, u"Error");
   EXPECT_EQ(host_->alerts[0].message, u"Unable to get latest text. Please try again later.");

@@ -49,7 +49,7 @@ class KolvaneQtWindows : public QObject {
   // Whether one of Kolvane's windows is shown.
   bool isOpen() const { return open_; }
 
- signals:
+ Q_SIGNALS:
   // The first of Kolvane's windows was shown (true), or the last one went (false).
   void openChanged(bool open);
 
