@@ -12,6 +12,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QTextDocumentFragment>
 #include <QTextEdit>
 #include <QTimer>
 #include <QUrlQuery>
@@ -295,8 +296,11 @@ class Walkthrough : public QObject {
 
   static void reportAndCloseAlert() {
     if (QMessageBox* box = alertShown()) {
-      std::cout << "walkthrough: alert " << box->text().toStdString() << ": "
-                << box->informativeText().toStdString() << std::endl;
+      // The message is set as rich text made from plain text: report the plain text.
+      std::cout
+          << "walkthrough: alert " << box->text().toStdString() << ": "
+          << QTextDocumentFragment::fromHtml(box->informativeText()).toPlainText().toStdString()
+          << std::endl;
       if (QAbstractButton* close = box->buttons().value(0)) close->click();
     }
   }
