@@ -211,7 +211,7 @@ void KVXliffParser::didEndElement(std::string_view name) {
   } else if (name == "trans-unit") {
     // A closed note leaves the state on the note, so the text up to here joins the note.
     state = kNowhere;
-    if (target != kEmptyText && !refusedForEmptyPlaceholder(target)) {
+    if (target != kEmptyText && !refusedForBrokenPlaceholder(target)) {
       addString(strings, std::move(target), stringStatus);
     }
     if (sourceStrings && source != kEmptyText) {
@@ -237,12 +237,24 @@ void KVXliffParser::foundCharacters(std::string_view utf8) {
   }
 }
 
-bool KVXliffParser::refusedForEmptyPlaceholder(std::u16string_view text) const {
-  // A placeholder with no specifier would take no capsule, so every later capsule would stand
-  // for the wrong specifier and a save would shift them: the unit is not read.
-  constexpr char16_t kEmptyPlaceholder[] = {kv_placeholderBeginCue, kv_placeholderEndCue, 0};
-  if (text.find(kEmptyPlaceholder) == std::u16string_view::npos) return false;
-  kvDebug("Unit " + uid + " (" + key + ") not read: a placeholder without a specifier");
+bool KVXliffParser::refusedForBrokenPlaceholder(std::u16string_view text) const {
+  // A placeholder with no specifier would take no capsule, and one left open (its end came
+  // inside a note) or nested would swallow the text after it: either way the capsules would
+  // stand for the wrong specifiers and a save would write them shifted. The unit is not read.
+  bool open = false;
+  bool broken = false;
+  for (std::size_t at = 0; at < text.size() && !broken; ++at) {
+    if (text[at] == kv_placeholderBeginCue) {
+      broken = open || (at + 1 < text.size() && text[at + 1] == kv_placeholderEndCue);
+      open = true;
+    } else if (text[at] == kv_placeholderEndCue) {
+      broken = !open;
+      open = false;
+    }
+  }
+  if (!broken && !open) return false;
+  kvDebug("Unit " + uid + " (" + key +
+          ") not read: a placeholder without a specifier or not closed");
   return true;
 }
 

@@ -35,8 +35,9 @@ class KVXliffParser {
   enum State : unsigned { kSource = 0, kTarget = 1, kNote = 2, kNowhere = 3 };
 
   void addString(KVStringGroups& groups, std::u16string&& text, unsigned status);
-  // Whether the marked text holds a placeholder with no specifier (logged when it does).
-  bool refusedForEmptyPlaceholder(std::u16string_view text) const;
+  // Whether the marked text holds a placeholder with no specifier, or one not closed or nested
+  // (logged when it does).
+  bool refusedForBrokenPlaceholder(std::u16string_view text) const;
 
   bool needCues = true;
   unsigned stringStatus = 0;

@@ -174,6 +174,9 @@ TEST_F(XliffWriterTest, AUnitWithAPlaceholderWithoutSpecifierIsNotReadSoNoCapsul
                                     unit("f", "fine", "c <ph>%@</ph>")));
   EXPECT_EQ(groups.count("empty"), 0u);
   ASSERT_EQ(groups.count("fine"), 1u);
+  // Nor one whose placeholder is closed inside a note, nor nested ones.
+  EXPECT_TRUE(read(document(unit("o", "open", "a <ph><note>n</note>b</ph> c"))).empty());
+  EXPECT_TRUE(read(document(unit("n", "nested", "<ph><ph>%@</ph></ph>"))).empty());
   EXPECT_THAT(write(groups), ::testing::Not(HasSubstr("resname=\"empty\"")));
 }
 
