@@ -91,6 +91,16 @@ void PopupWindow::reject() {
 void PopupWindow::showEvent(QShowEvent* event) {
   placeToolWindow(this, parentWidget());
   QDialog::showEvent(event);
+  // The screen's own rows have the keyboard, not the bar: a focus asked for while the window
+  // was hidden is not kept by every platform.
+  if (QWidget* view = topView()) view->setFocus(Qt::OtherFocusReason);
+}
+
+bool PopupWindow::event(QEvent* event) {
+  if (event->type() == QEvent::WindowActivate && focusWidget() == nullptr && topView()) {
+    topView()->setFocus(Qt::ActiveWindowFocusReason);
+  }
+  return QDialog::event(event);
 }
 
 PopupWindow::~PopupWindow() {

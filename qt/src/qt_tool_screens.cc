@@ -74,18 +74,19 @@ class MenuView : public ScreenView {
       layout->addSpacing(12);
     }
     layout->addStretch();
-    // The keyboard stays on the row it was on, though every row is made anew.
-    const QString focused = focusedRowName();
+    // The keyboard stays on the row it was on, though every row is made anew; the window's
+    // focus counts even before the window is active.
+    const QWidget* focusedWidget = window()->focusWidget();
+    const bool rowFocused = focusedWidget != nullptr && scroll_->widget() != nullptr &&
+                            scroll_->widget()->isAncestorOf(focusedWidget);
+    const QString focused = rowFocused ? focusedWidget->objectName() : QString();
     // The old rows go once the click that may have led here has returned.
     if (QWidget* old = scroll_->takeWidget()) old->deleteLater();
     scroll_->setWidget(content);
-    setFocusProxy(nullptr);
-    for (QPushButton* button : content->findChildren<QPushButton*>()) {
-      if (!button->isEnabled()) continue;
-      if (focusProxy() == nullptr || button->objectName() == focused) setFocusProxy(button);
-      if (button->objectName() == focused) break;
+    setFocusProxy(firstRow(content, focused));
+    if (focusProxy() != nullptr && (rowFocused || focusedWidget == nullptr)) {
+      focusProxy()->setFocus();
     }
-    if (!focused.isEmpty() && focusProxy() != nullptr) focusProxy()->setFocus();
   }
 
  private:
@@ -107,12 +108,16 @@ class MenuView : public ScreenView {
     return button;
   }
 
-  QString focusedRowName() const {
-    const QWidget* focused = QApplication::focusWidget();
-    return focused != nullptr && scroll_->widget() != nullptr &&
-                   scroll_->widget()->isAncestorOf(focused)
-               ? focused->objectName()
-               : QString();
+  // The enabled row named `name`, else the first enabled one but "Logout": Enter on a menu
+  // just opened must not sign the reviewer out.
+  static QPushButton* firstRow(QWidget* content, const QString& name) {
+    QPushButton* first = nullptr;
+    for (QPushButton* button : content->findChildren<QPushButton*>()) {
+      if (!button->isEnabled()) continue;
+      if (button->objectName() == name) return button;
+      if (first == nullptr && button->objectName() != QLatin1String("Logout")) first = button;
+    }
+    return first;
   }
 
   std::shared_ptr<KVActionsMenu> menu_;

@@ -675,6 +675,9 @@ TEST_F(QtAdapterTest, InTheListsEnterChoosesAndEscapeGoesBack) {
   platform().queue.runAll();
   qt::PopupWindow* menu = qt::openPopupWindow();
   ASSERT_NE(menu, nullptr);
+  // The keyboard is on a row, and not on "Logout": Enter on a menu just opened signs nobody out.
+  ASSERT_NE(menu->focusWidget(), nullptr);
+  EXPECT_EQ(menu->focusWidget()->objectName(), "Language");
   popupButton("Workflow step")->click();
   platform().queue.runAll();
   ASSERT_EQ(menu->top()->title(), u"Workflow step");
