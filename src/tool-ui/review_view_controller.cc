@@ -1,7 +1,6 @@
 #include "tool-ui/review_view_controller.h"
 
 #include <algorithm>
-#include <set>
 #include <utility>
 
 #include "base/log.h"
@@ -210,10 +209,16 @@ void KVReviewViewController::noteRefusals(const KVGroupList& refused,
   }
 }
 
-void KVReviewViewController::noteAllRefused(const std::string& reason) {
+std::set<std::string> KVReviewViewController::keptKeys() const {
+  std::set<std::string> kept;
   for (const KVStringGroups* strings : {&editedStrings_, &acceptedStrings_, &rejectedStrings_}) {
-    for (const auto& [key, group] : *strings) refusals_.emplace(key, reason);
+    for (const auto& [key, group] : *strings) kept.insert(key);
   }
+  return kept;
+}
+
+void KVReviewViewController::noteAllRefused(const std::string& reason) {
+  for (const std::string& key : keptKeys()) refusals_.emplace(key, reason);
 }
 
 std::u16string KVReviewViewController::sendSummary() const {
@@ -238,11 +243,7 @@ std::u16string KVReviewViewController::sendSummary() const {
 
 void KVReviewViewController::save() {
   busy_ = true;
-  std::set<std::string> kept;
-  for (const KVStringGroups* strings : {&editedStrings_, &acceptedStrings_, &rejectedStrings_}) {
-    for (const auto& [key, group] : *strings) kept.insert(key);
-  }
-  sending_ = kept.size();
+  sending_ = keptKeys().size();
   sendingStarted_ = true;
   refusals_.clear();
   changed();

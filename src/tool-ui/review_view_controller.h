@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -76,6 +77,8 @@ class KVReviewViewController : public KVReviewScreen,
   // Notes the strings the server refused, with its reasons.
   void noteRefusal(const std::string& key, const KVRefusalReasons& reasons);
   void noteRefusals(const KVGroupList& refused, const KVRefusalReasons& reasons);
+  // The keys of every change kept for sending (a string edited and decided counts once).
+  std::set<std::string> keptKeys() const;
   // The upload itself failed: every kept change stays on the device, for this reason.
   void noteAllRefused(const std::string& reason);
   std::u16string sendSummary() const;
