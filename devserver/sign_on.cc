@@ -153,7 +153,9 @@ void Server::redeemCode(const httplib::Request& request, httplib::Response& resp
   const std::string code = request.get_param_value("code");
   // A code is used once: taking it removes it, whether or not the rest of the exchange fits.
   const auto grant = store_.takeGrant("code", code);
-  const auto bound = store_.takeGrant("code-binding", code);
+  // Only the request that took the code takes its binding: another one asking at the same
+  // moment must not take it away from under it.
+  const auto bound = grant ? store_.takeGrant("code-binding", code) : std::nullopt;
   const auto binding = bound ? decodedBinding(bound->username) : std::nullopt;
   if (!grant || grant->expires < now() || !binding) {
     return sendOAuthError(response, {"invalid_grant", "The code is not valid"});

@@ -208,16 +208,19 @@ TEST(DevServerOptionsTest, FaultRoutesExistOnlyWhenStartedForTests) {
 
 TEST_F(DevServerHardeningTest, ACodeIsRedeemedOnceHoweverManyAskAtOnce) {
   const std::string once = code();
+  ASSERT_FALSE(once.empty());
   std::atomic<int> granted{0};
+  std::vector<std::string> answers(8);
   std::vector<std::thread> askers;
-  for (int i = 0; i < 8; ++i) {
-    askers.emplace_back([&] {
+  for (std::size_t i = 0; i < answers.size(); ++i) {
+    askers.emplace_back([&, i] {
       const auto answer = exchange(once, std::string("&redirect_uri=") + kAppRedirect);
       if (answer.status == 200) ++granted;
+      answers[i] = std::to_string(answer.status) + " " + answer.body.substr(0, 80);
     });
   }
   for (auto& asker : askers) asker.join();
-  EXPECT_EQ(granted.load(), 1);
+  EXPECT_EQ(granted.load(), 1) << ::testing::PrintToString(answers);
 }
 
 TEST_F(DevServerHardeningTest, UploadsStoreTextNotMarkupOfTheirOwn) {
