@@ -34,3 +34,17 @@ function(kolvane_layer)
     VISIBILITY_INLINES_HIDDEN ON)
   target_compile_definitions(${target} PRIVATE KOLVANE_BUILDING_LIBRARY)
 endfunction()
+
+# The check that a layer defines what it uses: the layer and the layers below it linked as one
+# shared library that may leave no symbol undefined, so that a function declared in a layer
+# but defined in one above it fails the build. Part of every build but the sanitizer and fuzz
+# ones, whose runtimes are resolved only by the final program.
+function(kolvane_layer_link_check layer stack)
+  if(KOLVANE_SANITIZE OR KOLVANE_FUZZ)
+    return()
+  endif()
+  set(target kolvane_link_check_${layer})
+  add_library(${target} SHARED)
+  target_link_libraries(${target} PRIVATE ${stack})
+  target_link_options(${target} PRIVATE LINKER:--no-undefined)
+endfunction()

@@ -19,6 +19,11 @@ inline constexpr char16_t kv_placeholderEndCue = u'\u2064';
 // The text without any cue: what may leave the app (clipboard, window titles, accessibility).
 KOLVANE_EXPORT std::u16string kv_stringByRemovingCues(std::u16string_view text);
 
+// `text` as Kolvane hands out a string: between the begin and end cues, each placeholder
+// between the placeholder cues. A text that already starts with the begin cue comes back
+// unchanged.
+KOLVANE_EXPORT std::u16string kv_stringWithCues(std::u16string_view text);
+
 // A looked-up format with its placeholders filled: each placeholder takes the value of the
 // argument its specifier names ("%2$@" the second; a specifier without a position the one of
 // its rank among the placeholders, as printf counts them), and keeps its cues around it, so

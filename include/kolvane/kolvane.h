@@ -17,6 +17,7 @@
 #include "kolvane/bundle.h"
 #include "kolvane/export.h"
 #include "kolvane/locale.h"
+#include "kolvane/lookup.h"
 #include "kolvane/number.h"
 
 namespace kolvane {
@@ -38,19 +39,8 @@ class KOLVANE_EXPORT KolvaneSDK {
                                                 const std::optional<Number>& value);
 };
 
-// The lookup installed in place of the bundle's own: the shown locale's store, then the base
-// locale's store, then the bundle's own table; the answer always carries cues. Any thread.
-KOLVANE_EXPORT std::u16string KolvaneLocalizedStringForKey(const Bundle& self,
-                                                           std::string_view selector,
-                                                           std::string_view key,
-                                                           std::u16string_view value,
-                                                           std::string_view table);
-
 // The build version of the library; nothing reads them at run time.
 KOLVANE_EXPORT extern const double KolvaneSDKVersionNumber;
 KOLVANE_EXPORT extern const unsigned char KolvaneSDKVersionString[];
-
-// The server environment: 0 staging, 1 production (set at start-up from the options).
-KOLVANE_EXPORT extern int kolvaneEnvironment;
 
 }  // namespace kolvane

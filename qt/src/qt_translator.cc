@@ -3,11 +3,13 @@
 #include <QCoreApplication>
 #include <QThread>
 #include <cstring>
+#include <optional>
 #include <string>
 
 #include "kolvane/bundle.h"
 #include "kolvane/cues.h"
 #include "kolvane/kolvane.h"
+#include "kolvane/lookup.h"
 #include "kolvane/number.h"
 #include "kolvane/platform.h"
 #include "kolvane/tool.h"
@@ -16,34 +18,37 @@ namespace kolvane {
 
 namespace {
 
-// Whether `text` is `utf8` with one more unit at each end, compared in place for ASCII (most
-// source texts) and through a conversion otherwise.
-bool isSourceBetweenCues(const std::u16string& text, const char* utf8) {
-  const std::size_t inner = text.size() - 2;
-  std::size_t at = 0;
-  for (; utf8[at] != '\0'; ++at) {
-    const auto byte = static_cast<unsigned char>(utf8[at]);
-    if (byte >= 0x80) {
-      return text.compare(1, inner, QString::fromUtf8(utf8).toStdU16String()) == 0;
-    }
-    if (at >= inner || text[at + 1] != byte) return false;
-  }
-  return at == inner;
+// The app's own table `context` for `key`; none when it holds no translation of its own (a
+// missing key answers the key itself).
+std::optional<std::u16string> bundleText(const char* key, const std::u16string& keyText,
+                                         const char* context) {
+  const std::u16string own = Platform::current().mainBundle().platformLocalizedStringForKey(
+      key, u"", context != nullptr ? context : "");
+  if (own == keyText) return std::nullopt;
+  return kv_stringWithCues(own);
 }
 
-// A text from a form (a .ui file) is the development locale's text of some key: when the
-// lookup found no string of its own for it, the string of that key is shown instead. The
-// index is read on the main thread only.
-std::optional<std::u16string> designTimeText(const std::u16string& found, const char* sourceText) {
+// A text from a form (a .ui file) is the development locale's text of some key: when nothing
+// else translates it, the string of that key is shown instead. The index is read on the main
+// thread only.
+std::optional<std::u16string> designTimeText(const std::u16string& source) {
   const QCoreApplication* application = QCoreApplication::instance();
-  // A miss is the source text between the two outer cues.
-  if (found.size() < 2 || found.front() != kv_beginCue || found.back() != kv_endCue ||
-      application == nullptr || QThread::currentThread() != application->thread() ||
-      !isSourceBetweenCues(found, sourceText)) {
+  if (application == nullptr || QThread::currentThread() != application->thread()) {
     return std::nullopt;
   }
   // The index holds the development texts as the stores do, cues included.
-  return KolvaneTool::textForDesignTimeText(found);
+  return KolvaneTool::textForDesignTimeText(kv_stringWithCues(source));
+}
+
+// Kolvane's stores, then the app's own table, then a form's text, then the source text.
+std::u16string textFor(const char* context, const char* sourceText) {
+  if (auto stored = KolvaneStoredStringForKey(sourceText)) return std::move(*stored);
+  const std::u16string source = QString::fromUtf8(sourceText).toStdU16String();
+  if (auto own = bundleText(sourceText, source, context)) return std::move(*own);
+  if (context != nullptr) {
+    if (auto designed = designTimeText(source)) return std::move(*designed);
+  }
+  return kv_stringWithCues(source);
 }
 
 }  // namespace
@@ -64,12 +69,7 @@ QString KVQtTranslator::translate(const char* context, const char* sourceText,
     if (n >= 0) {
       text = KolvaneSDK::pluralizedStringWithKey(sourceText, Number(static_cast<long long>(n)));
     } else {
-      // A key found nowhere comes back as itself, which is the source text: no value needed.
-      text = Platform::current().mainBundle().localizedStringForKey(
-          sourceText, u"", context != nullptr ? context : "");
-      if (context != nullptr) {
-        if (auto designed = designTimeText(text, sourceText)) text = std::move(*designed);
-      }
+      text = textFor(context, sourceText);
     }
     return QString::fromStdU16String(text);
   } catch (...) {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "base/error.h"
-#include "kolvane/tool.h"
+#include "kolvane/tool_host.h"
 
 namespace kolvane {
 

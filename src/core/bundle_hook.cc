@@ -3,7 +3,7 @@
 // keeps this file, and with it the hook, even from a static library the host never calls.
 #include "core/bundle_hook.h"
 
-#include "kolvane/kolvane.h"
+#include "kolvane/lookup.h"
 
 namespace kolvane {
 namespace {

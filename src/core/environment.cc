@@ -1,6 +1,6 @@
 #include "core/environment.h"
 
-#include "kolvane/kolvane.h"
+#include "kolvane/lookup.h"
 
 namespace kolvane {
 

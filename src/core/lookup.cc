@@ -1,12 +1,13 @@
 // The lookups: forward by key (the bundle hook and plural strings), and back from a displayed
 // cue text to its record. Any thread; they only read the stores.
+#include "kolvane/lookup.h"
+
 #include <optional>
 
 #include "base/utf.h"
 #include "core/bundle_hook.h"
 #include "core/locale_strings.h"
 #include "core/main_controller.h"
-#include "kolvane/kolvane.h"
 #include "kolvane/platform.h"
 #include "strings/cues.h"
 #include "strings/plural_form.h"
@@ -33,25 +34,37 @@ std::optional<std::u16string> pluralFrom(const KVLocaleStrings* store, std::stri
                                       KVPluralForm::pluralFormForValue(value, store->locale()));
 }
 
+std::optional<std::u16string> storedPlural(const KVMainController& controller, std::string_view key,
+                                           const std::optional<Number>& value) {
+  LookupGuard guard;
+  if (auto found = pluralFrom(controller.publishedLocaleStrings(), key, value)) return found;
+  return pluralFrom(controller.publishedBaseLocaleStrings(), key, value);
+}
+
 }  // namespace
 
-std::u16string KolvaneLocalizedStringForKey(const Bundle& self, std::string_view selector,
-                                            std::string_view key, std::u16string_view value,
-                                            std::string_view table) {
+std::optional<std::u16string> KolvaneStoredStringForKey(std::string_view key) {
   const KVMainController& controller = KVMainController::sharedInstance();
   LookupGuard guard;
   if (const KVLocaleStrings* store = controller.publishedLocaleStrings()) {
     if (auto found = store->localizedStringForKey(key)) {
       logFound(key, *found, "from current locale strings");
-      return std::move(*found);
+      return found;
     }
   }
   if (const KVLocaleStrings* base = controller.publishedBaseLocaleStrings()) {
     if (auto found = base->localizedStringForKey(key)) {
       logFound(key, *found, "from base");
-      return std::move(*found);
+      return found;
     }
   }
+  return std::nullopt;
+}
+
+std::u16string KolvaneLocalizedStringForKey(const Bundle& self, std::string_view selector,
+                                            std::string_view key, std::u16string_view value,
+                                            std::string_view table) {
+  if (auto stored = KolvaneStoredStringForKey(key)) return std::move(*stored);
   // Called directly, without the hook installed, there is no stored implementation: the
   // bundle's own lookup is the one to fall back on.
   const Bundle::LocalizedStringImp own = LocalizedStringForKeyIMP.load(std::memory_order_acquire);
@@ -98,13 +111,14 @@ std::shared_ptr<const KVString> KVMainController::kolvaneStringWithNonNestedStri
   return found;
 }
 
+std::optional<std::u16string> KolvaneStoredPluralStringForKey(std::string_view key,
+                                                              const std::optional<Number>& value) {
+  return storedPlural(KVMainController::sharedInstance(), key, value);
+}
+
 std::u16string KVMainController::pluralizedStringWithKey(std::string_view key,
                                                          const std::optional<Number>& value) const {
-  {
-    LookupGuard guard;
-    if (auto found = pluralFrom(publishedLocaleStrings(), key, value)) return *found;
-    if (auto found = pluralFrom(publishedBaseLocaleStrings(), key, value)) return *found;
-  }
+  if (auto stored = storedPlural(*this, key, value)) return std::move(*stored);
   return Platform::current().mainBundle().localizedStringForKey(key, u"", "");
 }
 

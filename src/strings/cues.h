@@ -34,7 +34,6 @@ struct KVCue {
 // cues. A text that already starts with the begin cue comes back unchanged. A "%" with no
 // conversion letter after it, up to the end, leaves the rest of the text as it is.
 // Example: "Hello %@" gives u"\u200BHello \u2063%@\u2064\u2062".
-std::u16string kv_stringWithCues(std::u16string_view text);
 
 // Returns the replacement for one placeholder's content, or none to leave it empty.
 using KVPlaceholderBlock = std::function<std::optional<std::u16string>(std::u16string_view)>;

@@ -12,7 +12,7 @@
 #include "core/main_controller.h"
 #include "strings/cues.h"
 #include "strings/string_group.h"
-#include "support/fake_platform.h"
+#include "support/reviewer_fixture.h"
 
 namespace kolvane::testing {
 
@@ -50,10 +50,10 @@ inline KVStringGroups groupsOf(const Texts& texts) {
   return groups;
 }
 
-class CaptureTest : public PlatformTest {
+class CaptureTest : public ReviewerTest {
  protected:
   void SetUp() override {
-    PlatformTest::SetUp();
+    ReviewerTest::SetUp();
     base_ = KVLocaleStrings::localeStringsForLocale(Locale("en"));
     controller().setBaseLocaleStrings(base_);
     setBase({{"sent", u"Sent %@ today"}, {"file", u"a file"}, {"hi", u"Hi"}});

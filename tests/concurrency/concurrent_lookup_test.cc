@@ -13,7 +13,7 @@
 #include "platform/linux/posix_file_system.h"
 #include "strings/cues.h"
 #include "strings/xliff_parser.h"
-#include "support/fake_platform.h"
+#include "support/core_fixture.h"
 
 namespace kolvane {
 namespace {
@@ -31,7 +31,7 @@ std::string catalogue(const std::string& word, int count) {
   return "<xliff><file><body>" + body + "</body></file></xliff>";
 }
 
-class ConcurrentLookupTest : public testing::PlatformTest {};
+class ConcurrentLookupTest : public testing::CoreTest {};
 
 TEST_F(ConcurrentLookupTest, LookupsSeeWholeStoresWhileTheMainThreadReloadsReviewsAndSaves) {
   constexpr int kKeys = 50;

@@ -5,7 +5,7 @@
 
 #include <cstdlib>
 
-#include "support/fake_platform.h"
+#include "support/core_fixture.h"
 
 namespace kolvane {
 namespace {
@@ -36,10 +36,10 @@ TEST(LocaleIdentifiersTest, IdsNoLocaleCouldCarryAreRefused) {
   EXPECT_EQ(localeFromKolvanIdentifier("??"), std::nullopt);
 }
 
-class LocaleNameTest : public testing::PlatformTest {
+class LocaleNameTest : public testing::CoreTest {
  protected:
   void SetUp() override {
-    testing::PlatformTest::SetUp();
+    testing::CoreTest::SetUp();
     previous_ = platform().text.currentLocaleIdentifier();
     UErrorCode status = U_ZERO_ERROR;
     uloc_setDefault("en_US", &status);
@@ -47,7 +47,7 @@ class LocaleNameTest : public testing::PlatformTest {
   void TearDown() override {
     UErrorCode status = U_ZERO_ERROR;
     uloc_setDefault(previous_.c_str(), &status);
-    testing::PlatformTest::TearDown();
+    testing::CoreTest::TearDown();
   }
   std::string previous_;
 };

@@ -1,3 +1,5 @@
+#include "kolvane/lookup.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -5,9 +7,8 @@
 #include "core/locale_strings.h"
 #include "core/main_controller.h"
 #include "core/workflow_step.h"
-#include "kolvane/kolvane.h"
 #include "strings/cues.h"
-#include "support/fake_platform.h"
+#include "support/core_fixture.h"
 
 namespace kolvane {
 namespace {
@@ -28,10 +29,10 @@ std::shared_ptr<KVStringGroup> groupOf(
   return group;
 }
 
-class LookupTest : public testing::PlatformTest {
+class LookupTest : public testing::CoreTest {
  protected:
   void SetUp() override {
-    testing::PlatformTest::SetUp();
+    testing::CoreTest::SetUp();
     platform().bundle.strings = {{"greeting", u"Hello (app)"}, {"Other/greeting", u"Hi (table)"}};
     shown_ = KVLocaleStrings::localeStringsForLocale(Locale("fr_FR"));
     base_ = KVLocaleStrings::localeStringsForLocale(Locale("en"));
@@ -67,6 +68,20 @@ TEST_F(LookupTest, ShownLocaleThenBaseThenBundle) {
   EXPECT_EQ(lookup("nowhere", u"Fallback"), u"[Fallback]");
   // The stores hold one key space: a key found there wins whatever table was named.
   EXPECT_EQ(lookup("greeting", u"", "Other"), u"[Bonjour]");
+}
+
+TEST_F(LookupTest, StoredLookupSaysWhetherKolvaneHoldsTheString) {
+  shown_->setLoadedStrings({{"greeting", groupOf("greeting", {{std::nullopt, u"Bonjour"}})}});
+  base_->setLoadedStrings(
+      {{"files", groupOf("files", {{"one", u"%d file"}, {"other", u"%d files"}})}});
+  install();
+  EXPECT_EQ(KolvaneStoredStringForKey("greeting"), u"\u200BBonjour\u2062");
+  // The app's own table is not Kolvane's: a key only the bundle holds is a miss.
+  EXPECT_EQ(KolvaneStoredStringForKey("Other/greeting"), std::nullopt);
+  EXPECT_EQ(KolvaneStoredStringForKey("nowhere"), std::nullopt);
+  EXPECT_EQ(kv_stringShowingCues(KolvaneStoredPluralStringForKey("files", 1).value_or(u"")),
+            u"[{%d} file]");
+  EXPECT_EQ(KolvaneStoredPluralStringForKey("nowhere", 1), std::nullopt);
 }
 
 TEST_F(LookupTest, DebugLinesNameWhereTheStringCameFrom) {
@@ -161,12 +176,17 @@ TEST_F(LookupTest, PluralLookupUsesEachStoresOwnLocaleRules) {
       {{"files", groupOf("files", {{"one", u"%d file"}, {"other", u"%d files"}})},
        {"songs", groupOf("songs", {{"one", u"%d song"}, {"other", u"%d songs"}})}});
   install();
-  EXPECT_EQ(kv_stringShowingCues(KolvaneSDK::pluralizedStringWithKey("files", 22)),
-            u"[{%d} файла]");
-  EXPECT_EQ(kv_stringShowingCues(KolvaneSDK::pluralizedStringWithKey("files", 5)),
-            u"[{%d} файлов]");
-  EXPECT_EQ(kv_stringShowingCues(KolvaneSDK::pluralizedStringWithKey("songs", 1)), u"[{%d} song]");
-  EXPECT_EQ(kv_stringShowingCues(KolvaneSDK::pluralizedStringWithKey("greeting", 1)),
+  EXPECT_EQ(
+      kv_stringShowingCues(KVMainController::sharedInstance().pluralizedStringWithKey("files", 22)),
+      u"[{%d} файла]");
+  EXPECT_EQ(
+      kv_stringShowingCues(KVMainController::sharedInstance().pluralizedStringWithKey("files", 5)),
+      u"[{%d} файлов]");
+  EXPECT_EQ(
+      kv_stringShowingCues(KVMainController::sharedInstance().pluralizedStringWithKey("songs", 1)),
+      u"[{%d} song]");
+  EXPECT_EQ(kv_stringShowingCues(
+                KVMainController::sharedInstance().pluralizedStringWithKey("greeting", 1)),
             u"[Hello (app)]");
 }
 

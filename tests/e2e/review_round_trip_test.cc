@@ -13,7 +13,7 @@
 #include "server/session.h"
 #include "strings/cues.h"
 #include "support/devserver_process.h"
-#include "support/fake_platform.h"
+#include "support/reviewer_fixture.h"
 
 namespace kolvane {
 namespace {
@@ -23,10 +23,10 @@ using ::testing::Not;
 
 constexpr const char* kRealm = "/auth/realms/Kolvane/protocol/openid-connect";
 
-class ReviewRoundTripTest : public testing::PlatformTest {
+class ReviewRoundTripTest : public testing::ReviewerTest {
  protected:
   void SetUp() override {
-    PlatformTest::SetUp();
+    ReviewerTest::SetUp();
     startServer({"--token-lifetime", "300", "--refresh-lifetime", "1800"});
   }
   void startServer(std::vector<std::string> arguments) {

@@ -5,17 +5,17 @@
 
 #include "core/main_controller.h"
 #include "strings/base64.h"
-#include "support/fake_platform.h"
+#include "support/reviewer_fixture.h"
 
 namespace kolvane {
 namespace {
 
 using ::testing::ElementsAre;
 
-class AnalyticsTest : public testing::PlatformTest {
+class AnalyticsTest : public testing::ReviewerTest {
  protected:
   void SetUp() override {
-    testing::PlatformTest::SetUp();
+    testing::ReviewerTest::SetUp();
     analytics().waitUntilIdle();
     analytics().events.reset();
     analytics().lastSendDate.reset();

@@ -8,7 +8,7 @@
 #include "core/main_controller.h"
 #include "core/workflow_step.h"
 #include "server/server_url.h"
-#include "support/fake_platform.h"
+#include "support/reviewer_fixture.h"
 
 namespace kolvane {
 namespace {
@@ -28,10 +28,10 @@ std::shared_ptr<KVStringGroup> group(const std::string& key, const std::string& 
   return made;
 }
 
-class ApiTest : public testing::PlatformTest {
+class ApiTest : public testing::ReviewerTest {
  protected:
   void SetUp() override {
-    PlatformTest::SetUp();
+    ReviewerTest::SetUp();
     platform().defaults.setObject("KVLocale", "fr_FR");
     KVMainController::sharedInstance().startWithProjectId("proj", nullptr);
     logIn();

@@ -3,20 +3,19 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "kolvane/kolvane.h"
 #include "platform/linux/posix_file_system.h"
 #include "server/server_url.h"
-#include "support/fake_platform.h"
+#include "support/reviewer_fixture.h"
 
 namespace kolvane {
 namespace {
 
 using ::testing::MatchesRegex;
 
-class NetworkTest : public testing::PlatformTest {
+class NetworkTest : public testing::ReviewerTest {
  protected:
   void SetUp() override {
-    testing::PlatformTest::SetUp();
+    testing::ReviewerTest::SetUp();
     useDeployment(
         {{"stagingApiUrl", "https://api.test"}, {"stagingSignOnUrl", "https://sso.test"}});
   }

@@ -12,7 +12,7 @@
 #include "server/server_url.h"
 #include "server/session.h"
 #include "support/capture_server.h"
-#include "support/fake_platform.h"
+#include "support/reviewer_fixture.h"
 
 namespace kolvane {
 namespace {
@@ -21,10 +21,10 @@ using kolvane::testing::FaultyFileSystem;
 
 using ::testing::HasSubstr;
 
-class NetworkWireTest : public testing::PlatformTest {
+class NetworkWireTest : public testing::ReviewerTest {
  protected:
   void SetUp() override {
-    PlatformTest::SetUp();
+    ReviewerTest::SetUp();
     useServerAt(peer_.baseUrl());
   }
   std::string host() const { return "Host: 127.0.0.1:" + std::to_string(peer_.port()) + "\r\n"; }

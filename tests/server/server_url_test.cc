@@ -2,19 +2,19 @@
 
 #include <gtest/gtest.h>
 
-#include "kolvane/kolvane.h"
+#include "kolvane/lookup.h"
 #include "platform/linux/posix_file_system.h"
 #include "server/deployment.h"
-#include "support/fake_platform.h"
+#include "support/reviewer_fixture.h"
 
 namespace kolvane {
 namespace {
 
-class ServerUrlTest : public testing::PlatformTest {
+class ServerUrlTest : public testing::ReviewerTest {
  protected:
   void TearDown() override {
     kolvaneEnvironment = KVEnvironmentStaging;
-    testing::PlatformTest::TearDown();
+    testing::ReviewerTest::TearDown();
   }
   void shipDeploymentFile(const std::string& json) {
     const std::string path = folder() + "/Kolvane.json";

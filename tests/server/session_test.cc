@@ -10,7 +10,7 @@
 #include "core/workflow_step.h"
 #include "server/keychain.h"
 #include "server/login_form.h"
-#include "support/fake_platform.h"
+#include "support/reviewer_fixture.h"
 
 namespace kolvane {
 namespace {
@@ -51,10 +51,10 @@ std::string base64Url(const std::string& text) {
   return out;
 }
 
-class SessionTest : public testing::PlatformTest {
+class SessionTest : public testing::ReviewerTest {
  protected:
   void SetUp() override {
-    PlatformTest::SetUp();
+    ReviewerTest::SetUp();
     form_ = std::make_shared<FakeLoginForm>();
     KVLoginViewController::setLoginForm(form_);
   }

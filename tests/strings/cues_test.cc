@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "base/log.h"
 #include "base/utf.h"
-#include "core/main_controller.h"
 #include "support/fake_platform.h"
 
 namespace kolvane {
@@ -150,7 +150,7 @@ TEST_F(CueFindingTest, RangesCountUtf16Units) {
 }
 
 TEST_F(CueFindingTest, CuesThatDoNotPairGiveNothingAndSayWhy) {
-  KVMainController::sharedInstance().setDebug(true);
+  logSwitches().debug = true;
   EXPECT_TRUE(found(u"no cues").empty());
   EXPECT_TRUE(found(u"[a]]").empty());
   EXPECT_TRUE(found(u"]a[b][").empty());  // an end before any begin
@@ -180,7 +180,7 @@ TEST_F(CueFindingTest, LogsNothingWithoutDebug) {
   found(u"]");
   found(u"[a][b]");
   EXPECT_TRUE(platform().log.lines().empty());
-  KVMainController::sharedInstance().setDebug(true);
+  logSwitches().debug = true;
   found(u"[a][b]");
   EXPECT_THAT(platform().log.lines(), ElementsAre("[KV] 2 juxtaposed strings found in [a][b]"));
 }

@@ -3,17 +3,9 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <thread>
 
-#include "core/main_controller.h"
-#include "core/workflow_step.h"
-#include "platform/linux/curl_transport.h"
-#include "server/keychain.h"
-#include "server/login_form.h"
-#include "server/server_reviewer_services.h"
-#include "server/server_url.h"
-#include "server/session.h"
+#include "base/log.h"
 
 namespace kolvane::testing {
 
@@ -117,57 +109,14 @@ void PlatformTest::SetUp() {
   folder_ = pattern;
   platform_ = std::make_shared<FakePlatform>(folder_ + "/Documents");
   Platform::install(platform_);
-  KVMainController::sharedInstance().resetForTesting();
-  // Reading in place leaves the test's main queue as the one order of events.
-  KVMainController::setBackgroundRunner([](std::function<void()> task) { task(); });
-  installServerReviewerServices();
-  KVSession::sharedInstance().resetForTesting();
-  KVKeychain::resetForTesting();
-  KVLoginViewController::setLoginForm(nullptr);
-}
-
-void PlatformTest::enableEditing() {
-  KVSession::sharedInstance().setToken({{"access_token", "test-token"}});
-  auto step = std::make_shared<KVWorkflowStep>();
-  step->canTranslate = true;
-  KVMainController::sharedInstance().setWorkflowStep(step);
-}
-
-void PlatformTest::useDeployment(const nlohmann::json& values) {
-  const std::string path = folder_ + "/Kolvane.json";
-  std::ofstream(path) << values;
-  platform_->bundle.resources["Kolvane.json"] = path;
-  KVServerUrl::setEnvironment(KVEnvironmentStaging);
-}
-
-void PlatformTest::useServerAt(const std::string& baseUrl) {
-  useDeployment({{"stagingApiUrl", baseUrl},
-                 {"stagingSignOnUrl", baseUrl},
-                 {"redirectScheme", "kolvane-test"}});
-  platform_->network = std::make_unique<CurlTransport>(platform_->queue);
-}
-
-void PlatformTest::logIn(const std::string& accessToken) {
-  KVSession::sharedInstance().setToken({{"access_token", accessToken},
-                                        {"refresh_token", "refresh"},
-                                        {"expires", platform_->now() + 3600},
-                                        {"refresh_expires", platform_->now() + 7200}});
+  logSwitches().log = false;
+  logSwitches().debug = false;
 }
 
 void PlatformTest::TearDown() {
-  KVMainController::sharedInstance().resetForTesting();
-  KVSession::sharedInstance().resetForTesting();
   platform_->network.reset();  // stops a real transport's thread
   std::error_code ignored;
   std::filesystem::remove_all(folder_, ignored);
-}
-
-std::string tokenAnswerFor(const std::string& reviewer) {
-  return nlohmann::json{{"access_token", "a.e30.b"},
-                        {"uid", reviewer},
-                        {"expires_in", 300},
-                        {"refresh_expires_in", 600}}
-      .dump();
 }
 
 }  // namespace kolvane::testing

@@ -140,26 +140,13 @@ class FakePlatform : public Platform {
   std::string documents_;
 };
 
-// Installs a fresh FakePlatform in a fresh temporary folder and puts the main controller and
-// the log switches back to their state before start-up.
-// The sign-on server's answer to a code exchange: a token for `reviewer` ("uid").
-std::string tokenAnswerFor(const std::string& reviewer);
-
+// Installs a fresh FakePlatform in a fresh temporary folder.
 class PlatformTest : public ::testing::Test {
  protected:
   void SetUp() override;
   void TearDown() override;
   FakePlatform& platform() { return *platform_; }
   const std::string& folder() const { return folder_; }
-  // A reviewer is logged in and has chosen a step that lets them translate.
-  void enableEditing();
-  // Ships `values` as the bundle's deployment file (Kolvane.json) and chooses staging.
-  void useDeployment(const nlohmann::json& values);
-  // Sends requests for real (libcurl) to `baseUrl` for the API and sign-on hosts, with the
-  // redirect scheme "kolvane-test", through the bundle's deployment file.
-  void useServerAt(const std::string& baseUrl);
-  // A session whose access token is good for an hour.
-  void logIn(const std::string& accessToken = "tok");
 
  private:
   std::shared_ptr<FakePlatform> platform_;

@@ -14,7 +14,7 @@
 #include "server/session.h"
 #include "strings/xliff_parser.h"
 #include "support/fake_host_views.h"
-#include "support/fake_platform.h"
+#include "support/reviewer_fixture.h"
 #include "tool-ui/actions_popup.h"
 #include "tool-ui/choice_lists.h"
 #include "tool-ui/login_page.h"
@@ -60,10 +60,10 @@ nlohmann::json workflows() {
          {"workflowSteps", {step("Translation", {french}), step("Review", {french, german})}}}}}};
 }
 
-class ToolScreensTest : public testing::PlatformTest {
+class ToolScreensTest : public testing::ReviewerTest {
  protected:
   void SetUp() override {
-    PlatformTest::SetUp();
+    ReviewerTest::SetUp();
     platform().defaults.setObject("KVLocale", "fr_FR");
     controller().startWithProjectId("proj", nullptr);
     logIn();
@@ -73,7 +73,7 @@ class ToolScreensTest : public testing::PlatformTest {
   }
   void TearDown() override {
     KolvaneTool::setHost(nullptr);
-    PlatformTest::TearDown();
+    ReviewerTest::TearDown();
   }
   static KVMainController& controller() { return KVMainController::sharedInstance(); }
   KVLocaleStrings& shown() { return *controller().localeStrings(); }

@@ -1,5 +1,3 @@
-#include "core/main_controller.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -8,11 +6,12 @@
 #include <limits>
 
 #include "core/locale_strings.h"
+#include "core/main_controller.h"
 #include "core/workflow_step.h"
 #include "kolvane/kolvane.h"
 #include "server/server_url.h"
 #include "server/session.h"
-#include "support/fake_platform.h"
+#include "support/reviewer_fixture.h"
 
 namespace kolvane {
 namespace {
@@ -20,7 +19,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class MainControllerTest : public testing::PlatformTest {
+class MainControllerTest : public testing::ReviewerTest {
  protected:
   KVMainController& controller() { return KVMainController::sharedInstance(); }
   void saveStep(bool canTranslate) {
