@@ -21,7 +21,8 @@ KOLVANE_EXPORT std::u16string kv_stringByRemovingCues(std::u16string_view text);
 
 // `text` as Kolvane hands out a string: between the begin and end cues, each placeholder
 // between the placeholder cues. A text that already starts with the begin cue comes back
-// unchanged.
+// unchanged. A "%" with no conversion after it, up to the end, leaves the rest as it is.
+// Example: "Hello %@" gives u"\u200BHello \u2063%@\u2064\u2062".
 KOLVANE_EXPORT std::u16string kv_stringWithCues(std::u16string_view text);
 
 // A looked-up format with its placeholders filled: each placeholder takes the value of the

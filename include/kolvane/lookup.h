@@ -27,6 +27,23 @@ KOLVANE_EXPORT std::optional<std::u16string> KolvaneStoredStringForKey(std::stri
 KOLVANE_EXPORT std::optional<std::u16string> KolvaneStoredPluralStringForKey(
     std::string_view key, const std::optional<Number>& value);
 
+// Notes that the app's own catalogue (a toolkit's translator below Kolvane's) answered `key`
+// with `text`, translated from `source` into `language`; with `pluralValue` for the plural
+// form that fits that value in that language. A long press on the text then finds the
+// string, and an edit of it starts from it. Any thread.
+KOLVANE_EXPORT void KolvaneNoteAppString(std::string_view key, std::u16string_view source,
+                                         std::u16string_view text, std::string_view language,
+                                         const std::optional<Number>& pluralValue);
+
+// The key of a message that has a disambiguation (Qt's comment that tells two messages with
+// the same source text apart): the source text, U+241E (the record separator symbol), the
+// disambiguation. Without a disambiguation the key is the source text alone. The lookup, the
+// stores, the dev server and the command-line tool all spell it this way.
+// Example: KolvaneMessageKey("Open", "verb") gives "Open\u241Everb".
+KOLVANE_EXPORT std::string KolvaneMessageKey(std::string_view source,
+                                             std::string_view disambiguation);
+inline constexpr std::string_view kKolvaneDisambiguationSeparator = "\u241E";
+
 // The server environment: 0 staging, 1 production (set at start-up from the options).
 KOLVANE_EXPORT extern int kolvaneEnvironment;
 

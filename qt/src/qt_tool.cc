@@ -410,11 +410,49 @@ void GestureFilter::recognise() {
 
 namespace kolvane {
 
-void KolvaneQt::install() {
+namespace {
+
+// The app's widgets translate again, as after QCoreApplication::installTranslator().
+void announceLanguageChange() {
+  if (QCoreApplication* application = QCoreApplication::instance()) {
+    QEvent change(QEvent::LanguageChange);
+    QCoreApplication::sendEvent(application, &change);
+  }
+}
+
+// Kolvane's translator in place, the app's own handed over to it.
+void installKolvaneTranslator() {
   qt::Installed& state = qt::installed();
   if (state.translator) return;
   state.translator = std::make_unique<KVQtTranslator>();
+  for (QTranslator* own : KVQtAppTranslators::instance().all()) {
+    QCoreApplication::removeTranslator(own);
+  }
   QCoreApplication::installTranslator(state.translator.get());
+}
+
+}  // namespace
+
+bool KolvaneQt::installTranslator(QTranslator* translator) {
+  if (!KVQtAppTranslators::instance().add(translator)) return false;
+  if (!qt::installed().translator) {
+    installKolvaneTranslator();
+  } else {
+    announceLanguageChange();
+  }
+  return true;
+}
+
+bool KolvaneQt::removeTranslator(QTranslator* translator) {
+  if (!KVQtAppTranslators::instance().remove(translator)) return false;
+  announceLanguageChange();
+  return true;
+}
+
+void KolvaneQt::install() {
+  installKolvaneTranslator();
+  qt::Installed& state = qt::installed();
+  if (state.filter) return;
   state.filter = std::make_unique<qt::GestureFilter>();
   qApp->installEventFilter(state.filter.get());
   state.host = std::make_shared<qt::QtToolHost>();
@@ -436,14 +474,22 @@ void KolvaneQt::install() {
 
 void KolvaneQt::uninstall() {
   qt::Installed& state = qt::installed();
-  if (!state.translator) return;
-  QObject::disconnect(state.clipboard);
-  QObject::disconnect(state.selection);
-  state.host->dismissEditionScreens(false);
-  state.host->dismissToolScreens({});
-  KolvaneTool::setHost(nullptr);
-  qApp->removeEventFilter(state.filter.get());
-  QCoreApplication::removeTranslator(state.translator.get());
+  if (state.filter) {
+    QObject::disconnect(state.clipboard);
+    QObject::disconnect(state.selection);
+    state.host->dismissEditionScreens(false);
+    state.host->dismissToolScreens({});
+    KolvaneTool::setHost(nullptr);
+    qApp->removeEventFilter(state.filter.get());
+  }
+  if (state.translator) {
+    QCoreApplication::removeTranslator(state.translator.get());
+    // The app's own translators go back to Qt, asked in the same order as under Kolvane.
+    const std::vector<QTranslator*> own = KVQtAppTranslators::instance().all();
+    for (auto translator = own.rbegin(); translator != own.rend(); ++translator) {
+      QCoreApplication::installTranslator(*translator);
+    }
+  }
   state = qt::Installed();
 }
 

@@ -2,24 +2,26 @@
 
 #include <QCoreApplication>
 #include <QThread>
+#include <algorithm>
 #include <cstring>
+#include <mutex>
 #include <optional>
 #include <string>
 
 #include "kolvane/bundle.h"
 #include "kolvane/cues.h"
-#include "kolvane/kolvane.h"
 #include "kolvane/lookup.h"
 #include "kolvane/number.h"
 #include "kolvane/platform.h"
 #include "kolvane/tool.h"
 
 namespace kolvane {
-
 namespace {
 
-// The app's own table `context` for `key`; none when it holds no translation of its own (a
-// missing key answers the key itself).
+std::u16string toU16(const QString& text) { return text.toStdU16String(); }
+
+// The app's own table `context` of a bundle folder for `key`; none when it holds no
+// translation of its own (a missing key answers the key itself).
 std::optional<std::u16string> bundleText(const char* key, const std::u16string& keyText,
                                          const char* context) {
   const std::u16string own = Platform::current().mainBundle().platformLocalizedStringForKey(
@@ -40,18 +42,85 @@ std::optional<std::u16string> designTimeText(const std::u16string& source) {
   return KolvaneTool::textForDesignTimeText(kv_stringWithCues(source));
 }
 
-// Kolvane's stores, then the app's own table, then a form's text, then the source text.
-std::u16string textFor(const char* context, const char* sourceText) {
-  if (auto stored = KolvaneStoredStringForKey(sourceText)) return std::move(*stored);
-  const std::u16string source = QString::fromUtf8(sourceText).toStdU16String();
-  if (auto own = bundleText(sourceText, source, context)) return std::move(*own);
-  if (context != nullptr) {
-    if (auto designed = designTimeText(source)) return std::move(*designed);
+std::optional<std::u16string> storedText(const std::string& key, int n) {
+  if (n >= 0) {
+    if (auto plural = KolvaneStoredPluralStringForKey(key, Number(static_cast<long long>(n)))) {
+      return plural;
+    }
   }
-  return kv_stringWithCues(source);
+  return KolvaneStoredStringForKey(key);
+}
+
+// Notes what the app's catalogues answered, so that a long press finds it.
+std::u16string noted(const std::string& key, const std::u16string& source, std::u16string text,
+                     const std::string& language, int n) {
+  std::optional<Number> value;
+  if (n >= 0) value = Number(static_cast<long long>(n));
+  KolvaneNoteAppString(key, source, text, language, value);
+  return text;
+}
+
+// The app's own translators.
+std::optional<std::u16string> appText(const std::string& key, const std::u16string& source,
+                                      const char* context, const char* sourceText,
+                                      const char* disambiguation, int n) {
+  QString language;
+  const QString answer =
+      KVQtAppTranslators::instance().translate(context, sourceText, disambiguation, n, &language);
+  if (answer.isNull()) return std::nullopt;
+  return noted(key, source, kv_stringWithCues(toU16(answer)), language.toStdString(), n);
+}
+
+// The language the source texts are written in.
+std::string developmentLanguage() {
+  return Platform::current().mainBundle().infoString("CFBundleDevelopmentRegion").value_or("en");
 }
 
 }  // namespace
+
+KVQtAppTranslators& KVQtAppTranslators::instance() {
+  static auto* translators = new KVQtAppTranslators;  // asked until the process ends
+  return *translators;
+}
+
+bool KVQtAppTranslators::add(QTranslator* translator) {
+  if (translator == nullptr) return false;
+  {
+    std::unique_lock lock(mutex_);
+    if (std::find(translators_.begin(), translators_.end(), translator) != translators_.end()) {
+      return false;
+    }
+    translators_.insert(translators_.begin(), translator);
+  }
+  QObject::connect(translator, &QObject::destroyed,
+                   [translator] { KVQtAppTranslators::instance().remove(translator); });
+  return true;
+}
+
+bool KVQtAppTranslators::remove(QTranslator* translator) {
+  std::unique_lock lock(mutex_);
+  const auto found = std::find(translators_.begin(), translators_.end(), translator);
+  if (found == translators_.end()) return false;
+  translators_.erase(found);
+  return true;
+}
+
+std::vector<QTranslator*> KVQtAppTranslators::all() const {
+  std::shared_lock lock(mutex_);
+  return translators_;
+}
+
+QString KVQtAppTranslators::translate(const char* context, const char* sourceText,
+                                      const char* disambiguation, int n, QString* language) const {
+  std::shared_lock lock(mutex_);
+  for (const QTranslator* translator : translators_) {
+    QString answer = translator->translate(context, sourceText, disambiguation, n);
+    if (answer.isNull()) continue;
+    if (language != nullptr) *language = translator->language();
+    return answer;
+  }
+  return QString();
+}
 
 bool kv_isQtContext(const char* context) {
   // Qt's classes are named Q followed by a capital; apps' classes rarely are.
@@ -59,19 +128,27 @@ bool kv_isQtContext(const char* context) {
 }
 
 QString KVQtTranslator::translate(const char* context, const char* sourceText,
-                                  const char* /*disambiguation*/, int n) const {
+                                  const char* disambiguation, int n) const {
   if (sourceText == nullptr || *sourceText == '\0' || kv_isQtContext(context) ||
       std::strcmp(sourceText, "QT_LAYOUT_DIRECTION") == 0) {
-    return QString();  // a null answer passes the call on
+    // Qt's own strings, and the app's translations of them, stay as they are.
+    return KVQtAppTranslators::instance().translate(context, sourceText, disambiguation, n,
+                                                    nullptr);
   }
   try {
-    std::u16string text;
-    if (n >= 0) {
-      text = KolvaneSDK::pluralizedStringWithKey(sourceText, Number(static_cast<long long>(n)));
-    } else {
-      text = textFor(context, sourceText);
+    const std::string key =
+        KolvaneMessageKey(sourceText, disambiguation != nullptr ? disambiguation : "");
+    if (auto stored = storedText(key, n)) return QString::fromStdU16String(*stored);
+    const std::u16string source = toU16(QString::fromUtf8(sourceText));
+    if (auto own = appText(key, source, context, sourceText, disambiguation, n)) {
+      return QString::fromStdU16String(*own);
     }
-    return QString::fromStdU16String(text);
+    if (auto own = bundleText(sourceText, source, context)) return QString::fromStdU16String(*own);
+    if (context != nullptr) {
+      if (auto designed = designTimeText(source)) return QString::fromStdU16String(*designed);
+    }
+    return QString::fromStdU16String(
+        noted(key, source, kv_stringWithCues(source), developmentLanguage(), n));
   } catch (...) {
     // The app keeps its own text rather than see an exception from inside Qt.
     return QString();

@@ -22,6 +22,15 @@ std::shared_ptr<KVStringGroup> editableGroup(const KVLocaleStrings& store, const
 
 // The group holding the new text of one form of `key`, or none when neither store knows the
 // key. A string never translated in this locale starts from the development locale's record.
+// What a string the shown store lacks starts from: the base store's, else what the app's own
+// catalogues answered for it.
+std::shared_ptr<const KVString> startingForm(const KVLocaleStrings* base, const std::string& key,
+                                             const std::optional<std::string>& plural) {
+  if (auto found = base ? base->kolvaneStringForKey(key, plural) : nullptr) return found;
+  const auto noted = KVMainController::sharedInstance().appCatalogue().groupForKey(key);
+  return noted ? noted->stringForPluralForm(plural, false) : nullptr;
+}
+
 std::shared_ptr<KVStringGroup> groupWithNewText(KVLocaleStrings& shown, const KVLocaleStrings* base,
                                                 const std::string& key,
                                                 const std::optional<std::string>& plural,
@@ -33,7 +42,7 @@ std::shared_ptr<KVStringGroup> groupWithNewText(KVLocaleStrings& shown, const KV
     if (group) form = group->stringForPluralForm(plural, true);
     // Found by a looser choice than the strict one: edit that form.
     if (group && !form) form = group->stringForPluralForm(plural, false);
-  } else if (const auto baseForm = base ? base->kolvaneStringForKey(key, plural) : nullptr) {
+  } else if (const auto baseForm = startingForm(base, key, plural)) {
     form = baseForm->copy();
     group = editableGroup(shown, key);
     if (!group) {
@@ -67,6 +76,10 @@ std::shared_ptr<KVEditionController> KVEditionController::editionControllerWithS
       item.viewStrings = capture;
       item.targetString = record->group.lock();
       item.sourceString = base ? base->kolvaneStringGroupForKey(record->key) : nullptr;
+      if (!item.sourceString) {
+        item.sourceString =
+            KVMainController::sharedInstance().appCatalogue().sourceGroupForKey(record->key);
+      }
       controller->items_.push_back(std::move(item));
     }
   }

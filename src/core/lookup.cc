@@ -43,6 +43,22 @@ std::optional<std::u16string> storedPlural(const KVMainController& controller, s
 
 }  // namespace
 
+void KolvaneNoteAppString(std::string_view key, std::u16string_view source,
+                          std::u16string_view text, std::string_view language,
+                          const std::optional<Number>& pluralValue) {
+  std::optional<std::string> category;
+  if (pluralValue) category = KVPluralForm::pluralFormForValue(pluralValue, Locale(std::string(language)));
+  KVMainController::sharedInstance().appCatalogue().note(key, source, text, category);
+}
+
+std::string KolvaneMessageKey(std::string_view source, std::string_view disambiguation) {
+  std::string key(source);
+  if (disambiguation.empty()) return key;
+  key += kKolvaneDisambiguationSeparator;
+  key += disambiguation;
+  return key;
+}
+
 std::optional<std::u16string> KolvaneStoredStringForKey(std::string_view key) {
   const KVMainController& controller = KVMainController::sharedInstance();
   LookupGuard guard;
@@ -81,8 +97,10 @@ std::shared_ptr<const KVString> KVMainController::kolvaneStringForLocalizedStrin
   if (const KVLocaleStrings* store = publishedLocaleStrings()) {
     if (auto found = store->kolvaneStringForLocalizedString(hash)) return found;
   }
-  const KVLocaleStrings* base = publishedBaseLocaleStrings();
-  return base ? base->kolvaneStringForLocalizedString(hash) : nullptr;
+  if (const KVLocaleStrings* base = publishedBaseLocaleStrings()) {
+    if (auto found = base->kolvaneStringForLocalizedString(hash)) return found;
+  }
+  return appCatalogue_.stringForHash(hash);
 }
 
 std::shared_ptr<const KVString> KVMainController::kolvaneStringWithNonNestedString(

@@ -182,6 +182,7 @@ void KVMainController::resetForTesting() {
   setDebug(false);
   reset();
   setBaseLocaleStrings(nullptr);
+  appCatalogue_.clear();
 }
 
 }  // namespace kolvane

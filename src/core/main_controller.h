@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/app_catalogue.h"
 #include "core/published.h"
 #include "kolvane/locale.h"
 #include "kolvane/number.h"
@@ -90,6 +91,9 @@ class KVMainController {
   }
   void setWorkflowStep(std::shared_ptr<const KVWorkflowStep> step);
   const std::shared_ptr<KVLocaleStrings>& localeStrings() const { return localeStrings_.owner(); }
+  // What the app's own catalogues answered, below every store. Any thread.
+  KVAppCatalogue& appCatalogue() { return appCatalogue_; }
+  const KVAppCatalogue& appCatalogue() const { return appCatalogue_; }
   void setLocaleStrings(std::shared_ptr<KVLocaleStrings> store);
   const std::shared_ptr<KVLocaleStrings>& baseLocaleStrings() const {
     return baseLocaleStrings_.owner();
@@ -120,6 +124,7 @@ class KVMainController {
   mutable std::mutex appIdMutex_;
   std::optional<std::string> appId_;
   std::atomic<KVReviewerServices*> reviewerServices_{nullptr};
+  KVAppCatalogue appCatalogue_;
   std::atomic<bool> appLaunched_{false};
   PublishedPtr<const KVWorkflowStep> workflowStep_;
   PublishedPtr<KVLocaleStrings> localeStrings_;

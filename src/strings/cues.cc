@@ -10,10 +10,44 @@ namespace {
 
 constexpr std::u16string_view kLiteralPercent = u"%%";
 
+bool isDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
+
+// What may follow a printf width: a position, a conversion, a length or a precision.
+bool continuesPrintfWidth(std::u16string_view text, std::size_t at) {
+  if (at >= text.size()) return false;
+  const char16_t c = text[at];
+  if (c == u'$' || kFormatConversionLetters.find(c) != std::u16string_view::npos ||
+      std::u16string_view(u"hlqLzjt").find(c) != std::u16string_view::npos) {
+    return true;
+  }
+  return c == u'.' && at + 1 < text.size() && (isDigit(text[at + 1]) || text[at + 1] == u'*');
+}
+
+}  // namespace
+
+std::size_t kv_qtPlaceholderLength(std::u16string_view text, std::size_t pos) {
+  if (pos + 1 >= text.size() || text[pos] != u'%') return 0;
+  std::size_t at = pos + 1;
+  const bool localized = text[at] == u'L';
+  if (localized) ++at;
+  if (at < text.size() && text[at] == u'n') return at + 1 - pos;
+  if (at >= text.size() || text[at] < u'1' || text[at] > u'9') return 0;
+  ++at;
+  if (at < text.size() && isDigit(text[at])) ++at;
+  // "%1$@", "%2d" or "%1.2f" are printf's; "%L2" is Qt's whatever follows.
+  if (!localized && continuesPrintfWidth(text, at)) return 0;
+  return at - pos;
+}
+
+namespace {
+
 // Appends the marked form of the specifier starting at `pos` (a "%") and returns where the
-// scan goes on. Without a conversion letter up to the end the rest is kept as literal text.
+// scan goes on: a Qt placeholder ("%1", "%L1", "%n"), else printf's up to its conversion
+// letter. Without a conversion letter up to the end the rest is kept as literal text.
 std::size_t appendSpecifier(std::u16string_view text, std::size_t pos, std::u16string& body) {
-  const std::size_t letter = text.find_first_of(kFormatConversionLetters, pos);
+  const std::size_t qtLength = kv_qtPlaceholderLength(text, pos);
+  const std::size_t letter =
+      qtLength > 0 ? pos + qtLength - 1 : text.find_first_of(kFormatConversionLetters, pos);
   if (letter == std::u16string_view::npos) {
     body += text.substr(pos);
     return text.size();
@@ -206,7 +240,16 @@ std::u16string kv_stringShowingCues(std::u16string_view text) {
 }
 
 std::size_t kv_argumentIndexOfSpecifier(std::u16string_view specifier, std::size_t rank) {
-  if (specifier.size() < 3 || specifier[0] != u'%') return rank;
+  if (specifier.size() < 2 || specifier[0] != u'%') return rank;
+  if (kv_qtPlaceholderLength(specifier, 0) == specifier.size()) {
+    const std::size_t digits = specifier[1] == u'L' ? 2 : 1;
+    if (specifier[digits] == u'n') return rank;
+    std::size_t number = 0;
+    for (std::size_t at = digits; at < specifier.size(); ++at) {
+      number = number * 10 + (specifier[at] - u'0');
+    }
+    return number - 1;
+  }
   std::size_t position = 0;
   std::size_t at = 1;
   // More digits than any format has arguments are no position.

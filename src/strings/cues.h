@@ -30,11 +30,6 @@ struct KVCue {
   std::string description() const;
 };
 
-// The text wrapped in begin and end cues with each format specifier wrapped in placeholder
-// cues. A text that already starts with the begin cue comes back unchanged. A "%" with no
-// conversion letter after it, up to the end, leaves the rest of the text as it is.
-// Example: "Hello %@" gives u"\u200BHello \u2063%@\u2064\u2062".
-
 // Returns the replacement for one placeholder's content, or none to leave it empty.
 using KVPlaceholderBlock = std::function<std::optional<std::u16string>(std::u16string_view)>;
 
@@ -49,8 +44,13 @@ bool kv_forEachPlaceholder(std::u16string_view text,
 std::u16string kv_enumerateCuesUsingBlock(std::u16string_view text,
                                           const KVPlaceholderBlock& block);
 
-// The argument a placeholder with this specifier takes, from 0: N - 1 for "%N$..." (N from
-// 1), else `rank`, the placeholder's place among the format's placeholders.
+// The length of the Qt placeholder at `pos` ("%1" to "%99", "%L1" to "%L99", "%n", "%Ln"), or 0
+// when there is none. "%N" followed by what continues a printf specifier ("%1$@", "%2d",
+// "%1.2f") is printf's.
+std::size_t kv_qtPlaceholderLength(std::u16string_view text, std::size_t pos);
+
+// The argument a placeholder with this specifier takes, from 0: N - 1 for "%N$..." and Qt's
+// "%N" (N from 1), else `rank`, the placeholder's place among the format's placeholders.
 std::size_t kv_argumentIndexOfSpecifier(std::u16string_view specifier, std::size_t rank);
 
 // How deep marked strings may nest in one displayed text (a string formatted into a string

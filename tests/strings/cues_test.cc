@@ -54,6 +54,25 @@ TEST(CueMarkingTest, SpecifierRunsToTheFirstConversionLetter) {
   EXPECT_EQ(showMarked(u"%5.2f%%x"), u"[{%5.2f}%%x]");
 }
 
+TEST(CueMarkingTest, QtPlaceholdersAreSpecifiersOfTheirOwn) {
+  EXPECT_EQ(showMarked(u"Hello %1 and %@"), u"[Hello {%1} and {%@}]");
+  EXPECT_EQ(showMarked(u"%n files in %L2, %Ln bytes"), u"[{%n} files in {%L2}, {%Ln} bytes]");
+  EXPECT_EQ(showMarked(u"Saved to %1. Page %12 of %99%"), u"[Saved to {%1}. Page {%12} of {%99}%]");
+  // What continues a printf specifier keeps it printf's: a position, a conversion, a length,
+  // a precision.
+  EXPECT_EQ(showMarked(u"%1$@ %2d %1.2f %3ld"), u"[{%1$@} {%2d} {%1.2f} {%3ld}]");
+  // Neither a zero nor a third digit starts one: printf reads on to its conversion letter.
+  EXPECT_EQ(showMarked(u"%0 a"), u"[{%0 a}]");
+  EXPECT_EQ(showMarked(u"%L1d"), u"[{%L1}d]");
+
+  EXPECT_EQ(kv_argumentIndexOfSpecifier(u"%2", 0), 1u);
+  EXPECT_EQ(kv_argumentIndexOfSpecifier(u"%L12", 0), 11u);
+  EXPECT_EQ(kv_argumentIndexOfSpecifier(u"%n", 3), 3u);
+  EXPECT_EQ(kv_stringByRemovingCues(kv_formatKeepingCues(kv_stringWithCues(u"%2 then %1"),
+                                                         {u"one", u"two"})),
+            u"two then one");
+}
+
 TEST(CueMarkingTest, RemovingCuesUndoesMarkingAtEveryCut) {
   const std::u16string text = u"Déjà %1$@ vu 😀 %ld%% of %lld, 100%";
   for (std::size_t length = 0; length <= text.size(); ++length) {

@@ -13,6 +13,7 @@
 #include <QStringList>
 #include <functional>
 
+class QTranslator;
 class QUrl;
 
 #include "kolvane/export.h"
@@ -24,8 +25,18 @@ class KolvaneQt {
   // Installs the translator and the reviewer's gestures. Main thread, once the QApplication
   // exists; a second call does nothing.
   static void install();
-  // Removes what install() added.
+  // Removes what install() and installTranslator() added; the app's translators go back to
+  // Qt, asked in the same order.
   static void uninstall();
+  // In place of QCoreApplication::installTranslator(translator), for the app's own
+  // translators (loaded from its .qm files): Kolvane's stores answer first, then the app's
+  // translators (the last installed first, as Qt asks them), then the source text, and every
+  // answer carries cues. Installs Kolvane's translator if install() has not. The translator
+  // is not owned; one destroyed leaves the list. False when it is null or already installed.
+  // Main thread.
+  static bool installTranslator(QTranslator* translator);
+  // Takes back a translator given to installTranslator(); false when it was not there.
+  static bool removeTranslator(QTranslator* translator);
   // The reviewer signs in on the sign-on page in the system browser, which returns to the app
   // through a loopback address. An app with a browser of its own (a kiosk) opens the page with
   // `opener` instead; none puts the system browser back.

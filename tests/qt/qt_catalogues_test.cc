@@ -1,0 +1,143 @@
+// A Qt app's own Linguist catalogues under Kolvane: every answer what Qt's own translator
+// gives, and traceable.
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QTranslator>
+#include <string>
+#include <vector>
+
+#include "capture/capture_fixture.h"
+#include "core/locale_strings.h"
+#include "core/main_controller.h"
+#include "kolvane/cues.h"
+#include "kolvane/lookup.h"
+#include "kolvane/qt.h"
+#include "qt/linguist_catalogue.h"
+#include "support/core_fixture.h"
+
+namespace kolvane {
+namespace {
+
+using testing::LinguistCatalogue;
+using testing::LinguistMessage;
+
+const char* disambiguationOf(const LinguistMessage& message) {
+  return message.disambiguation.empty() ? nullptr : message.disambiguation.c_str();
+}
+
+// Every message's answer, numerus messages for every count from 0 to 1,000.
+std::vector<QString> answersTo(const LinguistCatalogue& catalogue) {
+  std::vector<QString> answers;
+  for (const LinguistMessage& message : catalogue.messages) {
+    const char* context = message.context.c_str();
+    const char* source = message.source.c_str();
+    if (!message.numerus) {
+      answers.push_back(QCoreApplication::translate(context, source, disambiguationOf(message)));
+      continue;
+    }
+    for (int n = 0; n <= 1000; ++n) {
+      answers.push_back(QCoreApplication::translate(context, source, disambiguationOf(message), n));
+    }
+  }
+  return answers;
+}
+
+class LinguistCataloguesTest : public testing::CoreTest {
+ protected:
+  void TearDown() override {
+    KolvaneQt::uninstall();
+    testing::CoreTest::TearDown();
+  }
+  std::string compile(const LinguistCatalogue& catalogue) {
+    return testing::compileLinguistCatalogue(catalogue, KOLVANE_LRELEASE, folder(),
+                                             catalogue.language);
+  }
+};
+
+TEST_F(LinguistCataloguesTest, EveryMessageAnswersAsQtsOwnTranslatorAndIsTraceable) {
+  for (const std::string language : {"ru", "pl", "ar", "ja"}) {
+    SCOPED_TRACE(language);
+    const LinguistCatalogue catalogue = testing::makeLinguistCatalogue(language, 24, 480);
+    QTranslator own;
+    ASSERT_TRUE(own.load(QString::fromStdString(compile(catalogue))));
+    QCoreApplication::installTranslator(&own);
+    const std::vector<QString> expected = answersTo(catalogue);
+    QCoreApplication::removeTranslator(&own);
+
+    ASSERT_TRUE(KolvaneQt::installTranslator(&own));
+    const std::vector<QString> answered = answersTo(catalogue);
+    ASSERT_EQ(answered.size(), expected.size());
+    std::size_t different = 0;
+    std::size_t untraceable = 0;
+    for (std::size_t i = 0; i < answered.size(); ++i) {
+      const std::u16string text = answered[i].toStdU16String();
+      if (QString::fromStdU16String(kv_stringByRemovingCues(text)) != expected[i]) ++different;
+      if (text.empty() || text.front() != kv_beginCue || text.back() != kv_endCue ||
+          !KVMainController::sharedInstance().kolvaneStringWithNonNestedString(text, nullptr)) {
+        ++untraceable;
+      }
+    }
+    EXPECT_EQ(different, 0u);
+    EXPECT_EQ(untraceable, 0u);
+    KolvaneQt::uninstall();
+    QCoreApplication::removeTranslator(&own);
+    KolvaneQt::removeTranslator(&own);
+  }
+}
+
+TEST_F(LinguistCataloguesTest, KolvanesStoresAnswerFirstByKeyWithItsDisambiguation) {
+  const LinguistCatalogue catalogue = testing::makeLinguistCatalogue("ru", 2, 14);
+  QTranslator own;
+  ASSERT_TRUE(own.load(QString::fromStdString(compile(catalogue))));
+  KolvaneQt::installTranslator(&own);
+  const LinguistMessage& twin = catalogue.messages[4];  // the comment "verb"
+  ASSERT_EQ(twin.disambiguation, "verb");
+  const QString appAnswer =
+      QCoreApplication::translate(twin.context.c_str(), twin.source.c_str(), "verb");
+
+  auto shown = KVLocaleStrings::localeStringsForLocale(Locale("ru"));
+  shown->setLoadedStrings(
+      testing::groupsOf({{KolvaneMessageKey(twin.source, "verb"), u"Из Kolvane"},
+                         {"%n file(s)[one]", u"%n файл"},
+                         {"%n file(s)[few]", u"%n файла"},
+                         {"%n file(s)[many]", u"%n файлов"}}));
+  KVMainController::sharedInstance().setLocaleStrings(shown);
+  EXPECT_EQ(kv_stringByRemovingCues(
+                QCoreApplication::translate(twin.context.c_str(), twin.source.c_str(), "verb")
+                    .toStdU16String()),
+            u"Из Kolvane");
+  // Its twin with the other comment is another string: the app's answer stays.
+  EXPECT_NE(QCoreApplication::translate(twin.context.c_str(), twin.source.c_str(), "noun"),
+            QCoreApplication::translate(twin.context.c_str(), twin.source.c_str(), "verb"));
+  EXPECT_NE(appAnswer.toStdU16String(), u"Из Kolvane");
+  // A plural string of Kolvane's is chosen by the language's CLDR rule, its %n filled by Qt.
+  for (const auto& [n, text] : std::vector<std::pair<int, std::u16string>>{
+           {1, u"1 файл"}, {3, u"3 файла"}, {11, u"11 файлов"}, {21, u"21 файл"}}) {
+    EXPECT_EQ(
+        kv_stringByRemovingCues(
+            QCoreApplication::translate("Anywhere", "%n file(s)", nullptr, n).toStdU16String()),
+        text);
+  }
+}
+
+TEST_F(LinguistCataloguesTest, TranslatorsGoBackToQtWhenKolvaneIsRemoved) {
+  const LinguistCatalogue catalogue = testing::makeLinguistCatalogue("pl", 1, 8);
+  QTranslator own;
+  ASSERT_TRUE(own.load(QString::fromStdString(compile(catalogue))));
+  const LinguistMessage& message = catalogue.messages[0];
+  EXPECT_FALSE(KolvaneQt::installTranslator(nullptr));
+  ASSERT_TRUE(KolvaneQt::installTranslator(&own));
+  EXPECT_FALSE(KolvaneQt::installTranslator(&own));
+  const QString underKolvane =
+      QCoreApplication::translate(message.context.c_str(), message.source.c_str());
+  KolvaneQt::uninstall();
+  EXPECT_EQ(QCoreApplication::translate(message.context.c_str(), message.source.c_str()),
+            QString::fromStdU16String(kv_stringByRemovingCues(underKolvane.toStdU16String())));
+  QCoreApplication::removeTranslator(&own);
+  EXPECT_TRUE(KolvaneQt::removeTranslator(&own));
+  EXPECT_FALSE(KolvaneQt::removeTranslator(&own));
+}
+
+}  // namespace
+}  // namespace kolvane
