@@ -440,6 +440,53 @@ TEST_F(QtAdapterTest, CapsulesAreEditedAsOneCharacterAndAMissingOneStopsTheSave)
   EXPECT_TRUE(french_->dirtyStrings().empty());
 }
 
+TEST_F(QtAdapterTest, QtsArgNestsTraceableStringsWhosePlaceholdersAreCapsules) {
+  // Strings no store holds: the app's source texts answer, and a long press finds them.
+  label_->setText(QCoreApplication::translate("Inbox", "Welcome to %1!")
+                      .arg(QCoreApplication::translate("Inbox", "Kolvane Mail")));
+  press(label_, 650);
+  EXPECT_THAT(pageKeys(), ::testing::UnorderedElementsAre("Welcome to %1!", "Kolvane Mail"));
+  qt::EditionPopup* open = popup();
+  ASSERT_NE(open, nullptr);
+  std::size_t outer = open->screen().page(0).key == "Welcome to %1!" ? 0 : 1;
+  open->showPage(outer);
+  QTextEdit* field = open->field(outer);
+  ASSERT_NE(field, nullptr);
+  EXPECT_EQ(field->toPlainText(), QString::fromUtf16(u"Welcome to \uFFFC!"));
+  // Without its capsule the edit is refused.
+  field->setFocus();
+  QTest::keyClick(open->windowHandle(), Qt::Key_A, Qt::ControlModifier);
+  type(open->windowHandle(), "Bienvenue !");
+  open->closeButton()->click();
+  QApplication::processEvents();
+  ASSERT_TRUE(open->screen().alert());
+  visibleButton(open, "Cancel changes")->click();
+  QApplication::processEvents();
+  EXPECT_TRUE(french_->dirtyStrings().empty());
+  closeAll();
+
+  // %n, filled by tr() itself, is a capsule too; an edit keeping it is the French text.
+  label_->setText(QCoreApplication::translate("Inbox", "%n message(s)", nullptr, 3));
+  press(label_, 650);
+  EXPECT_THAT(pageKeys(), ::testing::ElementsAre("%n message(s)"));
+  open = popup();
+  ASSERT_NE(open, nullptr);
+  field = open->field(0);
+  EXPECT_EQ(field->toPlainText(), QString::fromUtf16(u"\uFFFC message(s)"));
+  QTextCursor cursor = field->textCursor();
+  cursor.setPosition(1);
+  cursor.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
+  field->setTextCursor(cursor);
+  field->setFocus();
+  type(open->windowHandle(), " messages");
+  open->closeButton()->click();
+  QApplication::processEvents();
+  EXPECT_EQ(french_->dirtyStrings().size(), 1u);
+  EXPECT_EQ(
+      shown(QCoreApplication::translate("Inbox", "%n message(s)", nullptr, 4).toStdU16String()),
+      u"[{4} messages]");
+}
+
 // Ctrl+Alt+K and Escape over the edition screen leave it as Close does: the text is saved, or
 // the alert keeps it, and closing the alert goes back to the failing page as typed.
 TEST_F(QtAdapterTest, CtrlAltKAndEscapeOverTheEditionScreenSaveOrKeepWhatWasTyped) {
