@@ -4,6 +4,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 
@@ -20,6 +21,11 @@ struct LinuxPlatformOptions {
   // ~/.config) and $XDG_DATA_HOME (or ~/.local/share).
   std::string configHome;
   std::string dataHome;
+  // Info values for an app without a bundle folder, or whose Info.plist lacks them:
+  // "CFBundleIdentifier" (which names the app's settings and files folders),
+  // "CFBundleName", "CFBundleShortVersionString", "CFBundleDevelopmentRegion". An Info.plist's
+  // own values win.
+  std::map<std::string, std::string> defaultInfo;
 };
 
 // Where the platform made from `options` keeps the user defaults file and the documents folder.

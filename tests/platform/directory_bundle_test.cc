@@ -5,7 +5,9 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 
+#include "kolvane/linux_platform.h"
 #include "platform/linux/posix_file_system.h"
 #include "support/fake_platform.h"
 
@@ -100,6 +102,25 @@ TEST_F(DirectoryBundleTest, ABundleWithoutInfoIsNamedAfterItsFolder) {
   }
   EXPECT_EQ(DirectoryBundle(folder() + "/missing").platformLocalizedStringForKey("k", u"", ""),
             u"k");
+}
+
+TEST_F(DirectoryBundleTest, DefaultInfoNamesAnAppWithoutInfoAndLosesToItsInfoPlist) {
+  const std::map<std::string, std::string> defaults{{"CFBundleIdentifier", "org.example.Mail"},
+                                                    {"CFBundleShortVersionString", "2.1"},
+                                                    {"CFBundleDevelopmentRegion", "de"}};
+  EXPECT_EQ(DirectoryBundle(root_, defaults).bundleIdentifier(), "com.example.app");
+  EXPECT_EQ(DirectoryBundle(root_, defaults).infoString("CFBundleShortVersionString"), "2.1");
+  EXPECT_EQ(DirectoryBundle(root_, defaults).infoString("CFBundleDevelopmentRegion"), "en");
+  std::filesystem::remove(root_ + "/Info.plist");
+  const DirectoryBundle bare(root_, defaults);
+  EXPECT_EQ(bare.bundleIdentifier(), "org.example.Mail");
+  EXPECT_EQ(bare.infoString("CFBundleDevelopmentRegion"), "de");
+  LinuxPlatformOptions options;
+  options.bundlePath = root_;
+  options.configHome = folder() + "/config";
+  options.dataHome = folder() + "/data";
+  options.defaultInfo = defaults;
+  EXPECT_EQ(linuxPlatformPaths(options).documentsFolder, folder() + "/data/org.example.Mail");
 }
 
 TEST(BestLocalizationTest, ExactThenHyphenatedThenLanguage) {

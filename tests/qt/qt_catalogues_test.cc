@@ -14,6 +14,7 @@
 #include "kolvane/lookup.h"
 #include "kolvane/qt.h"
 #include "qt/linguist_catalogue.h"
+#include "qt_start.h"
 #include "support/core_fixture.h"
 
 namespace kolvane {
@@ -137,6 +138,25 @@ TEST_F(LinguistCataloguesTest, TranslatorsGoBackToQtWhenKolvaneIsRemoved) {
   QCoreApplication::removeTranslator(&own);
   EXPECT_TRUE(KolvaneQt::removeTranslator(&own));
   EXPECT_FALSE(KolvaneQt::removeTranslator(&own));
+}
+
+TEST(QtApplicationInfoTest, TheAppIsNamedByQCoreApplicationUnlessTheOptionsSay) {
+  QCoreApplication::setOrganizationDomain("mail.example.org");
+  QCoreApplication::setApplicationName("Kolvane Mail");
+  QCoreApplication::setApplicationVersion("3.2");
+  auto info = qt::applicationInfo(nullptr);
+  EXPECT_EQ(info["CFBundleIdentifier"], "org.example.mail.Kolvane-Mail");
+  EXPECT_EQ(info["CFBundleName"], "Kolvane Mail");
+  EXPECT_EQ(info["CFBundleShortVersionString"], "3.2");
+  EXPECT_EQ(info["CFBundleDevelopmentRegion"], "en");
+  info = qt::applicationInfo({{"bundleIdentifier", "../mail"}, {"developmentLanguage", "de"}});
+  EXPECT_EQ(info["CFBundleIdentifier"], "..mail");  // never a path out of its folder
+  EXPECT_EQ(info["CFBundleDevelopmentRegion"], "de");
+  QCoreApplication::setOrganizationDomain({});
+  QCoreApplication::setApplicationName("/");
+  EXPECT_EQ(qt::applicationInfo(nullptr)["CFBundleIdentifier"], "qt-app");
+  QCoreApplication::setApplicationName({});
+  QCoreApplication::setApplicationVersion({});
 }
 
 }  // namespace

@@ -1,17 +1,22 @@
 // Kolvane for Qt 6 Widgets apps.
 //
 //   QApplication app(argc, argv);
-//   kolvane::KolvaneSDK::startWithProjectId("my-project");
-//   kolvane::KolvaneQt::install();
+//   QTranslator translator;
+//   if (translator.load(QLocale(), "myapp", "_", ":/i18n"))
+//     kolvane::KolvaneQt::installTranslator(&translator);  // was app.installTranslator()
+//   kolvane::KolvaneQt::start("my-project");
 //
-// From then on qtTrId(id) and tr(text) are served by Kolvane, and a signed-in reviewer edits
-// any text of the app in place with a long press on it.
+// From then on tr(), QCoreApplication::translate() and qtTrId() are served by Kolvane on top
+// of the app's own catalogues, and a signed-in reviewer edits any text of the app in place
+// with a long press on it.
 #pragma once
 
 #include <QObject>
 #include <QString>
 #include <QStringList>
 #include <functional>
+#include <nlohmann/json.hpp>
+#include <string>
 
 class QTranslator;
 class QUrl;
@@ -22,6 +27,13 @@ namespace kolvane {
 
 class KolvaneQt {
  public:
+  // Starts Kolvane for the project in a Qt app and installs it (install()). The app needs no
+  // bundle folder: unless it has one, its identity comes from QCoreApplication (the
+  // organisation's domain and the application's name and version), its source texts are
+  // taken to be English. Options are KolvaneSDK::startWithProjectId's, and
+  // "bundleIdentifier" and "developmentLanguage" to name them otherwise. Main thread, once
+  // the QApplication exists.
+  static void start(const std::string& projectId, const nlohmann::json& options = nullptr);
   // Installs the translator and the reviewer's gestures. Main thread, once the QApplication
   // exists; a second call does nothing.
   static void install();

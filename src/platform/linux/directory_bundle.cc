@@ -53,9 +53,13 @@ std::string bestLocalization(const std::vector<std::string>& available,
   return contains(available, fallback) ? fallback : std::string();
 }
 
-DirectoryBundle::DirectoryBundle(std::string path) : path_(std::move(path)) {
+DirectoryBundle::DirectoryBundle(std::string path, std::map<std::string, std::string> defaultInfo)
+    : path_(std::move(path)), info_(std::move(defaultInfo)) {
   if (const auto bytes = readWholeFile(path_ + "/Info.plist")) {
-    info_ = readPropertyListStrings(*bytes).value_or(std::map<std::string, std::string>());
+    for (auto& [key, value] :
+         readPropertyListStrings(*bytes).value_or(std::map<std::string, std::string>())) {
+      info_[key] = std::move(value);
+    }
   }
   const std::string development = infoString("CFBundleDevelopmentRegion").value_or("en");
   preferred_ = bestLocalization(localizationsIn(path_), processLanguages(), development);

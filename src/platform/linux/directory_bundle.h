@@ -17,7 +17,8 @@ class DirectoryBundle : public Bundle {
  public:
   // Reads Info.plist and the localisations present; the process language is taken from
   // LANGUAGE, LC_ALL, LC_MESSAGES and LANG as they are now.
-  explicit DirectoryBundle(std::string path);
+  // `defaultInfo` answers the info keys the folder's Info.plist lacks.
+  explicit DirectoryBundle(std::string path, std::map<std::string, std::string> defaultInfo = {});
 
   std::u16string platformLocalizedStringForKey(std::string_view key, std::u16string_view value,
                                                std::string_view table) const override;

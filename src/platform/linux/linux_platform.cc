@@ -59,7 +59,7 @@ LinuxPlatformPaths pathsFor(const LinuxPlatformOptions& options, const Bundle& b
 class LinuxPlatform : public Platform {
  public:
   explicit LinuxPlatform(const LinuxPlatformOptions& options)
-      : bundle_(bundlePathFor(options)),
+      : bundle_(bundlePathFor(options), options.defaultInfo),
         paths_(pathsFor(options, bundle_)),
         defaults_(paths_.userDefaultsFile),
         // The user id stands where an application-signing prefix would on other systems.
@@ -116,7 +116,7 @@ std::shared_ptr<Platform> makeLinuxPlatform(const LinuxPlatformOptions& options)
 std::shared_ptr<Platform> Platform::makeDefault() { return makeLinuxPlatform(); }
 
 LinuxPlatformPaths linuxPlatformPaths(const LinuxPlatformOptions& options) {
-  return pathsFor(options, DirectoryBundle(bundlePathFor(options)));
+  return pathsFor(options, DirectoryBundle(bundlePathFor(options), options.defaultInfo));
 }
 
 std::shared_ptr<Bundle> makeDirectoryBundle(const std::string& path) {
