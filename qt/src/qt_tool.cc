@@ -23,9 +23,7 @@
 namespace kolvane::qt {
 namespace {
 
-QString withoutCues(const QString& text) {
-  return QString::fromStdU16String(kv_stringByRemovingCues(text.toStdU16String()));
-}
+QString withoutCues(const QString& text) { return KolvaneQt::withoutCues(text); }
 
 bool holdsCues(const QString& text) { return withoutCues(text).size() != text.size(); }
 
@@ -527,6 +525,10 @@ bool KolvaneQtWindows::eventFilter(QObject* watched, QEvent* event) {
 
 void KolvaneQt::setSignOnPageOpener(std::function<void(const QUrl&)> opener) {
   qt::setSignOnPageOpener(std::move(opener));
+}
+
+QString KolvaneQt::withoutCues(const QString& text) {
+  return QString::fromStdU16String(kv_stringByRemovingCues(text.toStdU16String()));
 }
 
 QString KolvaneQt::format(const QString& format, const QStringList& values) {

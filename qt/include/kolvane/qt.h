@@ -53,6 +53,9 @@ class KolvaneQt {
   // through a loopback address. An app with a browser of its own (a kiosk) opens the page with
   // `opener` instead; none puts the system browser back.
   static void setSignOnPageOpener(std::function<void(const QUrl&)> opener);
+  // `text` without Kolvane's invisible cues: what may leave the app (files, the network, logs
+  // of the app's own). Kolvane already strips the clipboard, accessibility and window titles.
+  static QString withoutCues(const QString& text);
   // `format` (a Kolvane string) with its placeholders filled from `values`: "%2$@" takes the
   // second value, a placeholder without a position the value of its rank, so a translation
   // may put its arguments in another order. A value that is itself a Kolvane string stays

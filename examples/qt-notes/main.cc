@@ -1,0 +1,48 @@
+// Notes, a Qt app with its own Linguist catalogues, served through Kolvane.
+//
+//   kolvane-qt-notes [--language fr] [--without-kolvane] [--print-texts]
+//
+// --print-texts prints every text of the window and its menus, one per line (without cues),
+// and quits: the same with and without Kolvane.
+#include <QApplication>
+#include <QLocale>
+#include <QStringList>
+#include <QTranslator>
+#include <iostream>
+
+#include "kolvane/qt.h"
+#include "notes_window.h"
+
+int main(int argc, char** argv) {
+  QApplication app(argc, argv);
+  QApplication::setOrganizationDomain("notes.example.org");
+  QApplication::setApplicationName("Notes");
+  QApplication::setApplicationVersion("1.0");
+  const QStringList arguments = QApplication::arguments();
+  const qsizetype languageAt = arguments.indexOf("--language");
+  const QLocale locale = languageAt >= 0 && languageAt + 1 < arguments.size()
+                             ? QLocale(arguments[languageAt + 1])
+                             : QLocale();
+  const bool withKolvane = !arguments.contains("--without-kolvane");
+
+  QTranslator translator;
+  if (translator.load(locale, "notes", "_", ":/i18n")) {
+    // Before Kolvane: app.installTranslator(&translator);
+    if (withKolvane) {
+      kolvane::KolvaneQt::installTranslator(&translator);
+    } else {
+      QApplication::installTranslator(&translator);
+    }
+  }
+  if (withKolvane) kolvane::KolvaneQt::start("notes", {{"environment", "stage"}});
+
+  NotesWindow window;
+  if (arguments.contains("--print-texts")) {
+    for (const QString& text : window.allTexts()) {
+      std::cout << kolvane::KolvaneQt::withoutCues(text).toStdString() << "\n";
+    }
+    return 0;
+  }
+  window.show();
+  return QApplication::exec();
+}
