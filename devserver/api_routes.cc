@@ -1,4 +1,5 @@
 // The REST API: ping, project, workflows, content export and import, status changes, issues.
+#include "seed.h"
 #include "server.h"
 #include "xliff.h"
 
@@ -17,11 +18,6 @@ std::vector<std::string> workflowOf(const nlohmann::json& project, const std::st
     if (std::find(steps.begin(), steps.end(), step) != steps.end()) return steps;
   }
   return {};
-}
-
-// The last step of the first workflow: where published text sits.
-std::string publishedStep(const nlohmann::json& project) {
-  return project.at("workflows").at(0).at("steps").back().at("uid");
 }
 
 bool knowsLocale(const nlohmann::json& project, const std::string& locale) {

@@ -2,6 +2,11 @@
 // the SDK's end-to-end tests.
 //   kolvane-devserver [--port N] [--db FILE] [--seed DIR] [--token-lifetime SECONDS]
 //                     [--refresh-lifetime SECONDS] [--test-faults]
+//                     [--import APP_LANG.ts]... [--project-id ID]
+//   kolvane-devserver [--db FILE] [--import APP_LANG.ts]... [--project-id ID] --export-ts LOCALE
+// --import makes project ID ("app" by default) of a Qt app's Linguist catalogues (with the
+// demo project's users and workflows); --export-ts prints the catalogue of a locale of such a
+// project as it stands and quits.
 #include <httplib.h>
 #include <signal.h>
 
@@ -10,8 +15,10 @@
 #include <iostream>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "base/saturating.h"
+#include "linguist_project.h"
 #include "seed.h"
 #include "server.h"
 
@@ -25,6 +32,9 @@ struct CommandLine {
   int port = 0;
   std::string db = ":memory:";
   std::string seed;
+  std::vector<std::string> imports;
+  std::string projectId = "app";
+  std::string exportLocale;
   devserver::Options options;
 };
 
@@ -32,7 +42,8 @@ struct CommandLine {
   std::cerr << "kolvane-devserver: " << problem
             << "\nusage: kolvane-devserver [--port N] [--db FILE] [--seed DIR]"
                " [--token-lifetime SECONDS] [--refresh-lifetime SECONDS] [--test-faults]"
-               " [--redirect-scheme SCHEME]...\n";
+               " [--redirect-scheme SCHEME]... [--import FILE.ts]... [--project-id ID]"
+               " [--export-ts LOCALE]\n";
   std::exit(2);
 }
 
@@ -71,6 +82,12 @@ CommandLine parse(int argc, char** argv) {
       line.db = value;
     else if (flag == "--seed")
       line.seed = value;
+    else if (flag == "--import")
+      line.imports.push_back(value);
+    else if (flag == "--project-id")
+      line.projectId = value;
+    else if (flag == "--export-ts")
+      line.exportLocale = value;
     else if (flag == "--token-lifetime")
       line.options.tokenLifetime = number(value, flag, 1, kLongestLifetime);
     else if (flag == "--refresh-lifetime")
@@ -93,8 +110,17 @@ int main(int argc, char** argv) {
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
   try {
     devserver::Store store(line.db);
-    if (!line.seed.empty() || !store.hasProjects()) {
+    if (!line.imports.empty()) {
+      devserver::importLinguist(store, line.projectId, line.imports,
+                                line.seed.empty() ? KOLVANE_DEMO_SEED : line.seed);
+    } else if (!line.exportLocale.empty()) {
+      // Only the export: the database is read as it is.
+    } else if (!line.seed.empty() || !store.hasProjects()) {
       devserver::loadSeed(store, line.seed.empty() ? KOLVANE_DEMO_SEED : line.seed);
+    }
+    if (!line.exportLocale.empty()) {
+      std::cout << devserver::exportLinguist(store, line.projectId, line.exportLocale);
+      return 0;
     }
     httplib::Server http;
     // Deadlines and limits, so that slow or huge requests cannot take the server from others:

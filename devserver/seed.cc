@@ -7,8 +7,6 @@
 #include "xliff.h"
 
 namespace devserver {
-namespace {
-
 std::string readFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   if (!in) throw std::runtime_error("cannot read " + path);
@@ -17,17 +15,24 @@ std::string readFile(const std::string& path) {
   return contents.str();
 }
 
-}  // namespace
+std::string publishedStep(const nlohmann::json& project) {
+  return project.at("workflows").at(0).at("steps").back().at("uid");
+}
 
-void loadSeed(Store& store, const std::string& folder) {
+nlohmann::json readProjectSettings(const std::string& folder) {
   const std::string settingsPath = folder + "/project.json";
-  const auto settings = nlohmann::json::parse(readFile(settingsPath), nullptr, false);
+  auto settings = nlohmann::json::parse(readFile(settingsPath), nullptr, false);
   if (!settings.is_object() || !settings.contains("id") || !settings.contains("workflows")) {
     throw std::runtime_error(settingsPath + " is not a project description");
   }
+  return settings;
+}
+
+void loadSeed(Store& store, const std::string& folder) {
+  const auto settings = readProjectSettings(folder);
   store.putProject(settings);
   const std::string project = settings.at("id");
-  const std::string published = settings.at("workflows").at(0).at("steps").back().at("uid");
+  const std::string published = publishedStep(settings);
   for (const auto& locale : settings.at("locales")) {
     const std::string path = folder + "/" + locale.get<std::string>() + ".xlf";
     const auto units = readXliff(readFile(path));

@@ -6,53 +6,10 @@
 #include <cstring>
 #include <memory>
 
+#include "xml_nodes.h"
+
 namespace devserver {
 namespace {
-
-std::string attribute(xmlNode* node, const char* name) {
-  xmlChar* value = xmlGetProp(node, reinterpret_cast<const xmlChar*>(name));
-  std::string text = value ? reinterpret_cast<const char*>(value) : "";
-  xmlFree(value);
-  return text;
-}
-
-bool named(xmlNode* node, const char* name) {
-  return node->type == XML_ELEMENT_NODE &&
-         std::strcmp(reinterpret_cast<const char*>(node->name), name) == 0;
-}
-
-// Every element below `node`, depth first, in document order.
-template <typename Visit>
-void walk(xmlNode* node, Visit& visit) {
-  for (xmlNode* child = node; child; child = child->next) {
-    if (child->type != XML_ELEMENT_NODE) continue;
-    visit(child);
-    walk(child->children, visit);
-  }
-}
-
-std::string escaped(const std::string& text) {
-  std::string out;
-  for (char c : text) {
-    switch (c) {
-      case '&':
-        out += "&amp;";
-        break;
-      case '<':
-        out += "&lt;";
-        break;
-      case '>':
-        out += "&gt;";
-        break;
-      case '"':
-        out += "&quot;";
-        break;
-      default:
-        out += c;
-    }
-  }
-  return out;
-}
 
 // An element of XLIFF itself: in no namespace or in XLIFF 1.2's, not in a foreign one.
 bool xliffElement(xmlNode* node, const char* name) {

@@ -1,7 +1,8 @@
 // Notes, a Qt app with its own Linguist catalogues, served through Kolvane.
 //
-//   kolvane-qt-notes [--language fr] [--without-kolvane] [--print-texts]
+//   kolvane-qt-notes [--language fr] [--catalogue FILE.qm] [--without-kolvane] [--print-texts]
 //
+// --catalogue loads the app's translations from FILE.qm instead of its own resources.
 // --print-texts prints every text of the window and its menus, one per line (without cues),
 // and quits: the same with and without Kolvane.
 #include <QApplication>
@@ -25,8 +26,12 @@ int main(int argc, char** argv) {
                              : QLocale();
   const bool withKolvane = !arguments.contains("--without-kolvane");
 
+  const qsizetype catalogueAt = arguments.indexOf("--catalogue");
   QTranslator translator;
-  if (translator.load(locale, "notes", "_", ":/i18n")) {
+  const bool loaded = catalogueAt >= 0 && catalogueAt + 1 < arguments.size()
+                          ? translator.load(arguments[catalogueAt + 1])
+                          : translator.load(locale, "notes", "_", ":/i18n");
+  if (loaded) {
     // Before Kolvane: app.installTranslator(&translator);
     if (withKolvane) {
       kolvane::KolvaneQt::installTranslator(&translator);

@@ -20,7 +20,11 @@ namespace kolvane {
 struct KVRange {
   std::size_t location = 0;
   std::size_t length = 0;
-  bool operator==(const KVRange&) const = default;
+  // Spelled out, not defaulted: the public headers compile as C++17 for the apps that are.
+  bool operator==(const KVRange& other) const {
+    return location == other.location && length == other.length;
+  }
+  bool operator!=(const KVRange& other) const { return !(*this == other); }
 };
 
 using KVTextAttributes = std::map<std::string, std::string>;
@@ -49,13 +53,18 @@ class KOLVANE_EXPORT KVAttributedText {
   // the range is empty). A range past the end is cut to the end.
   void replaceCharacters(KVRange range, std::u16string_view text);
 
-  bool operator==(const KVAttributedText&) const = default;
+  bool operator==(const KVAttributedText& other) const {
+    return text_ == other.text_ && runs_ == other.runs_;
+  }
+  bool operator!=(const KVAttributedText& other) const { return !(*this == other); }
 
  private:
   struct Run {
     std::size_t length = 0;
     KVTextAttributes attributes;
-    bool operator==(const Run&) const = default;
+    bool operator==(const Run& other) const {
+      return length == other.length && attributes == other.attributes;
+    }
   };
   // The index of the run holding `index`, and where that run starts.
   std::pair<std::size_t, std::size_t> runAt(std::size_t index) const;

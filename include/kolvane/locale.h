@@ -18,7 +18,8 @@ class KOLVANE_EXPORT Locale {
   std::string languageCode() const;
   std::string countryCode() const;
 
-  bool operator==(const Locale&) const = default;
+  bool operator==(const Locale& other) const { return identifier_ == other.identifier_; }
+  bool operator!=(const Locale& other) const { return !(*this == other); }
 
  private:
   std::string identifier_;

@@ -42,7 +42,6 @@ KOLVANE_EXPORT void KolvaneNoteAppString(std::string_view key, std::u16string_vi
 // Example: KolvaneMessageKey("Open", "verb") gives "Open\u241Everb".
 KOLVANE_EXPORT std::string KolvaneMessageKey(std::string_view source,
                                              std::string_view disambiguation);
-inline constexpr std::string_view kKolvaneDisambiguationSeparator = "\u241E";
 
 // The server environment: 0 staging, 1 production (set at start-up from the options).
 KOLVANE_EXPORT extern int kolvaneEnvironment;

@@ -3,6 +3,7 @@
 #include <charconv>
 
 #include "base/utf.h"
+#include "kolvane/edition_screen.h"  // declares kv_capsuleAttributes exported
 #include "strings/cues.h"
 
 namespace kolvane {

@@ -10,6 +10,7 @@
 #include "core/main_controller.h"
 #include "kolvane/platform.h"
 #include "strings/cues.h"
+#include "strings/message_key.h"
 #include "strings/plural_form.h"
 
 namespace kolvane {
@@ -52,11 +53,7 @@ void KolvaneNoteAppString(std::string_view key, std::u16string_view source,
 }
 
 std::string KolvaneMessageKey(std::string_view source, std::string_view disambiguation) {
-  std::string key(source);
-  if (disambiguation.empty()) return key;
-  key += kKolvaneDisambiguationSeparator;
-  key += disambiguation;
-  return key;
+  return kv_messageKey(source, disambiguation);
 }
 
 std::optional<std::u16string> KolvaneStoredStringForKey(std::string_view key) {

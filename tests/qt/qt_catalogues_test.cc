@@ -87,6 +87,40 @@ TEST_F(LinguistCataloguesTest, EveryMessageAnswersAsQtsOwnTranslatorAndIsTraceab
   }
 }
 
+TEST_F(LinguistCataloguesTest, TheDevServerGivesBackCataloguesThatAnswerAsTheOriginals) {
+  std::string imports;
+  std::vector<LinguistCatalogue> catalogues;
+  for (const std::string language : {"ru", "pl", "ar", "ja"}) {
+    catalogues.push_back(testing::makeLinguistCatalogue(language, 12, 240));
+    ASSERT_FALSE(compile(catalogues.back()).empty());
+    imports += " --import '" + folder() + "/" + language + ".ts'";
+  }
+  for (const LinguistCatalogue& catalogue : catalogues) {
+    SCOPED_TRACE(catalogue.language);
+    const std::string exported = folder() + "/exported_" + catalogue.language;
+    const std::string command = std::string("'") + KOLVANE_DEVSERVER + "'" + imports +
+                                " --export-ts " + catalogue.language + " > '" + exported + ".ts'";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    ASSERT_EQ(std::system((std::string("'") + KOLVANE_LRELEASE + "' -silent '" + exported +
+                           ".ts' -qm '" + exported + ".qm'")
+                              .c_str()),
+              0);
+    QTranslator original;
+    QTranslator roundTripped;
+    ASSERT_TRUE(original.load(QString::fromStdString(folder() + "/" + catalogue.language + ".qm")));
+    ASSERT_TRUE(roundTripped.load(QString::fromStdString(exported + ".qm")));
+    QCoreApplication::installTranslator(&original);
+    const std::vector<QString> expected = answersTo(catalogue);
+    QCoreApplication::removeTranslator(&original);
+    QCoreApplication::installTranslator(&roundTripped);
+    const std::vector<QString> answered = answersTo(catalogue);
+    QCoreApplication::removeTranslator(&roundTripped);
+    std::size_t different = 0;
+    for (std::size_t i = 0; i < expected.size(); ++i) different += answered[i] != expected[i];
+    EXPECT_EQ(different, 0u);
+  }
+}
+
 TEST_F(LinguistCataloguesTest, KolvanesStoresAnswerFirstByKeyWithItsDisambiguation) {
   const LinguistCatalogue catalogue = testing::makeLinguistCatalogue("ru", 2, 14);
   QTranslator own;
