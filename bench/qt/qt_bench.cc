@@ -1,7 +1,8 @@
 // Kolvane in a Qt app, against Qt's own translator: a tr() lookup through Kolvane's translator
 // and through a QTranslator loaded from a .qm of the same strings (made by lrelease in the same
-// run), and the time from a recognised press to the edition screen's model being ready, in a
-// window of 1,000 labels. Ratios of medians are printed at the end.
+// run); a string only the app's own .qm holds, through Kolvane's translator with that .qm
+// under it and through the .qm alone; and the time from a recognised press to the edition screen's
+// model being ready, in a window of 1,000 labels. Ratios of medians are printed at the end.
 #include <benchmark/benchmark.h>
 
 #include <QApplication>
@@ -29,29 +30,45 @@ constexpr int kStrings = 10000;
 constexpr int kLabels = 1000;
 constexpr char kContext[] = "Bench";
 
-// The shown locale's strings as a Qt translation, compiled by lrelease.
-QTranslator& qmTranslator(const Catalogue& c) {
-  static QTranslator translator;
-  static bool loaded = false;
-  if (loaded) return translator;
-  const std::string ts = c.folder + "/bench.ts";
+// `sources` translated by `texts`, compiled by lrelease into `name`.qm and loaded.
+bool loadQm(QTranslator& translator, const Catalogue& c, const std::string& name,
+            const std::vector<std::string>& sources, const std::vector<std::u16string>& texts) {
+  const std::string ts = c.folder + "/" + name + ".ts";
   std::ofstream out(ts);
   out << "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<TS version=\"2.1\" language=\"fr_FR\">\n"
       << "<context><name>" << kContext << "</name>\n";
-  for (int i = 0; i < c.size; ++i) {
-    out << "<message><source>"
-        << QString::fromStdString(c.shownKeys[i]).toHtmlEscaped().toStdString()
+  for (std::size_t i = 0; i < sources.size(); ++i) {
+    out << "<message><source>" << QString::fromStdString(sources[i]).toHtmlEscaped().toStdString()
         << "</source><translation>"
-        << QString::fromStdU16String(c.shownTexts[i]).toHtmlEscaped().toStdString()
+        << QString::fromStdU16String(texts[i % texts.size()]).toHtmlEscaped().toStdString()
         << "</translation></message>\n";
   }
   out << "</context>\n</TS>\n";
   out.close();
   const std::string lrelease =
       QLibraryInfo::path(QLibraryInfo::BinariesPath).toStdString() + "/lrelease";
-  const std::string qm = c.folder + "/bench.qm";
+  const std::string qm = c.folder + "/" + name + ".qm";
   const std::string command = lrelease + " -silent " + ts + " -qm " + qm;
-  loaded = std::system(command.c_str()) == 0 && translator.load(QString::fromStdString(qm));
+  return std::system(command.c_str()) == 0 && translator.load(QString::fromStdString(qm));
+}
+
+// The shown locale's strings as a Qt translation.
+QTranslator& qmTranslator(const Catalogue& c) {
+  static QTranslator translator;
+  static const bool loaded = loadQm(translator, c, "bench", c.shownKeys, c.shownTexts);
+  (void)loaded;
+  return translator;
+}
+
+// The app's own catalogue of strings Kolvane's stores do not hold, handed to Kolvane.
+QTranslator& appQmUnderKolvane(const Catalogue& c) {
+  static QTranslator translator;
+  static const bool loaded = [&c] {
+    const bool made = loadQm(translator, c, "app", c.bundleKeys, c.shownTexts);
+    if (made) KVQtAppTranslators::instance().add(&translator);
+    return made;
+  }();
+  (void)loaded;
   return translator;
 }
 
@@ -78,6 +95,30 @@ void BM_KolvaneTranslator(benchmark::State& state) {
   visitKeys(state, c, [&](int i) {
     return translator.translate(kContext, c.shownKeys[i].c_str(), nullptr, -1);
   });
+}
+
+// A string only the app's .qm holds: Qt's translator alone, and Kolvane's falling through to it.
+void BM_AppQmAlone(benchmark::State& state) {
+  const Catalogue& c = started();
+  QTranslator& translator = appQmUnderKolvane(c);
+  if (translator.isEmpty()) return state.SkipWithError("lrelease made no .qm");
+  std::size_t next = 0;
+  for (auto _ : state) {
+    next = next + 1 == c.bundleKeys.size() ? 0 : next + 1;
+    benchmark::DoNotOptimize(translator.translate(kContext, c.bundleKeys[next].c_str()));
+  }
+}
+
+void BM_KolvaneOverAppQm(benchmark::State& state) {
+  const Catalogue& c = started();
+  if (appQmUnderKolvane(c).isEmpty()) return state.SkipWithError("lrelease made no .qm");
+  static KVQtTranslator translator;
+  std::size_t next = 0;
+  for (auto _ : state) {
+    next = next + 1 == c.bundleKeys.size() ? 0 : next + 1;
+    benchmark::DoNotOptimize(
+        translator.translate(kContext, c.bundleKeys[next].c_str(), nullptr, -1));
+  }
 }
 
 // A host that draws nothing: the screen's model is what is measured.
@@ -135,6 +176,8 @@ void BM_PressToEditionModel(benchmark::State& state) {
 
 BENCHMARK(BM_QtTranslatorFromQm);
 BENCHMARK(BM_KolvaneTranslator);
+BENCHMARK(BM_AppQmAlone);
+BENCHMARK(BM_KolvaneOverAppQm);
 BENCHMARK(BM_PressToEditionModel)->Unit(benchmark::kMillisecond);
 
 }  // namespace
@@ -151,6 +194,12 @@ int main(int argc, char** argv) {
   if (kolvane != medians.end() && qm != medians.end()) {
     std::printf("Kolvane translator vs .qm translator: %.2fx (target <= 1)\n",
                 kolvane->second / qm->second);
+  }
+  const auto over = medians.find("BM_KolvaneOverAppQm");
+  const auto alone = medians.find("BM_AppQmAlone");
+  if (over != medians.end() && alone != medians.end()) {
+    std::printf("Kolvane falling through to the app's .qm vs the .qm alone: %.2fx\n",
+                over->second / alone->second);
   }
   return 0;
 }

@@ -28,10 +28,11 @@ KOLVANE_EXPORT std::optional<std::u16string> KolvaneStoredPluralStringForKey(
     std::string_view key, const std::optional<Number>& value);
 
 // Notes that the app's own catalogue (a toolkit's translator below Kolvane's) answered `key`
-// with `text`, translated from `source` into `language`; with `pluralValue` for the plural
-// form that fits that value in that language. A long press on the text then finds the
-// string, and an edit of it starts from it. Any thread.
-KOLVANE_EXPORT void KolvaneNoteAppString(std::string_view key, std::u16string_view source,
+// with `text` (cues included), translated from `source` (UTF-8) into `language`; with
+// `pluralValue` for the plural form that fits that value in that language (the language is
+// read only then). A long press on the text then finds the string, and an edit of it starts
+// from it. Any thread.
+KOLVANE_EXPORT void KolvaneNoteAppString(std::string_view key, std::string_view source,
                                          std::u16string_view text, std::string_view language,
                                          const std::optional<Number>& pluralValue);
 

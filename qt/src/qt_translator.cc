@@ -51,24 +51,31 @@ std::optional<std::u16string> storedText(const std::string& key, int n) {
   return KolvaneStoredStringForKey(key);
 }
 
-// Notes what the app's catalogues answered, so that a long press finds it.
-std::u16string noted(const std::string& key, const std::u16string& source, std::u16string text,
-                     const std::string& language, int n) {
+// Notes what the app's catalogues answered, so that a long press finds it. The language is
+// asked only for a numerus message.
+template <typename Language>
+QString noted(const std::string& key, const char* sourceText, const std::u16string& text,
+              const Language& language, int n) {
   std::optional<Number> value;
-  if (n >= 0) value = Number(static_cast<long long>(n));
-  KolvaneNoteAppString(key, source, text, language, value);
-  return text;
+  std::string languageName;
+  if (n >= 0) {
+    value = Number(static_cast<long long>(n));
+    languageName = language();
+  }
+  KolvaneNoteAppString(key, sourceText, text, languageName, value);
+  return QString::fromStdU16String(text);
 }
 
 // The app's own translators.
-std::optional<std::u16string> appText(const std::string& key, const std::u16string& source,
-                                      const char* context, const char* sourceText,
-                                      const char* disambiguation, int n) {
+std::optional<QString> appText(const std::string& key, const char* context, const char* sourceText,
+                               const char* disambiguation, int n) {
   QString language;
   const QString answer =
       KVQtAppTranslators::instance().translate(context, sourceText, disambiguation, n, &language);
   if (answer.isNull()) return std::nullopt;
-  return noted(key, source, kv_stringWithCues(toU16(answer)), language.toStdString(), n);
+  return noted(
+      key, sourceText, kv_stringWithCues(toU16(answer)),
+      [&language] { return language.toStdString(); }, n);
 }
 
 // The language the source texts are written in.
@@ -139,16 +146,13 @@ QString KVQtTranslator::translate(const char* context, const char* sourceText,
     const std::string key =
         KolvaneMessageKey(sourceText, disambiguation != nullptr ? disambiguation : "");
     if (auto stored = storedText(key, n)) return QString::fromStdU16String(*stored);
+    if (auto own = appText(key, context, sourceText, disambiguation, n)) return *own;
     const std::u16string source = toU16(QString::fromUtf8(sourceText));
-    if (auto own = appText(key, source, context, sourceText, disambiguation, n)) {
-      return QString::fromStdU16String(*own);
-    }
     if (auto own = bundleText(sourceText, source, context)) return QString::fromStdU16String(*own);
     if (context != nullptr) {
       if (auto designed = designTimeText(source)) return QString::fromStdU16String(*designed);
     }
-    return QString::fromStdU16String(
-        noted(key, source, kv_stringWithCues(source), developmentLanguage(), n));
+    return noted(key, sourceText, kv_stringWithCues(source), developmentLanguage, n);
   } catch (...) {
     // The app keeps its own text rather than see an exception from inside Qt.
     return QString();

@@ -40,12 +40,12 @@ bool KVAppCatalogue::alreadyNoted(std::string_view key, std::u16string_view text
   const KVStringGroup& answers = *found->second.answers;
   const KVString* form = answers.formForPluralForm(
       pluralForm ? std::string_view(*pluralForm) : kNoPluralFormName, true);
-  return form != nullptr &&
-         kv_stringByRemovingCues(form->localizedFormat) == kv_stringByRemovingCues(text);
+  // Both are the answer as marked once: equal texts are the same answer.
+  return form != nullptr && form->localizedFormat == text;
 }
 
-void KVAppCatalogue::note(std::string_view key, std::u16string_view source,
-                          std::u16string_view text, const std::optional<std::string>& pluralForm) {
+void KVAppCatalogue::note(std::string_view key, std::string_view source, std::u16string_view text,
+                          const std::optional<std::string>& pluralForm) {
   {
     std::shared_lock lock(mutex_);
     if (alreadyNoted(key, text, pluralForm)) return;
@@ -59,7 +59,7 @@ void KVAppCatalogue::note(std::string_view key, std::u16string_view source,
     found = messages_.emplace(std::string(key), Message{}).first;
   }
   // The source text stands in every category, so that each form is checked against it.
-  found->second.source = withForm(found->second.source, formOf(key, source, pluralForm));
+  found->second.source = withForm(found->second.source, formOf(key, toUtf16(source), pluralForm));
   found->second.answers = withForm(found->second.answers, form);
   // The records found by their text belong to the group handed out from now on. An answer
   // this one replaced (the same key answered another way in another context, or before a
@@ -72,7 +72,7 @@ void KVAppCatalogue::note(std::string_view key, std::u16string_view source,
 
 std::shared_ptr<const KVString> KVAppCatalogue::stringForHash(std::u16string_view hash) const {
   std::shared_lock lock(mutex_);
-  const auto found = byHash_.find(std::u16string(hash));
+  const auto found = byHash_.find(hash);
   return found == byHash_.end() ? nullptr : found->second.form;
 }
 

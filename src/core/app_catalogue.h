@@ -5,7 +5,6 @@
 #pragma once
 
 #include <cstddef>
-#include <map>
 #include <memory>
 #include <optional>
 #include <shared_mutex>
@@ -26,8 +25,8 @@ class KVAppCatalogue {
   static constexpr std::size_t kMaxAnswers = 4 * kMaxMessages;
 
   // Notes that `key` was answered `text` (cues included) in the plural category `pluralForm`
-  // (none for a message without numerus forms), and that its source text is `source`.
-  void note(std::string_view key, std::u16string_view source, std::u16string_view text,
+  // (none for a message without numerus forms), and that its source text is `source` (UTF-8).
+  void note(std::string_view key, std::string_view source, std::u16string_view text,
             const std::optional<std::string>& pluralForm);
   // The noted answer whose matching key (lowercased, placeholders emptied) is `hash`.
   std::shared_ptr<const KVString> stringForHash(std::u16string_view hash) const;
@@ -46,12 +45,12 @@ class KVAppCatalogue {
                     const std::optional<std::string>& pluralForm) const;
 
   mutable std::shared_mutex mutex_;
-  std::map<std::string, Message, std::less<>> messages_;
+  std::unordered_map<std::string, Message, KVStringHash, std::equal_to<>> messages_;
   struct Answer {
     std::shared_ptr<const KVString> form;
     std::shared_ptr<const KVStringGroup> group;  // keeps the form's group alive
   };
-  std::unordered_map<std::u16string, Answer> byHash_;
+  std::unordered_map<std::u16string, Answer, KVTextHash, std::equal_to<>> byHash_;
 };
 
 }  // namespace kolvane

@@ -44,11 +44,11 @@ std::optional<std::u16string> storedPlural(const KVMainController& controller, s
 
 }  // namespace
 
-void KolvaneNoteAppString(std::string_view key, std::u16string_view source,
-                          std::u16string_view text, std::string_view language,
-                          const std::optional<Number>& pluralValue) {
+void KolvaneNoteAppString(std::string_view key, std::string_view source, std::u16string_view text,
+                          std::string_view language, const std::optional<Number>& pluralValue) {
   std::optional<std::string> category;
-  if (pluralValue) category = KVPluralForm::pluralFormForValue(pluralValue, Locale(std::string(language)));
+  if (pluralValue)
+    category = KVPluralForm::pluralFormForValue(pluralValue, Locale(std::string(language)));
   KVMainController::sharedInstance().appCatalogue().note(key, source, text, category);
 }
 
