@@ -9,15 +9,20 @@
 #include <stdexcept>
 
 #include "base/utf.h"
-#include "linguist.h"
 #include "seed.h"
 #include "strings/cues.h"
+#include "strings/linguist_catalogue.h"
 #include "strings/message_key.h"
 #include "strings/qt_numerus_forms.h"
-#include "xml_nodes.h"
+#include "strings/xml_nodes.h"
 
 namespace devserver {
 namespace {
+
+using kolvane::KVLinguistFile;
+using kolvane::KVLinguistMessage;
+using kolvane::xml::escaped;
+using kolvane::xml::textOf;
 
 // "fr_FR" as the server names locales: "fr-FR".
 std::string localeOf(std::string language) {
@@ -82,7 +87,7 @@ std::string unitId(const std::string& hashcode, const std::string& category) {
 
 // Each category's text of a message in `language`: a numerus message's form for each
 // category Qt's forms stand for (the first form of a category wins), else one text.
-std::map<std::string, std::string> textsByCategory(const LinguistMessage& message,
+std::map<std::string, std::string> textsByCategory(const KVLinguistMessage& message,
                                                    const std::string& language) {
   std::map<std::string, std::string> texts;
   if (!message.numerus) {
@@ -110,9 +115,9 @@ void putUnits(Store& store, const std::string& project, const std::string& key,
 void importLinguist(Store& store, const std::string& projectId,
                     const std::vector<std::string>& files, const std::string& seedFolder) {
   nlohmann::json settings = readProjectSettings(seedFolder);
-  std::vector<LinguistFile> catalogues;
+  std::vector<KVLinguistFile> catalogues;
   for (const std::string& path : files) {
-    auto file = readLinguist(readFile(path));
+    auto file = kolvane::kv_readLinguist(readFile(path));
     if (!file || file->language.empty()) {
       throw std::runtime_error(path + " is not a Linguist catalogue with a language");
     }
@@ -133,14 +138,14 @@ void importLinguist(Store& store, const std::string& projectId,
   std::map<std::string, std::vector<Store::TextPut>> texts;  // by locale
   std::map<std::string, bool> listed;
   for (const auto& file : catalogues) {
-    for (const LinguistMessage& message : file.messages) {
+    for (const KVLinguistMessage& message : file.messages) {
       if (message.type == "vanished" || message.type == "obsolete") continue;
       const std::string key = kolvane::kv_messageKey(message.source, message.comment);
       const std::string hashcode = hashcodeOfKey(key);
       if (!listed[message.context + "\n" + hashcode]) {
         listed[message.context + "\n" + hashcode] = true;
         messages.push_back({message.context, key, message.numerus});
-        LinguistMessage source = message;
+        KVLinguistMessage source = message;
         source.translations.assign(message.numerus ? 6 : 1, message.source);
         const auto sourceTexts = textsByCategory(source, sourceLanguage);
         putUnits(store, projectId, key, sourceTexts);
@@ -179,7 +184,7 @@ std::string exportLinguist(Store& store, const std::string& projectId, const std
   for (const auto& step : settings->at("workflows").at(0).at("steps"))
     steps.push_back(step.at("uid"));
   const std::string published = steps.back();
-  LinguistFile file;
+  KVLinguistFile file;
   file.language = locale;
   for (char& c : file.language) {
     if (c == '-') c = '_';
@@ -189,7 +194,7 @@ std::string exportLinguist(Store& store, const std::string& projectId, const std
   for (const auto& listed : settings->at("linguistMessages")) {
     const std::string key = listed.at(1);
     const auto [source, comment] = kolvane::kv_messageKeyParts(key);
-    LinguistMessage message{
+    KVLinguistMessage message{
         listed.at(0), std::string(source), std::string(comment), listed.at(2).get<bool>(), "", {}};
     const std::string hashcode = hashcodeOfKey(key);
     bool finished = true;
@@ -211,7 +216,7 @@ std::string exportLinguist(Store& store, const std::string& projectId, const std
     if (!finished) message.type = "unfinished";
     file.messages.push_back(std::move(message));
   }
-  return writeLinguist(file);
+  return kolvane::kv_writeLinguist(file);
 }
 
 }  // namespace devserver

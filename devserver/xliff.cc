@@ -6,10 +6,15 @@
 #include <cstring>
 #include <memory>
 
-#include "xml_nodes.h"
+#include "strings/xml_nodes.h"
 
 namespace devserver {
 namespace {
+
+using kolvane::xml::attribute;
+using kolvane::xml::escaped;
+using kolvane::xml::named;
+using kolvane::xml::walk;
 
 // An element of XLIFF itself: in no namespace or in XLIFF 1.2's, not in a foreign one.
 bool xliffElement(xmlNode* node, const char* name) {

@@ -61,6 +61,10 @@ expect paths "{\"filesFolder\":\"$home/data/com.kolvane.demo/Kolvane\",\"userDef
   -- "$cli" paths --bundle "$bundle" --home "$home"
 expect xliff-read '{"strings":{"k":{"forms":{"few":{"argumentFormatSpecifiers":["%d"],"dynamic":true,"localizedFormat":"[{%d} x]","note":"n\n","pluralForm":"few","uid":"k[few]"}},"hasPlurals":true,"status":0}}}' 0 \
   -- sh -c "printf '<x><trans-unit id=\"k[few]\" resname=\"k\"><target><ph>%%d</ph> x</target><note>n</note>\n</trans-unit></x>' > '$home/a.xlf'; '$cli' xliff read '$home/a.xlf' --status 1"
+expect ts-read '{"language":"de","messages":[{"context":"C","disambiguation":"verb","forms":{"one":{"placeholders":["%n"],"text":"%n Datei"},"other":{"placeholders":["%n"],"text":"%n Dateien"}},"key":"Open %n␞verb","numerus":true,"source":"Open %n","state":"unfinished"}],"numerusCategories":["one","other"],"sourceLanguage":"en"}' 0 \
+  -- sh -c "printf '<TS language=\"de\"><context><name>C</name><message numerus=\"yes\"><source>Open %%n</source><comment>verb</comment><translation type=\"unfinished\"><numerusform>%%n Datei</numerusform><numerusform>%%n Dateien</numerusform></translation></message></context></TS>' > '$home/a.ts'; '$cli' ts read '$home/a.ts'"
+expect ts-not-a-catalogue "kolvane: $home/c.ts is not a Linguist catalogue" 1 \
+  -- sh -c "printf '<x>' > '$home/c.ts'; '$cli' ts read '$home/c.ts'"
 expect xliff-error '{"error":"line 1: Premature end of data in tag x line 1","strings":{}}' 1 \
   -- sh -c "printf '<x>' > '$home/b.xlf'; '$cli' xliff read '$home/b.xlf'"
 expect unknown-command-status '' 2 -- sh -c "'$cli' frobnicate 2>/dev/null"

@@ -249,7 +249,9 @@ void saveShownLocale(const std::string& id) {
 
 int runLookup(const Arguments& args) {
   const ParsedOptions options =
-      parseOptions(args, {"--bundle", "--project", "--home", "--locale", "--plural", "--environment"},
+      parseOptions(args,
+                   {"--bundle", "--project", "--home", "--locale", "--plural", "--environment",
+                    "--context", "--disambiguation"},
                    {"--show"});
   if (options.words.empty()) throw UsageError("lookup needs at least one KEY");
   std::optional<Number> count;
@@ -263,9 +265,14 @@ int runLookup(const Arguments& args) {
   KolvaneSDK::startWithProjectId(project, startOptions(options));
 
   const Bundle& bundle = Platform::current().mainBundle();
-  for (const std::string& key : options.words) {
+  // A Qt message's context names the table, its disambiguation is part of the key.
+  const std::string table = options.has("--context") ? options.values.at("--context") : "";
+  const std::string disambiguation =
+      options.has("--disambiguation") ? options.values.at("--disambiguation") : "";
+  for (const std::string& word : options.words) {
+    const std::string key = KolvaneMessageKey(word, disambiguation);
     const std::u16string text = count ? KolvaneSDK::pluralizedStringWithKey(key, count)
-                                      : bundle.localizedStringForKey(key, u"", "");
+                                      : bundle.localizedStringForKey(key, u"", table);
     printLine(options.has("--show") ? shown(text) : toUtf8(text));
   }
   return 0;
@@ -334,16 +341,15 @@ PasswordLoginForm::PasswordSource passwordSource(const ParsedOptions& options,
 }  // namespace
 
 int runPull(const Arguments& args) {
-  const ParsedOptions options = parseOptions(
-      args,
-      {"--bundle", "--project", "--home", "--locale", "--step", "--user", "--password",
-       "--environment"},
-      {});
+  const ParsedOptions options = parseOptions(args,
+                                             {"--bundle", "--project", "--home", "--locale",
+                                              "--step", "--user", "--password", "--environment"},
+                                             {});
   if (!options.has("--locale")) throw UsageError("pull needs --locale ID");
   Platform::install(makeLinuxPlatform(platformOptionsFrom(options)));
   saveShownLocale(options.values.at("--locale"));
-  KolvaneSDK::startWithProjectId(
-      options.has("--project") ? options.values.at("--project") : "demo", startOptions(options));
+  KolvaneSDK::startWithProjectId(options.has("--project") ? options.values.at("--project") : "demo",
+                                 startOptions(options));
   const std::string user = options.has("--user") ? options.values.at("--user") : "";
   auto form = std::make_shared<PasswordLoginForm>(user, passwordSource(options, user));
   KVLoginViewController::setLoginForm(form);

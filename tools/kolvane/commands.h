@@ -30,5 +30,6 @@ int runLookup(const Arguments& args);
 int runPaths(const Arguments& args);
 int runXliff(const Arguments& args);
 int runPull(const Arguments& args);
+int runTs(const Arguments& args);
 
 }  // namespace kolvane::cli

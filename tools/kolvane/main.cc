@@ -19,8 +19,10 @@ constexpr const char* kUsage = R"(usage:
   kolvane url-params URL
   kolvane strings read FILE
   kolvane xliff read FILE [--status N] [--source]
+  kolvane ts read FILE
   kolvane lookup --bundle DIR [--project ID] [--home DIR] [--locale ID] [--plural VALUE]
-                 [--environment stage|production] [--show] KEY...
+                 [--environment stage|production] [--context NAME] [--disambiguation TEXT]
+                 [--show] KEY...
   kolvane paths --bundle DIR [--home DIR]
   kolvane pull --bundle DIR --locale ID [--project ID] [--home DIR] [--step UID]
                [--user NAME] [--environment stage|production]
@@ -36,7 +38,7 @@ const std::map<std::string, Command>& commands() {
       {"base64", kolvane::cli::runBase64},   {"url-params", kolvane::cli::runUrlParams},
       {"strings", kolvane::cli::runStrings}, {"lookup", kolvane::cli::runLookup},
       {"paths", kolvane::cli::runPaths},     {"pull", kolvane::cli::runPull},
-      {"xliff", kolvane::cli::runXliff},
+      {"xliff", kolvane::cli::runXliff},     {"ts", kolvane::cli::runTs},
   };
   return table;
 }

@@ -1,8 +1,8 @@
-#include "xml_nodes.h"
+#include "strings/xml_nodes.h"
 
 #include <cstring>
 
-namespace devserver {
+namespace kolvane::xml {
 
 std::string attribute(xmlNode* node, const char* name) {
   xmlChar* value = xmlGetProp(node, reinterpret_cast<const xmlChar*>(name));
@@ -39,6 +39,9 @@ std::string escaped(const std::string& text) {
       case '"':
         out += "&quot;";
         break;
+      case '\r':
+        out += "&#13;";
+        break;
       default:
         out += c;
     }
@@ -46,4 +49,18 @@ std::string escaped(const std::string& text) {
   return out;
 }
 
-}  // namespace devserver
+std::string escapedAttribute(const std::string& text) {
+  std::string out;
+  for (const char c : escaped(text)) {
+    if (c == '\n') {
+      out += "&#10;";
+    } else if (c == '\t') {
+      out += "&#9;";
+    } else {
+      out += c;
+    }
+  }
+  return out;
+}
+
+}  // namespace kolvane::xml

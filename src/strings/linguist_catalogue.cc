@@ -1,23 +1,31 @@
-#include "linguist.h"
+#include "strings/linguist_catalogue.h"
 
 #include <libxml/parser.h>
 
 #include <map>
 #include <memory>
 
-#include "xml_nodes.h"
+#include "strings/xml_nodes.h"
 
-namespace devserver {
+namespace kolvane {
 namespace {
 
-LinguistMessage messageOf(xmlNode* node, const std::string& context) {
-  LinguistMessage message;
+using xml::attribute;
+using xml::escaped;
+using xml::escapedAttribute;
+using xml::named;
+using xml::textOf;
+
+KVLinguistMessage messageOf(xmlNode* node, const std::string& context) {
+  KVLinguistMessage message;
   message.context = context;
   message.numerus = attribute(node, "numerus") == "yes";
+  bool translated = false;  // the first <translation> is the one
   for (xmlNode* child = node->children; child; child = child->next) {
     if (named(child, "source")) message.source = textOf(child);
     if (named(child, "comment")) message.comment = textOf(child);
-    if (!named(child, "translation")) continue;
+    if (!named(child, "translation") || translated) continue;
+    translated = true;
     message.type = attribute(child, "type");
     if (!message.numerus) {
       message.translations.push_back(textOf(child));
@@ -32,7 +40,7 @@ LinguistMessage messageOf(xmlNode* node, const std::string& context) {
 
 }  // namespace
 
-std::optional<LinguistFile> readLinguist(std::string_view bytes) {
+std::optional<KVLinguistFile> kv_readLinguist(std::string_view bytes) {
   std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)> doc(
       xmlReadMemory(bytes.data(), static_cast<int>(bytes.size()), "catalogue.ts", nullptr,
                     XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING),
@@ -42,7 +50,7 @@ std::optional<LinguistFile> readLinguist(std::string_view bytes) {
   if (doc->intSubset != nullptr && doc->intSubset->children != nullptr) return std::nullopt;
   xmlNode* root = xmlDocGetRootElement(doc.get());
   if (root == nullptr || !named(root, "TS")) return std::nullopt;
-  LinguistFile file;
+  KVLinguistFile file;
   file.language = attribute(root, "language");
   file.sourceLanguage = attribute(root, "sourcelanguage");
   if (file.sourceLanguage.empty()) file.sourceLanguage = "en";
@@ -57,26 +65,28 @@ std::optional<LinguistFile> readLinguist(std::string_view bytes) {
   return file;
 }
 
-std::string writeLinguist(const LinguistFile& file) {
+std::string kv_writeLinguist(const KVLinguistFile& file) {
   std::vector<std::string> order;
-  std::map<std::string, std::vector<const LinguistMessage*>> byContext;
-  for (const LinguistMessage& message : file.messages) {
+  std::map<std::string, std::vector<const KVLinguistMessage*>> byContext;
+  for (const KVLinguistMessage& message : file.messages) {
     auto& messages = byContext[message.context];
     if (messages.empty()) order.push_back(message.context);
     messages.push_back(&message);
   }
   std::string out =
       "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<!DOCTYPE TS>\n<TS version=\"2.1\" language=\"" +
-      escaped(file.language) + "\" sourcelanguage=\"" + escaped(file.sourceLanguage) + "\">\n";
+      escapedAttribute(file.language) + "\" sourcelanguage=\"" +
+      escapedAttribute(file.sourceLanguage) + "\">\n";
   for (const std::string& context : order) {
     out += "<context>\n    <name>" + escaped(context) + "</name>\n";
-    for (const LinguistMessage* message : byContext[context]) {
+    for (const KVLinguistMessage* message : byContext[context]) {
       out += std::string("    <message") + (message->numerus ? " numerus=\"yes\"" : "") + ">\n";
       out += "        <source>" + escaped(message->source) + "</source>\n";
       if (!message->comment.empty()) {
         out += "        <comment>" + escaped(message->comment) + "</comment>\n";
       }
-      const std::string type = message->type.empty() ? "" : " type=\"" + message->type + "\"";
+      const std::string type =
+          message->type.empty() ? "" : " type=\"" + escapedAttribute(message->type) + "\"";
       if (message->numerus) {
         out += "        <translation" + type + ">";
         for (const std::string& form : message->translations) {
@@ -94,4 +104,4 @@ std::string writeLinguist(const LinguistFile& file) {
   return out + "</TS>\n";
 }
 
-}  // namespace devserver
+}  // namespace kolvane

@@ -1,17 +1,22 @@
-// What the dev server's XML readers share: libxml2 nodes by name, attributes, escaping.
+// Reading a small XML document as a tree with libxml2: elements by name, attributes, text,
+// escaping. For the readers of documents that are not streamed (catalogues, targets).
 #pragma once
 
 #include <libxml/tree.h>
 
 #include <string>
 
-namespace devserver {
+namespace kolvane::xml {
 
 std::string attribute(xmlNode* node, const char* name);
 bool named(xmlNode* node, const char* name);
 // The text of `node` and everything below it.
 std::string textOf(xmlNode* node);
+// Text as element content: "&", "<", ">", "\"" and a carriage return (which a reader would
+// take for a line end) as references.
 std::string escaped(const std::string& text);
+// Text as an attribute value: also line ends and tabs, which a reader would take for spaces.
+std::string escapedAttribute(const std::string& text);
 
 // Every element below `node`, depth first, in document order.
 template <typename Visit>
@@ -23,4 +28,4 @@ void walk(xmlNode* node, Visit& visit) {
   }
 }
 
-}  // namespace devserver
+}  // namespace kolvane::xml

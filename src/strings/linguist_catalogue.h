@@ -1,4 +1,5 @@
-// Qt Linguist catalogues (.ts) as the dev server reads (imports) and writes (exports) them.
+// Qt Linguist catalogues (.ts): read (the dev server's import, the command-line tool) and
+// written (the dev server's export). Any thread.
 #pragma once
 
 #include <optional>
@@ -6,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-namespace devserver {
+namespace kolvane {
 
-struct LinguistMessage {
+struct KVLinguistMessage {
   std::string context;
   std::string source;
   std::string comment;  // the disambiguation
@@ -19,15 +20,15 @@ struct LinguistMessage {
   std::vector<std::string> translations;
 };
 
-struct LinguistFile {
+struct KVLinguistFile {
   std::string language;        // as written, "fr_FR"
   std::string sourceLanguage;  // "en" when the file names none
-  std::vector<LinguistMessage> messages;
+  std::vector<KVLinguistMessage> messages;
 };
 
 // None when it is not well-formed XML or not a <TS> document, or declares entities.
-std::optional<LinguistFile> readLinguist(std::string_view bytes);
+std::optional<KVLinguistFile> kv_readLinguist(std::string_view bytes);
 // The messages grouped by context in the order they come.
-std::string writeLinguist(const LinguistFile& file);
+std::string kv_writeLinguist(const KVLinguistFile& file);
 
-}  // namespace devserver
+}  // namespace kolvane

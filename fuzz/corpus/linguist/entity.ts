@@ -1,0 +1,1 @@
+<?xml version="1.0"?><!DOCTYPE TS [<!ENTITY e "x">]><TS language="fr"><context><name>&e;</name></context></TS>

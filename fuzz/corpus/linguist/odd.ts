@@ -1,0 +1,2 @@
+<TS language="a
+b" sourcelanguage="en"><context><name>C</name><message numerus="yes"><source>%n x</source><comment>c</comment><translation type="unfinished"><numerusform>a&#13;b</numerusform></translation><translation>second</translation></message><context><name>D</name></context></context></TS>
