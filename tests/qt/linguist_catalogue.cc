@@ -5,8 +5,12 @@
 #include <map>
 #include <random>
 
+#include "strings/xml_nodes.h"
+
 namespace kolvane::testing {
 namespace {
+
+using xml::escaped;
 
 // Letters of each language's script, UTF-8, for made-up words.
 const std::map<std::string, std::vector<std::string>>& alphabets() {
@@ -54,29 +58,6 @@ class Words {
   const std::vector<std::string>& letters_;
   std::mt19937 random_;
 };
-
-std::string escaped(const std::string& text) {
-  std::string out;
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        out += "&amp;";
-        break;
-      case '<':
-        out += "&lt;";
-        break;
-      case '>':
-        out += "&gt;";
-        break;
-      case '"':
-        out += "&quot;";
-        break;
-      default:
-        out += c;
-    }
-  }
-  return out;
-}
 
 // One source text and its translation, of one of the shapes real apps have.
 struct Shape {
