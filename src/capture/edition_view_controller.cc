@@ -101,11 +101,17 @@ std::string KVEditionViewController::selectedPluralForm(std::size_t page) const 
 
 namespace {
 
-// "English: " and the base store's form, its placeholders as written.
+// "English: " and the base store's form, its placeholders as written; else the source text
+// the app's own catalogues were translated from.
 std::u16string developmentTextOf(const std::string& key, const std::string& pluralFormName) {
-  const auto base = KVMainController::sharedInstance().baseLocaleStrings();
+  const KVMainController& controller = KVMainController::sharedInstance();
+  const auto base = controller.baseLocaleStrings();
   if (!base) return {};
-  const auto form = base->kolvaneStringForKey(key, kv_pluralArgument(pluralFormName));
+  auto form = base->kolvaneStringForKey(key, kv_pluralArgument(pluralFormName));
+  if (!form) {
+    const auto source = controller.appCatalogue().sourceGroupForKey(key);
+    if (source) form = source->stringForPluralForm(kv_pluralArgument(pluralFormName), false);
+  }
   if (!form) return {};
   // The language alone ("English"), not the menu's "English (International)".
   const Locale& language = base->locale();

@@ -453,6 +453,9 @@ TEST_F(QtAdapterTest, QtsArgNestsTraceableStringsWhosePlaceholdersAreCapsules) {
   QTextEdit* field = open->field(outer);
   ASSERT_NE(field, nullptr);
   EXPECT_EQ(field->toPlainText(), QString::fromUtf16(u"Welcome to \uFFFC!"));
+  // The development line shows the source text the app's catalogues start from.
+  EXPECT_THAT(QString::fromStdU16String(open->screen().page(outer).developmentText).toStdString(),
+              ::testing::EndsWith(": Welcome to %1!"));
   // Without its capsule the edit is refused.
   field->setFocus();
   QTest::keyClick(open->windowHandle(), Qt::Key_A, Qt::ControlModifier);
