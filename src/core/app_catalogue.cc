@@ -73,7 +73,10 @@ void KVAppCatalogue::note(std::string_view key, std::string_view source, std::u1
 std::shared_ptr<const KVString> KVAppCatalogue::stringForHash(std::u16string_view hash) const {
   std::shared_lock lock(mutex_);
   const auto found = byHash_.find(hash);
-  return found == byHash_.end() ? nullptr : found->second.form;
+  if (found == byHash_.end()) return nullptr;
+  // The record keeps its group alive for as long as it is held: a later answer may replace
+  // the group here at any moment, and a record without its group edits nothing.
+  return std::shared_ptr<const KVString>(found->second.group, found->second.form.get());
 }
 
 std::shared_ptr<const KVStringGroup> KVAppCatalogue::groupForKey(std::string_view key) const {

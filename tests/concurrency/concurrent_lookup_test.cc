@@ -10,6 +10,7 @@
 #include "core/main_controller.h"
 #include "core/workflow_step.h"
 #include "kolvane/kolvane.h"
+#include "kolvane/lookup.h"
 #include "platform/linux/posix_file_system.h"
 #include "strings/cues.h"
 #include "strings/xliff_parser.h"
@@ -99,6 +100,50 @@ TEST_F(ConcurrentLookupTest, LookupsSeeWholeStoresWhileTheMainThreadReloadsRevie
   for (auto& reader : readers) reader.join();
   EXPECT_EQ(unexpected.load(), 0);
   EXPECT_GT(lookups.load(), 0);
+}
+
+// What the app's own catalogues answered, noted by the threads that ask while others trace
+// texts back: every traced text finds a record of its own key.
+TEST_F(ConcurrentLookupTest, AnswersOfTheAppsCataloguesAreNotedAndTracedFromManyThreads) {
+  KVMainController& controller = KVMainController::sharedInstance();
+  std::atomic<bool> stop{false};
+  std::atomic<int> wrong{0};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 3; ++t) {
+    threads.emplace_back([&, t] {
+      for (int round = 0; round < 200; ++round) {
+        for (int i = 0; i < 10; ++i) {
+          const std::string key = "m" + std::to_string(i);
+          // Two answers take turns, as after a language change.
+          const std::u16string text =
+              kv_stringWithCues(u"answer " + std::u16string(1, u'a' + (round + t) % 2) +
+                                std::u16string(1, u'0' + i % 10) + u" %1");
+          KolvaneNoteAppString(key, "source %1", text, "fr", std::nullopt);
+        }
+      }
+    });
+  }
+  threads.emplace_back([&] {
+    while (!stop.load()) {
+      const auto found = controller.kolvaneStringWithNonNestedString(
+          kv_formatKeepingCues(kv_stringWithCues(u"answer a3 %1"), {u"x"}), nullptr);
+      if (found && (found->key != "m3" || !found->group.lock())) ++wrong;
+      if (const auto group = controller.appCatalogue().sourceGroupForKey("m3")) {
+        if (!group->defaultForm()) ++wrong;
+      }
+    }
+  });
+  for (std::size_t i = 0; i + 1 < threads.size(); ++i) threads[i].join();
+  stop = true;
+  threads.back().join();
+  EXPECT_EQ(wrong.load(), 0);
+  // Both answers of a key stay traceable, to the key's record.
+  for (const char16_t* format : {u"answer a7 %1", u"answer b7 %1"}) {
+    const auto found = controller.kolvaneStringWithNonNestedString(
+        kv_formatKeepingCues(kv_stringWithCues(format), {u"y"}), nullptr);
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->key, "m7");
+  }
 }
 
 }  // namespace
