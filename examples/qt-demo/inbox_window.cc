@@ -12,7 +12,6 @@
 #include <QTextEdit>
 #include <QVBoxLayout>
 
-#include "kolvane/qt.h"
 
 namespace {
 
@@ -109,12 +108,11 @@ void InboxWindow::changeEvent(QEvent* event) {
 }
 
 void InboxWindow::retranslate() {
-  using kolvane::KolvaneQt;
   setWindowTitle(qtTrId("app.name"));
   // The app's name is a string of its own, nested in the title.
-  title_->setText(KolvaneQt::format(qtTrId("welcome.title"), {qtTrId("app.name")}));
+  title_->setText(qtTrId("welcome.title").arg(qtTrId("app.name")));
   subtitle_->setText(qtTrId("welcome.subtitle"));
-  count_->setText(KolvaneQt::format(qtTrId("inbox.count", kUnread), {QString::number(kUnread)}));
+  count_->setText(qtTrId("inbox.count", kUnread));
   compose_->setText(qtTrId("action.compose"));
   refresh_->setText(qtTrId("action.refresh"));
   search_->setPlaceholderText(qtTrId("search.placeholder"));
@@ -128,6 +126,6 @@ void InboxWindow::retranslate() {
   sentEmpty_->setText(qtTrId("sent.empty"));
   draftsEmpty_->setText(qtTrId("drafts.empty"));
   help_->setPlainText(qtTrId("help.text"));
-  discount_->setText(KolvaneQt::format(qtTrId("discount.label"), {"20%"}));
+  discount_->setText(qtTrId("discount.label").arg("20%"));
   terms_->setText(qtTrId("terms.link"));
 }

@@ -247,7 +247,7 @@ TEST_F(DevServerHardeningTest, UploadsStoreTextNotMarkupOfTheirOwn) {
   ASSERT_EQ(upload(namespaced).status, 200);
   EXPECT_THAT(exported(), HasSubstr("<target>Hé <ph id=\"1\">%@</ph></target>"));
   EXPECT_THAT(exported("retrievalType=PUBLISHED"),
-              HasSubstr("<source>You have <ph id=\"1\">%ld</ph> new message</source>"));
+              HasSubstr("<source>You have <ph id=\"1\">%n</ph> new message</source>"));
 }
 
 TEST_F(DevServerHardeningTest, DeepOrHugeBodiesAreRefusedAndTheServerStaysUp) {

@@ -136,7 +136,7 @@ TEST_F(ReviewRoundTripTest, SignInPullEditSubmitRejectFileAnIssueAndSignOut) {
   // Published text, with the text pending in the review step over it.
   ASSERT_EQ(pull(), std::nullopt);
   EXPECT_EQ(shown("welcome.subtitle"), u"Chaque texte affiché peut être relu sur place.");
-  EXPECT_EQ(shown("discount.label"), u"Économisez %@ aujourd'hui");
+  EXPECT_EQ(shown("discount.label"), u"Économisez %1 aujourd'hui");
   EXPECT_TRUE(controller().localeStrings()->lastDownloadDate().has_value());
 
   // An edit uploaded into the review step comes back in the next export.
@@ -169,7 +169,7 @@ TEST_F(ReviewRoundTripTest, SignInPullEditSubmitRejectFileAnIssueAndSignOut) {
   EXPECT_TRUE(changeStatus(false, {discount}).empty());
   chooseStep("translation");
   ASSERT_EQ(pull(), std::nullopt);
-  EXPECT_EQ(shown("discount.label"), u"Économisez %@ aujourd'hui");  // pending in translation
+  EXPECT_EQ(shown("discount.label"), u"Économisez %1 aujourd'hui");  // pending in translation
 
   discount->rejectReason = u"WRONG_TERM";
   std::optional<std::optional<KVError>> issue;

@@ -47,15 +47,15 @@ expect url-params '{"b":"1#c"}' 0 -- "$cli" url-params 'a?b=1#c=2'
 printf '"a" = "A";\n"b" = "B"\n' > "$home/bad.strings"
 expect strings-bad "kolvane: $home/bad.strings: line 3: expected ';'" 1 -- "$cli" strings read "$home/bad.strings"
 expect strings "{\"greeting\":\"Hello\"}" 0 -- sh -c "printf '\"greeting\" = \"Hello\";' > '$home/ok.strings'; '$cli' strings read '$home/ok.strings'"
-expect lookup-show $'[Welcome to {%@}!]\n[missing.key]' 0 \
+expect lookup-show $'[Welcome to {%1}!]\n[missing.key]' 0 \
   -- env LANGUAGE= LC_ALL=C "$cli" lookup --bundle "$bundle" --home "$home" --show welcome.title missing.key
-expect lookup-demo-base-texts $'[Save {%@} today]\n[Terms & Conditions]' 0 \
+expect lookup-demo-base-texts $'[Save {%1} today]\n[Terms & Conditions]' 0 \
   -- env LANGUAGE= LC_ALL=C "$cli" lookup --bundle "$bundle" --home "$home" --show discount.label terms.link
-expect lookup-base-before-bundle '[Welcome to {%@}!]' 0 \
+expect lookup-base-before-bundle '[Welcome to {%1}!]' 0 \
   -- env LANGUAGE=fr "$cli" lookup --bundle "$bundle" --home "$home" --show welcome.title
-expect lookup-shown-locale $'[Bienvenue sur {%@} !]\n[Save {%@} today]' 0 \
+expect lookup-shown-locale $'[Bienvenue sur {%1} !]\n[Save {%1} today]' 0 \
   -- "$cli" lookup --bundle "$bundle" --home "$home" --locale fr_FR --show welcome.title discount.label
-expect lookup-plural '[Vous avez {%ld} nouveau message]' 0 \
+expect lookup-plural '[Vous avez {%n} nouveau message]' 0 \
   -- "$cli" lookup --bundle "$bundle" --home "$home" --locale fr_FR --plural 1.5 --show inbox.count
 expect paths "{\"filesFolder\":\"$home/data/com.kolvane.demo/Kolvane\",\"userDefaults\":\"$home/config/com.kolvane.demo/defaults.json\"}" 0 \
   -- "$cli" paths --bundle "$bundle" --home "$home"
@@ -94,7 +94,8 @@ pull_on_terminal() {
   script -qefc "'$cli' pull --bundle '$home/app' --home '$home/$1' --locale fr_FR --user reviewer" \
     /dev/null <&3 >"$home/terminal" 2>&1 &
   local shown=$! tries=0
-  until grep -q 'Password for reviewer: ' "$home/terminal" || [ $tries -ge 100 ]; do
+  # -s: the file may not be there yet when the first look comes.
+  until grep -qs 'Password for reviewer: ' "$home/terminal" || [ $tries -ge 100 ]; do
     sleep 0.1
     tries=$((tries + 1))
   done

@@ -64,7 +64,7 @@ expect_alert() {
 }
 files=$(ls -d "$work"/home/data/*/Kolvane)
 original_terms="Conditions générales &amp; mentions"
-discount='Économisez <ph id=\"1\">%@</ph> aujourd'"'"'hui'
+discount='Économisez <ph id=\"1\">%1</ph> aujourd'"'"'hui'
 case $scenario in
   sent)
     expect_text 1002 welcome.subtitle review "$edited"
