@@ -102,11 +102,11 @@ std::map<std::string, std::string> textsByCategory(const KVLinguistMessage& mess
   return texts;
 }
 
-void putUnits(Store& store, const std::string& project, const std::string& key,
+void addUnits(std::vector<Unit>& units, const std::string& key,
               const std::map<std::string, std::string>& texts) {
   const std::string hashcode = hashcodeOfKey(key);
   for (const auto& [category, text] : texts) {
-    store.putUnit(project, {unitId(hashcode, category), hashcode, key});
+    units.push_back({unitId(hashcode, category), hashcode, key});
   }
 }
 
@@ -137,6 +137,7 @@ void importLinguist(Store& store, const std::string& projectId,
   nlohmann::json messages = nlohmann::json::array();
   std::map<std::string, std::vector<Store::TextPut>> texts;  // by locale
   std::map<std::string, bool> listed;
+  std::vector<Unit> units;
   for (const auto& file : catalogues) {
     for (const KVLinguistMessage& message : file.messages) {
       if (message.type == "vanished" || message.type == "obsolete") continue;
@@ -148,14 +149,14 @@ void importLinguist(Store& store, const std::string& projectId,
         KVLinguistMessage source = message;
         source.translations.assign(message.numerus ? 6 : 1, message.source);
         const auto sourceTexts = textsByCategory(source, sourceLanguage);
-        putUnits(store, projectId, key, sourceTexts);
+        addUnits(units, key, sourceTexts);
         for (const auto& [category, text] : sourceTexts) {
           texts[localeOf(sourceLanguage)].push_back(
               {unitId(hashcode, category), published, targetXml(text)});
         }
       }
       const auto translated = textsByCategory(message, file.language);
-      putUnits(store, projectId, key, translated);
+      addUnits(units, key, translated);
       for (const auto& [category, text] : translated) {
         if (text.empty()) continue;
         texts[localeOf(file.language)].push_back({unitId(hashcode, category),
@@ -166,6 +167,7 @@ void importLinguist(Store& store, const std::string& projectId,
   }
   settings["linguistMessages"] = messages;
   store.putProject(settings);
+  store.putUnits(projectId, units);
   for (const auto& [locale, localeTexts] : texts) {
     store.putTexts(projectId, locale, localeTexts, published);
   }

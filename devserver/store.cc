@@ -112,11 +112,17 @@ std::optional<nlohmann::json> Store::user(const std::string& username) {
   return std::nullopt;
 }
 
-void Store::putUnit(const std::string& project, const Unit& unit) {
+void Store::putUnit(const std::string& project, const Unit& unit) { putUnits(project, {unit}); }
+
+void Store::putUnits(const std::string& project, const std::vector<Unit>& units) {
   std::lock_guard lock(mutex_);
-  Statement(db_, "INSERT OR REPLACE INTO units VALUES(?, ?, ?, ?)",
-            {project, unit.id, unit.hashcode, unit.key})
-      .step();
+  Transaction transaction(*this);
+  for (const Unit& unit : units) {
+    Statement(db_, "INSERT OR REPLACE INTO units VALUES(?, ?, ?, ?)",
+              {project, unit.id, unit.hashcode, unit.key})
+        .step();
+  }
+  transaction.commit();
 }
 
 std::vector<Unit> Store::unitsOfHashcode(const std::string& project, const std::string& hashcode) {

@@ -45,6 +45,8 @@ class Store {
   std::optional<nlohmann::json> user(const std::string& username);
 
   void putUnit(const std::string& project, const Unit& unit);
+  // All in one transaction.
+  void putUnits(const std::string& project, const std::vector<Unit>& units);
   std::vector<Unit> unitsOfHashcode(const std::string& project, const std::string& hashcode);
   std::optional<Unit> unit(const std::string& project, const std::string& id);
 

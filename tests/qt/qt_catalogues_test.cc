@@ -174,6 +174,26 @@ TEST_F(LinguistCataloguesTest, TranslatorsGoBackToQtWhenKolvaneIsRemoved) {
   EXPECT_FALSE(KolvaneQt::removeTranslator(&own));
 }
 
+TEST_F(LinguistCataloguesTest, ATranslatorDestroyedUnderKolvaneLeavesItAndOddSourcesAnswer) {
+  const LinguistCatalogue catalogue = testing::makeLinguistCatalogue("ru", 1, 8);
+  const LinguistMessage& message = catalogue.messages[0];
+  {
+    QTranslator own;
+    ASSERT_TRUE(own.load(QString::fromStdString(compile(catalogue))));
+    ASSERT_TRUE(KolvaneQt::installTranslator(&own));
+  }
+  // Asked after the app deleted it: the source text, not a dangling translator.
+  EXPECT_EQ(KolvaneQt::withoutCues(
+                QCoreApplication::translate(message.context.c_str(), message.source.c_str())),
+            QString::fromStdString(message.source));
+  // Bytes that are no UTF-8, a lone "%", a huge count: answered, never thrown.
+  EXPECT_FALSE(QCoreApplication::translate("Ctx", "\xff\xfe broken").isEmpty());
+  EXPECT_EQ(KolvaneQt::withoutCues(QCoreApplication::translate("Ctx", "100%")), "100%");
+  EXPECT_EQ(
+      KolvaneQt::withoutCues(QCoreApplication::translate("Ctx", "%n item(s)", nullptr, 2147483647)),
+      "2147483647 item(s)");
+}
+
 TEST(QtApplicationInfoTest, TheAppIsNamedByQCoreApplicationUnlessTheOptionsSay) {
   QCoreApplication::setOrganizationDomain("mail.example.org");
   QCoreApplication::setApplicationName("Kolvane Mail");
