@@ -2,8 +2,9 @@
 //
 // A lookup holds a LookupGuard while it uses what it read through PublishedPtr::get(). The
 // main thread publishes a replacement with set(); the object it replaced is retired and freed
-// only at a moment when no guard is held, so a lookup never waits for the main thread and never
-// sees a freed object.
+// once every guard that was held when it was retired is gone, so a lookup never waits for the
+// main thread and never sees a freed object, and retired objects are freed while other threads
+// go on looking up.
 #pragma once
 
 #include <atomic>
@@ -19,9 +20,10 @@ class LookupGuard {
   LookupGuard& operator=(const LookupGuard&) = delete;
 };
 
-// Keeps `replaced` alive until no LookupGuard is held. Main thread.
+// Keeps `replaced` alive until every LookupGuard held now is gone. Main thread.
 void retirePublished(std::shared_ptr<const void> replaced);
-// Frees what was retired when no LookupGuard is held now. Main thread.
+// Frees what was retired before the guards held now were taken; what is left waits for a
+// later call. Main thread.
 void reclaimRetired();
 
 template <typename T>

@@ -3,11 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <set>
 #include <thread>
 
 #include "core/locale_strings.h"
 #include "core/main_controller.h"
+#include "core/published.h"
 #include "core/workflow_step.h"
 #include "kolvane/kolvane.h"
 #include "kolvane/lookup.h"
@@ -18,6 +20,12 @@
 
 namespace kolvane {
 namespace {
+
+// Keeps the compiler from dropping a lookup whose answer nobody reads.
+void benchmark(const std::u16string& answer) {
+  static std::atomic<std::size_t> sink{0};
+  sink += answer.size();
+}
 
 std::string catalogue(const std::string& word, int count) {
   std::string body;
@@ -144,6 +152,54 @@ TEST_F(ConcurrentLookupTest, AnswersOfTheAppsCataloguesAreNotedAndTracedFromMany
     ASSERT_TRUE(found);
     EXPECT_EQ(found->key, "m7");
   }
+}
+
+// Stores a reload replaces are freed while other threads go on looking up without pause, not
+// kept until a moment when nobody looks up.
+TEST_F(ConcurrentLookupTest, ReplacedStoresAreFreedUnderSteadyLookups) {
+  KVMainController& controller = KVMainController::sharedInstance();
+  std::atomic<bool> stop{false};
+  std::atomic<long> lookups{0};
+  std::vector<std::thread> readers;
+  for (int t = 0; t < 4; ++t) {
+    readers.emplace_back([&] {
+      while (!stop.load()) {
+        // Lookups in a row under one guard, as a capture tracing a whole window makes them:
+        // readers then hold a guard nearly all the time, and seldom all at once let go.
+        LookupGuard guard;
+        for (int i = 0; i < 20; ++i) {
+          benchmark(platform().bundle.localizedStringForKey("k", u"", ""));
+        }
+        ++lookups;
+      }
+    });
+  }
+  while (lookups.load() < 100) std::this_thread::yield();
+  std::vector<std::weak_ptr<KVLocaleStrings>> replaced;
+  for (int i = 0; i < 200; ++i) {
+    auto store = KVLocaleStrings::localeStringsForLocale(Locale("fr_FR"));
+    store->setLoadedStrings({});
+    replaced.push_back(store);
+    controller.setLocaleStrings(std::move(store));
+    std::this_thread::sleep_for(std::chrono::microseconds(200));
+  }
+  controller.setLocaleStrings(nullptr);
+  const auto alive = [&replaced] {
+    std::size_t count = 0;
+    for (const auto& store : replaced) count += store.expired() ? 0 : 1;
+    return count;
+  };
+  // The main thread goes on with its work, the readers with theirs: a reader descheduled
+  // while it holds a guard only delays the next reclaim.
+  for (int i = 0; i < 1000 && alive() > 3; ++i) {
+    reclaimRetired();
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  const std::size_t left = alive();
+  stop = true;
+  for (auto& reader : readers) reader.join();
+  // At most the last generations' stores wait for the readers that may still hold them.
+  EXPECT_LE(left, 3u);
 }
 
 }  // namespace
