@@ -24,6 +24,18 @@ using kolvane::KVLinguistMessage;
 using kolvane::xml::escaped;
 using kolvane::xml::textOf;
 
+// A language as a catalogue names it ("fr", "pt_BR", "zh-Hant"): it becomes a locale id in
+// the server's paths, so nothing else may be in it.
+bool isLanguageId(const std::string& language) {
+  if (language.empty() || language.size() > 32) return false;
+  for (const char c : language) {
+    const bool allowed = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+                         (c >= '0' && c <= '9') || c == '_' || c == '-';
+    if (!allowed) return false;
+  }
+  return true;
+}
+
 // "fr_FR" as the server names locales: "fr-FR".
 std::string localeOf(std::string language) {
   for (char& c : language) {
@@ -118,8 +130,11 @@ void importLinguist(Store& store, const std::string& projectId,
   std::vector<KVLinguistFile> catalogues;
   for (const std::string& path : files) {
     auto file = kolvane::kv_readLinguist(readFile(path));
-    if (!file || file->language.empty()) {
+    if (!file || !isLanguageId(file->language)) {
       throw std::runtime_error(path + " is not a Linguist catalogue with a language");
+    }
+    if (!isLanguageId(file->sourceLanguage)) {
+      throw std::runtime_error(path + " names no source language the server can use");
     }
     catalogues.push_back(std::move(*file));
   }
@@ -129,7 +144,15 @@ void importLinguist(Store& store, const std::string& projectId,
   settings["name"] = projectId;
   settings["sourceLocale"] = localeOf(sourceLanguage);
   settings["locales"] = nlohmann::json::array({localeOf(sourceLanguage)});
-  for (const auto& file : catalogues) settings["locales"].push_back(localeOf(file.language));
+  for (const auto& file : catalogues) {
+    const std::string locale = localeOf(file.language);
+    // A catalogue of the source language itself, or two of one language, would overwrite
+    // each other's texts.
+    for (const auto& known : settings["locales"]) {
+      if (known == locale) throw std::runtime_error("two catalogues of " + locale + " to import");
+    }
+    settings["locales"].push_back(locale);
+  }
   const std::string published = publishedStep(settings);
   const std::string firstStep = settings.at("workflows").at(0).at("steps").at(0).at("uid");
 

@@ -4,6 +4,7 @@
 
 #include <QCoreApplication>
 #include <QTranslator>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -119,6 +120,22 @@ TEST_F(LinguistCataloguesTest, TheDevServerGivesBackCataloguesThatAnswerAsTheOri
     for (std::size_t i = 0; i < expected.size(); ++i) different += answered[i] != expected[i];
     EXPECT_EQ(different, 0u);
   }
+}
+
+TEST_F(LinguistCataloguesTest, TheDevServerRefusesCataloguesItCannotKeepApart) {
+  const auto import = [this](const std::string& language, const std::string& sourceLanguage) {
+    const std::string path = folder() + "/odd.ts";
+    std::ofstream(path) << "<TS language=\"" << language << "\" sourcelanguage=\"" << sourceLanguage
+                        << "\"><context><name>C</name></context></TS>";
+    const std::string command = std::string("'") + KOLVANE_DEVSERVER + "' --import '" + path +
+                                "' --export-ts fr > /dev/null 2>&1";
+    return std::system(command.c_str());
+  };
+  EXPECT_EQ(import("fr", "en"), 0);
+  EXPECT_NE(import("../../fr", "en"), 0);  // a locale id that would leave the server's paths
+  EXPECT_NE(import("fr", "en/x"), 0);
+  EXPECT_NE(import("", "en"), 0);
+  EXPECT_NE(import("en", "en"), 0);  // a catalogue of the source language itself
 }
 
 TEST_F(LinguistCataloguesTest, KolvanesStoresAnswerFirstByKeyWithItsDisambiguation) {
