@@ -130,8 +130,10 @@ QString KVQtAppTranslators::translate(const char* context, const char* sourceTex
 }
 
 bool kv_isQtContext(const char* context) {
-  // Qt's classes are named Q followed by a capital; apps' classes rarely are.
-  return context != nullptr && context[0] == 'Q' && context[1] >= 'A' && context[1] <= 'Z';
+  // Qt's classes are named Q followed by a capital; apps' classes rarely are. QObject is the
+  // exception: apps translate with QObject::tr() outside their own classes.
+  return context != nullptr && context[0] == 'Q' && context[1] >= 'A' && context[1] <= 'Z' &&
+         std::strcmp(context, "QObject") != 0;
 }
 
 QString KVQtTranslator::translate(const char* context, const char* sourceText,

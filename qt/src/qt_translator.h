@@ -40,7 +40,8 @@ class KVQtTranslator : public QTranslator {
                     int n) const override;
 };
 
-// Whether a translation context is one of Qt's own classes (QLineEdit, QPlatformTheme, ...).
+// Whether a translation context is one of Qt's own classes (QLineEdit, QPlatformTheme, ...);
+// "QObject", which apps use through QObject::tr(), is the app's.
 bool kv_isQtContext(const char* context);
 
 }  // namespace kolvane

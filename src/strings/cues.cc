@@ -12,15 +12,21 @@ constexpr std::u16string_view kLiteralPercent = u"%%";
 
 bool isDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 
-// What may follow a printf width: a position, a conversion, a length or a precision.
+// Whether what follows "%N" makes it printf's: a position ("%1$@"), a precision ("%1.2f"), or
+// length letters right before a conversion ("%2ld"). "%1d ago" or "%1h %2m left" are Qt's:
+// Qt apps write units after their placeholders.
 bool continuesPrintfWidth(std::u16string_view text, std::size_t at) {
   if (at >= text.size()) return false;
   const char16_t c = text[at];
-  if (c == u'$' || kFormatConversionLetters.find(c) != std::u16string_view::npos ||
-      std::u16string_view(u"hlqLzjt").find(c) != std::u16string_view::npos) {
-    return true;
+  if (c == u'$') return true;
+  if (c == u'.') return at + 1 < text.size() && (isDigit(text[at + 1]) || text[at + 1] == u'*');
+  std::size_t letter = at;
+  while (letter < text.size() && letter < at + 2 &&
+         std::u16string_view(u"hlqLzjt").find(text[letter]) != std::u16string_view::npos) {
+    ++letter;
   }
-  return c == u'.' && at + 1 < text.size() && (isDigit(text[at + 1]) || text[at + 1] == u'*');
+  return letter > at && letter < text.size() &&
+         kFormatConversionLetters.find(text[letter]) != std::u16string_view::npos;
 }
 
 }  // namespace
@@ -34,7 +40,7 @@ std::size_t kv_qtPlaceholderLength(std::u16string_view text, std::size_t pos) {
   if (at >= text.size() || text[at] < u'1' || text[at] > u'9') return 0;
   ++at;
   if (at < text.size() && isDigit(text[at])) ++at;
-  // "%1$@", "%2d" or "%1.2f" are printf's; "%L2" is Qt's whatever follows.
+  // "%1$@", "%2ld" or "%1.2f" are printf's; "%L2" is Qt's whatever follows.
   if (!localized && continuesPrintfWidth(text, at)) return 0;
   return at - pos;
 }

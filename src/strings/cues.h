@@ -45,8 +45,8 @@ std::u16string kv_enumerateCuesUsingBlock(std::u16string_view text,
                                           const KVPlaceholderBlock& block);
 
 // The length of the Qt placeholder at `pos` ("%1" to "%99", "%L1" to "%L99", "%n", "%Ln"), or 0
-// when there is none. "%N" followed by what continues a printf specifier ("%1$@", "%2d",
-// "%1.2f") is printf's.
+// when there is none. "%N" followed by a position, a precision or length letters before a
+// conversion ("%1$@", "%1.2f", "%2ld") is printf's; "%1d ago" and "%1h %2m" are Qt's.
 std::size_t kv_qtPlaceholderLength(std::u16string_view text, std::size_t pos);
 
 // The argument a placeholder with this specifier takes, from 0: N - 1 for "%N$..." and Qt's

@@ -190,6 +190,8 @@ TEST_F(QtAdapterTest, TheTranslatorServesIdsSourceTextsAndPluralsAndLeavesQtsOwn
   EXPECT_EQ(qtTrId("hi"), q(cued(u"[Salut]")));
   EXPECT_EQ(QCoreApplication::translate("InboxWindow", "hi"), q(cued(u"[Salut]")));
   EXPECT_EQ(QCoreApplication::translate("QLineEdit", "&Undo"), "&Undo");
+  // QObject::tr() is the app's own.
+  EXPECT_EQ(QCoreApplication::translate("QObject", "hi"), q(cued(u"[Salut]")));
   EXPECT_EQ(QCoreApplication::translate("QGuiApplication", "QT_LAYOUT_DIRECTION"),
             "QT_LAYOUT_DIRECTION");
   EXPECT_EQ(qtTrId("files", 1), q(cued(u"[{%d} fichier]")));

@@ -58,9 +58,12 @@ TEST(CueMarkingTest, QtPlaceholdersAreSpecifiersOfTheirOwn) {
   EXPECT_EQ(showMarked(u"Hello %1 and %@"), u"[Hello {%1} and {%@}]");
   EXPECT_EQ(showMarked(u"%n files in %L2, %Ln bytes"), u"[{%n} files in {%L2}, {%Ln} bytes]");
   EXPECT_EQ(showMarked(u"Saved to %1. Page %12 of %99%"), u"[Saved to {%1}. Page {%12} of {%99}%]");
-  // What continues a printf specifier keeps it printf's: a position, a conversion, a length,
-  // a precision.
-  EXPECT_EQ(showMarked(u"%1$@ %2d %1.2f %3ld"), u"[{%1$@} {%2d} {%1.2f} {%3ld}]");
+  // What continues a printf specifier keeps it printf's: a position, a precision, length
+  // letters before a conversion. Units written after a Qt placeholder stay text.
+  EXPECT_EQ(showMarked(u"%1$@ %1.2f %3ld %2hd"), u"[{%1$@} {%1.2f} {%3ld} {%2hd}]");
+  EXPECT_EQ(showMarked(u"%1h %2m left, %1d ago, %1s, %1x%2"),
+            u"[{%1}h {%2}m left, {%1}d ago, {%1}s, {%1}x{%2}]");
+  EXPECT_EQ(kv_argumentIndexOfSpecifier(u"%2", 0), 1u);
   // Neither a zero nor a third digit starts one: printf reads on to its conversion letter.
   EXPECT_EQ(showMarked(u"%0 a"), u"[{%0 a}]");
   EXPECT_EQ(showMarked(u"%L1d"), u"[{%L1}d]");
@@ -68,8 +71,8 @@ TEST(CueMarkingTest, QtPlaceholdersAreSpecifiersOfTheirOwn) {
   EXPECT_EQ(kv_argumentIndexOfSpecifier(u"%2", 0), 1u);
   EXPECT_EQ(kv_argumentIndexOfSpecifier(u"%L12", 0), 11u);
   EXPECT_EQ(kv_argumentIndexOfSpecifier(u"%n", 3), 3u);
-  EXPECT_EQ(kv_stringByRemovingCues(kv_formatKeepingCues(kv_stringWithCues(u"%2 then %1"),
-                                                         {u"one", u"two"})),
+  EXPECT_EQ(kv_stringByRemovingCues(
+                kv_formatKeepingCues(kv_stringWithCues(u"%2 then %1"), {u"one", u"two"})),
             u"two then one");
 }
 
