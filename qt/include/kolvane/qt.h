@@ -44,8 +44,11 @@ class KolvaneQt {
   // translators (loaded from its .qm files): Kolvane's stores answer first, then the app's
   // translators (the last installed first, as Qt asks them), then the source text, and every
   // answer carries cues. Installs Kolvane's translator if install() has not. The translator
-  // is not owned; one destroyed leaves the list. False when it is null or already installed.
-  // Main thread.
+  // is not owned; one destroyed leaves the list, but when other threads may translate, take
+  // it back with removeTranslator() before deleting it. Give every translator of the app's
+  // own strings to Kolvane: one installed with QCoreApplication::installTranslator() is asked
+  // before Kolvane's (its answers carry no cues) or, installed earlier, never for the app's
+  // strings. False when it is null or already installed. Main thread.
   static bool installTranslator(QTranslator* translator);
   // Takes back a translator given to installTranslator(); false when it was not there.
   static bool removeTranslator(QTranslator* translator);
