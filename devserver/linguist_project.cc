@@ -114,6 +114,19 @@ std::map<std::string, std::string> textsByCategory(const KVLinguistMessage& mess
   return texts;
 }
 
+// Whether each numerus form of `message` is the first of its category: then the units, one
+// per category, hold every form.
+bool representable(const KVLinguistMessage& message, const std::string& language) {
+  if (!message.numerus) return true;
+  const auto texts = textsByCategory(message, language);
+  const auto categories = kolvane::kv_qtNumerusCategories(language);
+  for (std::size_t form = 0; form < message.translations.size() && form < categories.size();
+       ++form) {
+    if (texts.at(categories[form]) != message.translations[form]) return false;
+  }
+  return true;
+}
+
 void addUnits(std::vector<Unit>& units, const std::string& key,
               const std::map<std::string, std::string>& texts) {
   const std::string hashcode = hashcodeOfKey(key);
@@ -158,16 +171,18 @@ void importLinguist(Store& store, const std::string& projectId,
 
   // The messages in the order they come, each context once: what an export writes back.
   nlohmann::json messages = nlohmann::json::array();
-  std::map<std::string, std::vector<Store::TextPut>> texts;  // by locale
-  std::map<std::string, bool> listed;
+  std::map<std::string, std::vector<Store::TextPut>> texts;            // by locale
+  std::map<std::string, std::size_t> listed;                           // context and key to message
+  std::map<std::string, std::map<std::string, std::string>> imported;  // locale and key
   std::vector<Unit> units;
   for (const auto& file : catalogues) {
+    const std::string locale = localeOf(file.language);
     for (const KVLinguistMessage& message : file.messages) {
       if (message.type == "vanished" || message.type == "obsolete") continue;
       const std::string key = kolvane::kv_messageKey(message.source, message.comment);
       const std::string hashcode = hashcodeOfKey(key);
-      if (!listed[message.context + "\n" + hashcode]) {
-        listed[message.context + "\n" + hashcode] = true;
+      auto [entry, isNew] = listed.emplace(message.context + "\n" + key, messages.size());
+      if (isNew) {
         messages.push_back({message.context, key, message.numerus});
         KVLinguistMessage source = message;
         source.translations.assign(message.numerus ? 6 : 1, message.source);
@@ -179,12 +194,21 @@ void importLinguist(Store& store, const std::string& projectId,
         }
       }
       const auto translated = textsByCategory(message, file.language);
-      addUnits(units, key, translated);
-      for (const auto& [category, text] : translated) {
-        if (text.empty()) continue;
-        texts[localeOf(file.language)].push_back({unitId(hashcode, category),
-                                                  message.type.empty() ? published : firstStep,
-                                                  targetXml(text)});
+      auto [first, isFirst] = imported.emplace(locale + "\n" + key, translated);
+      if (isFirst) {
+        addUnits(units, key, translated);
+        for (const auto& [category, text] : translated) {
+          if (text.empty()) continue;
+          texts[locale].push_back({unitId(hashcode, category),
+                                   message.type.empty() ? published : firstStep, targetXml(text)});
+        }
+      }
+      // What the units cannot hold (the key translated otherwise in another context, or
+      // forms of one category that differ) is kept with the message, and written back as
+      // long as the units still hold what was imported.
+      if (translated != first->second || !representable(message, file.language)) {
+        messages[entry->second][3][locale] = {
+            {"forms", message.translations}, {"type", message.type}, {"base", first->second}};
       }
     }
   }
@@ -231,12 +255,26 @@ std::string exportLinguist(Store& store, const std::string& projectId, const std
       }
       return std::string();
     };
+    std::map<std::string, std::string> current;
     if (message.numerus) {
       for (const std::string& category : categories) {
-        message.translations.push_back(translationOf(unitId(hashcode, category)));
+        current.emplace(category, translationOf(unitId(hashcode, category)));
+        message.translations.push_back(current[category]);
       }
     } else {
-      message.translations.push_back(translationOf(hashcode));
+      current[""] = translationOf(hashcode);
+      message.translations.push_back(current[""]);
+    }
+    // Untouched since the import: the message as it came.
+    const nlohmann::json* kept = nullptr;
+    if (listed.size() > 3 && listed.at(3).is_object() && listed.at(3).contains(locale)) {
+      kept = &listed.at(3).at(locale);
+    }
+    if (kept != nullptr && kept->at("base").get<std::map<std::string, std::string>>() == current) {
+      message.translations = kept->at("forms").get<std::vector<std::string>>();
+      message.type = kept->at("type").get<std::string>();
+      file.messages.push_back(std::move(message));
+      continue;
     }
     if (!finished) message.type = "unfinished";
     file.messages.push_back(std::move(message));

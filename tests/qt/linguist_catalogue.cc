@@ -5,6 +5,7 @@
 #include <map>
 #include <random>
 
+#include "strings/qt_numerus_forms.h"
 #include "strings/xml_nodes.h"
 
 namespace kolvane::testing {
@@ -29,18 +30,16 @@ const std::map<std::string, std::vector<std::string>>& alphabets() {
   return letters;
 }
 
-// How many numerus forms Qt gives each language.
-std::size_t numerusFormsOf(const std::string& language) {
-  if (language == "ja") return 1;
-  if (language == "ar") return 6;
-  if (language == "ru" || language == "pl") return 3;
-  return 2;
+// Languages without letters of their own here write in English's.
+const std::vector<std::string>& lettersOf(const std::string& language) {
+  const auto found = alphabets().find(language);
+  return found != alphabets().end() ? found->second : alphabets().at("en");
 }
 
 class Words {
  public:
   Words(const std::string& language, unsigned seed)
-      : letters_(alphabets().at(language)), random_(seed) {}
+      : letters_(lettersOf(language)), random_(seed) {}
   std::string word() {
     std::string text;
     const int length = 2 + static_cast<int>(random_() % 7);
@@ -98,7 +97,8 @@ LinguistCatalogue makeLinguistCatalogue(const std::string& language, std::size_t
                                         std::size_t messages) {
   LinguistCatalogue catalogue;
   catalogue.language = language;
-  catalogue.numerusForms = numerusFormsOf(language);
+  catalogue.numerusForms = kv_qtNumerusCategories(language).size();
+  std::vector<Shape> earlier;  // the shapes of the context before
   Words english("en", 7);
   Words native(language, 11);
   std::string& ts = catalogue.ts;
@@ -110,9 +110,16 @@ LinguistCatalogue makeLinguistCatalogue(const std::string& language, std::size_t
   for (std::size_t c = 0; c < contexts; ++c) {
     const std::string context = "Window" + std::to_string(c);
     ts += "<context>\n    <name>" + context + "</name>\n";
+    std::vector<Shape> shapes;
     for (std::size_t m = 0; m < perContext; ++m) {
       const unsigned kind = english.next(12);
       Shape shape = shapeOf(kind, english, native);
+      // Now and then a source text of the context before, translated otherwise here.
+      if (m % 13 == 5 && m < earlier.size()) {
+        shape.source = earlier[m].source;
+        shape.numerus = earlier[m].numerus;
+      }
+      shapes.push_back(shape);
       LinguistMessage message{context, shape.source, "", shape.numerus};
       // Every seventh message has a twin told apart by a comment.
       const bool twin = m % 7 == 3;
@@ -146,6 +153,7 @@ LinguistCatalogue makeLinguistCatalogue(const std::string& language, std::size_t
       }
     }
     ts += "</context>\n";
+    earlier = std::move(shapes);
   }
   ts += "</TS>\n";
   return catalogue;

@@ -1,6 +1,7 @@
 // Linguist catalogues (.ts) shaped like real apps', made up here: many contexts, numerus
-// messages, disambiguation comments, HTML, "&" mnemonics, multi-line texts, placeholders, and
-// unfinished, vanished, obsolete and empty entries; compiled with lrelease.
+// messages, disambiguation comments, source texts that come again in another context with
+// another translation, HTML, "&" mnemonics, multi-line texts, placeholders, and unfinished,
+// vanished, obsolete and empty entries; compiled with lrelease.
 #pragma once
 
 #include <cstddef>

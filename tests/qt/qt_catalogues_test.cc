@@ -91,7 +91,9 @@ TEST_F(LinguistCataloguesTest, EveryMessageAnswersAsQtsOwnTranslatorAndIsTraceab
 TEST_F(LinguistCataloguesTest, TheDevServerGivesBackCataloguesThatAnswerAsTheOriginals) {
   std::string imports;
   std::vector<LinguistCatalogue> catalogues;
-  for (const std::string language : {"ru", "pl", "ar", "ja"}) {
+  // Qt's forms of Macedonian, Welsh, Filipino and Latvian do not map one to one onto CLDR's
+  // categories: what the units cannot hold comes back as it was.
+  for (const std::string language : {"ru", "pl", "ar", "ja", "mk", "cy", "fil", "lv"}) {
     catalogues.push_back(testing::makeLinguistCatalogue(language, 12, 240));
     ASSERT_FALSE(compile(catalogues.back()).empty());
     imports += " --import '" + folder() + "/" + language + ".ts'";
