@@ -76,6 +76,25 @@ class RetranslatedLabel : public QLabel {
   }
 };
 
+// A form as uic writes it: its texts set from source texts by retranslateUi(), again on each
+// language change.
+class UiForm : public QWidget {
+ public:
+  UiForm() : label_(new QLabel) {
+    (new QHBoxLayout(this))->addWidget(label_);
+    retranslateUi();
+  }
+  QLabel* label() const { return label_; }
+  void changeEvent(QEvent* event) override {
+    if (event->type() == QEvent::LanguageChange) retranslateUi();
+    QWidget::changeEvent(event);
+  }
+
+ private:
+  void retranslateUi() { label_->setText(QCoreApplication::translate("NoteForm", "Title:")); }
+  QLabel* label_;
+};
+
 class QtAdapterTest : public testing::CaptureTest {
  protected:
   void SetUp() override {
@@ -490,6 +509,33 @@ TEST_F(QtAdapterTest, QtsArgNestsTraceableStringsWhosePlaceholdersAreCapsules) {
   EXPECT_EQ(
       shown(QCoreApplication::translate("Inbox", "%n message(s)", nullptr, 4).toStdU16String()),
       u"[{4} messages]");
+}
+
+TEST_F(QtAdapterTest, AFormsTextIsEditedInPlaceAndArgWithTwoValuesNestsBoth) {
+  auto* form = new UiForm;
+  auto* twice = new QLabel(QCoreApplication::translate("Inbox", "%1 of %2")
+                               .arg(QCoreApplication::translate("Inbox", "Page"),
+                                    QCoreApplication::translate("Inbox", "Book")));
+  window_->layout()->addWidget(form);
+  window_->layout()->addWidget(twice);
+  QApplication::processEvents();
+
+  press(twice, 650);
+  EXPECT_THAT(pageKeys(), ::testing::UnorderedElementsAre("%1 of %2", "Page", "Book"));
+  closeAll();
+
+  press(form->label(), 650);
+  EXPECT_THAT(pageKeys(), ::testing::ElementsAre("Title:"));
+  qt::EditionPopup* open = popup();
+  ASSERT_NE(open, nullptr);
+  open->field(0)->setFocus();
+  QTest::keyClick(open->windowHandle(), Qt::Key_A, Qt::ControlModifier);
+  type(open->windowHandle(), "Titre :");
+  open->closeButton()->click();
+  QApplication::processEvents();
+  QTest::qWait(20);
+  // The form translated itself again, and shows the edit.
+  EXPECT_EQ(form->label()->text(), q(cued(u"[Titre :]")));
 }
 
 // Ctrl+Alt+K and Escape over the edition screen leave it as Close does: the text is saved, or
