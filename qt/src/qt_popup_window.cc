@@ -1,6 +1,7 @@
 #include "qt_popup_window.h"
 
 #include <QApplication>
+#include <QGridLayout>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
@@ -197,6 +198,14 @@ void placeToolWindow(QWidget* tool, QWidget* over) {
 
 void openWithDetails(QMessageBox* box, const KVAlert& alert) {
   if (!alert.details.empty()) box->setDetailedText(QString::fromStdU16String(alert.details));
+  // Wide enough for its title and a line of text (no "Erro…ngs"): a spacer across the box's
+  // grid, added last as the box lays itself out again when its parts change. A minimum width
+  // on its labels widened the empty icon label too, and on a small screen the box, held to
+  // Qt's maximum width, cut its text off at the edge.
+  if (auto* grid = qobject_cast<QGridLayout*>(box->layout())) {
+    grid->addItem(new QSpacerItem(340, 0, QSizePolicy::Minimum, QSizePolicy::Fixed),
+                  grid->rowCount(), 0, 1, grid->columnCount());
+  }
   box->open();
   if (alert.details.empty()) return;
   // Qt's own button (there once the box is shown) says "Show Details..."; the technical cause
@@ -223,8 +232,6 @@ void showAlert(QWidget* parent, const KVAlert& alert, std::function<void(std::si
   box->setAttribute(Qt::WA_DeleteOnClose);
   box->setWindowModality(parent != nullptr ? Qt::WindowModal : Qt::ApplicationModal);
   box->setWindowTitle(QString::fromStdU16String(alert.title));
-  // Wide enough for its title and text on one line each where they fit.
-  box->setStyleSheet(QStringLiteral("QLabel { min-width: 340px; }"));
   // A message may carry a server's text: shown as it is, never as markup.
   box->setTextFormat(Qt::PlainText);
   box->setText(QString::fromStdU16String(alert.title));

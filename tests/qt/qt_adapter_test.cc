@@ -695,6 +695,24 @@ TEST_F(QtAdapterTest, ToolWindowsHaveTheirOwnTitleAndSizeAndStayOnTheScreen) {
   EXPECT_NE(visibleButton(box, "Details"), nullptr);
   EXPECT_GE(box->width(), 340);
   box->reject();
+  QApplication::processEvents();
+
+  // A long message wraps and is shown whole, not cut at the box's edge.
+  const QString longer =
+      "Are you sure you want to download the latest translations? All unsaved "
+      "changes on this device will be overwritten.";
+  qt::showAlert(window_.get(),
+                {u"Get Latest Text", longer.toStdU16String(), u"No", {u"Yes"}, 0, {}}, {});
+  QApplication::processEvents();
+  box = window_->findChild<QMessageBox*>();
+  ASSERT_NE(box, nullptr);
+  for (QLabel* label : box->findChildren<QLabel*>()) {
+    if (!label->text().contains("overwritten")) continue;
+    const int needed = label->heightForWidth(label->width());
+    EXPECT_GE(label->height(), needed) << "the message is cut";
+    EXPECT_TRUE(box->rect().contains(label->geometry().bottomRight()));
+  }
+  box->reject();
 }
 
 TEST_F(QtAdapterTest, ThePopupWindowDrawsTheMenuTheListsAndTheCards) {
