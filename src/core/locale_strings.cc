@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <climits>
 
+#include "base/fast_hash.h"
 #include "base/log.h"
 #include "base/plain_name.h"
 #include "base/saturating.h"
@@ -29,24 +30,98 @@ std::u16string withoutLineBreaks(std::u16string_view text) {
 
 }  // namespace
 
-KVLocaleStrings::Snapshot::Snapshot(KVStringGroups strings) : groups(std::move(strings)) {
-  byKey.reserve(groups.size());
-  for (const auto& [key, group] : groups) {
+KVLocaleStrings::Snapshot::Snapshot(KVStringGroups strings)
+    : Snapshot(nullptr, std::move(strings)) {}
+
+KVLocaleStrings::Snapshot::Snapshot(std::shared_ptr<const KVStringTable> strings,
+                                    KVStringGroups over)
+    : table(std::move(strings)), overlay(std::move(over)) {
+  byKey.reserve(overlay.size());
+  for (const auto& [key, group] : overlay) {
     if (group) byKey.emplace(key, Entry{&group, group->defaultForm()});
   }
 }
 
-const KVLocaleStrings::Snapshot::HashIndex& KVLocaleStrings::Snapshot::byHash() const {
-  std::call_once(hashIndexBuilt_, [this] {
-    byHash_.reserve(groups.size());
-    for (const auto& [key, group] : groups) {
-      if (!group) continue;
-      for (const auto& [name, form] : group->pluralForms) {
-        byHash_.try_emplace(form->localizedHash, form);
-      }
+std::optional<std::u16string_view> KVLocaleStrings::Snapshot::textForKey(std::string_view key,
+                                                                         std::string_view plural,
+                                                                         bool named) const {
+  if (!byKey.empty()) {
+    if (const auto found = byKey.find(key); found != byKey.end()) {
+      const KVString* form = named ? (*found->second.group)->formForPluralForm(plural, false)
+                                   : found->second.defaultForm;
+      if (form == nullptr) return std::nullopt;
+      return form->localizedFormat;
     }
+  }
+  if (!table) return std::nullopt;
+  const std::uint32_t group = table->find(key);
+  if (group == KVStringTable::npos) return std::nullopt;
+  return named ? table->textForCategory(group, plural) : table->defaultText(group);
+}
+
+std::shared_ptr<KVStringGroup> KVLocaleStrings::Snapshot::tableGroup(std::uint32_t index) const {
+  std::lock_guard lock(madeMutex_);
+  auto& made = made_[index];
+  if (!made) made = table->makeGroup(index);
+  return made;
+}
+
+std::shared_ptr<KVStringGroup> KVLocaleStrings::Snapshot::groupForKey(std::string_view key) const {
+  if (const auto found = byKey.find(key); found != byKey.end()) return *found->second.group;
+  if (!table) return nullptr;
+  const std::uint32_t group = table->find(key);
+  return group == KVStringTable::npos ? nullptr : tableGroup(group);
+}
+
+const KVStringGroups& KVLocaleStrings::Snapshot::groups() const {
+  if (!table) return overlay;
+  std::call_once(allGroupsMade_, [this] {
+    allGroups_.reserve(table->groupCount() + overlay.size());
+    for (std::uint32_t g = 0; g < table->groupCount(); ++g) {
+      allGroups_.emplace(table->keyAt(g), tableGroup(g));
+    }
+    for (const auto& [key, group] : overlay) allGroups_[key] = group;
   });
-  return byHash_;
+  return allGroups_;
+}
+
+void KVLocaleStrings::Snapshot::buildHashIndex() const {
+  for (const auto& [key, group] : overlay) {
+    if (!group) continue;
+    for (const auto& [name, form] : group->pluralForms) {
+      overlayByHash_.try_emplace(form->localizedHash, form);
+    }
+  }
+  if (!table) return;
+  tableByHash_.reserve(table->formCount());
+  for (std::uint32_t f = 0; f < table->formCount(); ++f) {
+    // A form under a group the overlay replaces is not what its key answers.
+    if (!overlay.empty() && overlay.count(table->keyAt(table->groupOfForm(f)))) continue;
+    tableByHash_.emplace(
+        kv_hashText(kv_matchingKey(table->formatOfForm(f), table->formIsDynamic(f))), f);
+  }
+}
+
+std::shared_ptr<const KVString> KVLocaleStrings::Snapshot::stringForHash(
+    std::u16string_view hash) const {
+  std::call_once(hashIndexBuilt_, [this] { buildHashIndex(); });
+  if (const auto found = overlayByHash_.find(hash); found != overlayByHash_.end()) {
+    return found->second;
+  }
+  // The first form in table order, as the index of objects kept the first one it met.
+  std::uint32_t first = KVStringTable::npos;
+  const auto [begin, end] = tableByHash_.equal_range(kv_hashText(hash));
+  for (auto candidate = begin; candidate != end; ++candidate) {
+    const std::uint32_t form = candidate->second;
+    if (form < first &&
+        kv_matchingKey(table->formatOfForm(form), table->formIsDynamic(form)) == hash) {
+      first = form;
+    }
+  }
+  if (first == KVStringTable::npos) return nullptr;
+  const auto group = tableGroup(table->groupOfForm(first));
+  const auto form = group->pluralForms.find(table->categoryOfForm(first));
+  return form != group->pluralForms.end() ? form->second : nullptr;
 }
 
 KVLocaleStrings::KVLocaleStrings(Locale locale)
@@ -130,14 +205,21 @@ std::optional<std::string> KVLocaleStrings::packagedFilePath() const {
 std::shared_ptr<const KVStringGroups> KVLocaleStrings::loadedStrings() const {
   const auto& snapshot = loaded_.owner();
   if (!snapshot) return nullptr;
-  return std::shared_ptr<const KVStringGroups>(snapshot, &snapshot->groups);
+  return std::shared_ptr<const KVStringGroups>(snapshot, &snapshot->groups());
 }
 
 void KVLocaleStrings::setLoadedStrings(KVStringGroups groups) {
-  loaded_.set(std::make_shared<const Snapshot>(std::move(groups)));
+  auto table = KVStringTable::fromGroups(groups);
+  if (table) groups.clear();
+  setLoadedTable(std::move(table), std::move(groups));
 }
 
-const KVStringGroups& KVLocaleStrings::dirtyStrings() const { return dirty_.owner()->groups; }
+void KVLocaleStrings::setLoadedTable(std::shared_ptr<const KVStringTable> table,
+                                     KVStringGroups overlay) {
+  loaded_.set(std::make_shared<const Snapshot>(std::move(table), std::move(overlay)));
+}
+
+const KVStringGroups& KVLocaleStrings::dirtyStrings() const { return dirty_.owner()->overlay; }
 
 void KVLocaleStrings::setDirtyStrings(KVStringGroups groups) {
   dirty_.set(std::make_shared<const Snapshot>(std::move(groups)));
@@ -153,32 +235,22 @@ void KVLocaleStrings::setDirtyGroup(const std::string& key, std::shared_ptr<KVSt
   setDirtyStrings(std::move(groups));
 }
 
-const KVLocaleStrings::Snapshot::Entry* KVLocaleStrings::entryForKey(std::string_view key) const {
-  const auto find = [key](const Snapshot* snapshot) -> const Snapshot::Entry* {
-    if (snapshot == nullptr || snapshot->byKey.empty()) return nullptr;
-    const auto found = snapshot->byKey.find(key);
-    return found != snapshot->byKey.end() ? &found->second : nullptr;
-  };
+const KVLocaleStrings::Snapshot* KVLocaleStrings::snapshotForKey(std::string_view key) const {
   // Unsent edits show only while the reviewer may edit: after logout the last downloaded
   // text is shown again.
-  if (KVMainController::sharedInstance().editionEnabled()) {
-    if (const auto* edited = find(dirty_.get())) return edited;
+  const Snapshot* edited = dirty_.get();
+  if (edited != nullptr && !edited->byKey.empty() && edited->byKey.count(key) &&
+      KVMainController::sharedInstance().editionEnabled()) {
+    return edited;
   }
-  return find(loaded_.get());
-}
-
-const KVString* KVLocaleStrings::formForKey(std::string_view key, std::string_view plural,
-                                            bool named) const {
-  const auto* entry = entryForKey(key);
-  if (entry == nullptr) return nullptr;
-  return named ? (*entry->group)->formForPluralForm(plural, false) : entry->defaultForm;
+  return loaded_.get();
 }
 
 std::shared_ptr<const KVStringGroup> KVLocaleStrings::kolvaneStringGroupForKey(
     std::string_view key) const {
   LookupGuard guard;
-  const auto* entry = entryForKey(key);
-  return entry ? *entry->group : nullptr;
+  const Snapshot* snapshot = snapshotForKey(key);
+  return snapshot ? snapshot->groupForKey(key) : nullptr;
 }
 
 std::shared_ptr<const KVString> KVLocaleStrings::kolvaneStringForKey(
@@ -189,17 +261,21 @@ std::shared_ptr<const KVString> KVLocaleStrings::kolvaneStringForKey(
 
 std::optional<std::u16string> KVLocaleStrings::localizedStringForKey(std::string_view key) const {
   LookupGuard guard;
-  const KVString* form = formForKey(key, {}, false);
-  if (form == nullptr) return std::nullopt;
-  return form->localizedFormat;
+  const Snapshot* snapshot = snapshotForKey(key);
+  if (snapshot == nullptr) return std::nullopt;
+  if (const auto text = snapshot->textForKey(key, {}, false)) return std::u16string(*text);
+  return std::nullopt;
 }
 
 std::optional<std::u16string> KVLocaleStrings::localizedStringForKey(
     std::string_view key, const std::optional<std::string>& plural) const {
   LookupGuard guard;
-  const KVString* form = formForKey(key, plural.value_or(""), plural.has_value());
-  if (form == nullptr) return std::nullopt;
-  return form->localizedFormat;
+  const Snapshot* snapshot = snapshotForKey(key);
+  if (snapshot == nullptr) return std::nullopt;
+  if (const auto text = snapshot->textForKey(key, plural.value_or(""), plural.has_value())) {
+    return std::u16string(*text);
+  }
+  return std::nullopt;
 }
 
 std::shared_ptr<KVString> KVLocaleStrings::findLocalizedString(std::u16string_view hash,
@@ -218,10 +294,7 @@ std::shared_ptr<const KVString> KVLocaleStrings::kolvaneStringForLocalizedString
   LookupGuard guard;
   for (const Snapshot* snapshot : {dirty_.get(), loaded_.get()}) {
     if (snapshot == nullptr) continue;
-    const Snapshot::HashIndex& index = snapshot->byHash();
-    if (const auto found = index.find(hash); found != index.end()) {
-      return found->second;
-    }
+    if (auto found = snapshot->stringForHash(hash)) return found;
   }
   return nullptr;
 }
@@ -382,9 +455,7 @@ std::shared_ptr<const KVStringGroup> KVLocaleStrings::setReviewStatus(
     LookupGuard guard;
     for (const Snapshot* snapshot : {dirty_.get(), loaded_.get()}) {
       if (snapshot == nullptr) continue;
-      if (const auto found = snapshot->groups.find(key); found != snapshot->groups.end()) {
-        return found->second;
-      }
+      if (auto found = snapshot->groupForKey(key)) return found;
     }
   }
   // A string this store does not hold (one only the base has) is decided all the same: a copy
@@ -413,23 +484,24 @@ void KVLocaleStrings::applyReviewStatuses(const std::map<std::string, unsigned>&
   // is one, is the one the review decision holds.
   const auto restamp = [&statuses](const Snapshot* snapshot,
                                    std::map<std::string, std::shared_ptr<KVStringGroup>>& decided) {
-    if (snapshot == nullptr) return std::optional<KVStringGroups>();
+    if (snapshot == nullptr) return std::shared_ptr<const Snapshot>();
     std::optional<KVStringGroups> changed;
     for (const auto& [key, status] : statuses) {
-      const auto found = snapshot->groups.find(key);
-      if (found == snapshot->groups.end() || !found->second) continue;
-      if (!changed) changed = snapshot->groups;
-      auto copy = found->second->copy();
+      const auto found = snapshot->groupForKey(key);
+      if (!found) continue;
+      if (!changed) changed = snapshot->overlay;
+      auto copy = found->copy();
       for (const auto& [name, form] : copy->pluralForms) form->group = copy;
       copy->status = status;
       (*changed)[key] = copy;
       decided[key] = std::move(copy);
     }
-    return changed;
+    if (!changed) return std::shared_ptr<const Snapshot>();
+    return std::make_shared<const Snapshot>(snapshot->table, std::move(*changed));
   };
   std::map<std::string, std::shared_ptr<KVStringGroup>> decided;
-  if (auto loaded = restamp(loaded_.owner().get(), decided)) setLoadedStrings(std::move(*loaded));
-  if (auto dirty = restamp(dirty_.owner().get(), decided)) setDirtyStrings(std::move(*dirty));
+  if (auto loaded = restamp(loaded_.owner().get(), decided)) loaded_.set(std::move(loaded));
+  if (auto dirty = restamp(dirty_.owner().get(), decided)) dirty_.set(std::move(dirty));
   for (const auto& [key, group] : decided) recordDecision(group);
 }
 

@@ -21,6 +21,7 @@
 #include "core/published.h"
 #include "kolvane/locale.h"
 #include "strings/string_group.h"
+#include "strings/string_table.h"
 
 namespace kolvane {
 
@@ -54,6 +55,9 @@ class KVLocaleStrings : public std::enable_shared_from_this<KVLocaleStrings> {
   // group before changing it.
   std::shared_ptr<const KVStringGroups> loadedStrings() const;
   void setLoadedStrings(KVStringGroups groups);
+  // The same, for strings already in a table (read from a file or its image), with `overlay`
+  // over it.
+  void setLoadedTable(std::shared_ptr<const KVStringTable> table, KVStringGroups overlay = {});
   // Main thread. The strings edited on this device and not yet sent.
   const KVStringGroups& dirtyStrings() const;
   void setDirtyStrings(KVStringGroups groups);
@@ -120,29 +124,53 @@ class KVLocaleStrings : public std::enable_shared_from_this<KVLocaleStrings> {
  private:
   // The groups of a snapshot are never changed once it is published; edits and review
   // decisions publish a new snapshot. The indexes below rely on it.
+  //
+  // Strings read from files sit in a table (one block, or its mapped image); groups given as
+  // objects (edits, restamped decisions) lie over it and win. Snapshots made from one another
+  // share the table, so a decision copies one group, not the store.
   struct Snapshot {
     explicit Snapshot(KVStringGroups strings);
+    Snapshot(std::shared_ptr<const KVStringTable> table, KVStringGroups overlay);
     struct Entry {
-      const std::shared_ptr<KVStringGroup>* group;  // the value in `groups`
+      const std::shared_ptr<KVStringGroup>* group;  // the value in `overlay`
       const KVString* defaultForm;                  // what a lookup without category answers
     };
-    KVStringGroups groups;
+    std::shared_ptr<const KVStringTable> table;
+    KVStringGroups overlay;
     // By key, straight to the form a lookup answers: the path of every string the app shows.
     std::unordered_map<std::string_view, Entry, KVStringHash, std::equal_to<>> byKey;
-    // By matching key, for the reviewer's touches. Keys view the forms' own texts. Built on
-    // the first reverse lookup, so an app whose users never review pays nothing for it.
-    using HashIndex = std::unordered_map<std::u16string_view, std::shared_ptr<const KVString>,
-                                         KVTextHash, std::equal_to<>>;
-    const HashIndex& byHash() const;
+
+    bool empty() const { return byKey.empty() && (!table || table->groupCount() == 0); }
+    // The text a lookup answers (the default form, or `plural`'s when `named`).
+    std::optional<std::u16string_view> textForKey(std::string_view key, std::string_view plural,
+                                                  bool named) const;
+    // The group of `key`, made from the table once and then kept.
+    std::shared_ptr<KVStringGroup> groupForKey(std::string_view key) const;
+    // Every group, the overlay over the table; made on first use (the review, logs, tools).
+    const KVStringGroups& groups() const;
+    // By matching key, for the reviewer's touches; built on the first reverse lookup, so an app
+    // whose users never review pays nothing for it.
+    std::shared_ptr<const KVString> stringForHash(std::u16string_view hash) const;
 
    private:
+    std::shared_ptr<KVStringGroup> tableGroup(std::uint32_t index) const;
+    void buildHashIndex() const;
+
+    mutable std::mutex madeMutex_;
+    mutable std::unordered_map<std::uint32_t, std::shared_ptr<KVStringGroup>> made_;
+    mutable std::once_flag allGroupsMade_;
+    mutable KVStringGroups allGroups_;
     mutable std::once_flag hashIndexBuilt_;
-    mutable HashIndex byHash_;
+    // Overlay forms by their matching key; table forms by the hash of it (form + 1).
+    mutable std::unordered_map<std::u16string_view, std::shared_ptr<const KVString>, KVTextHash,
+                               std::equal_to<>>
+        overlayByHash_;
+    mutable std::unordered_multimap<std::uint64_t, std::uint32_t> tableByHash_;
   };
 
   // Lookups without taking references; the caller holds a LookupGuard.
-  const Snapshot::Entry* entryForKey(std::string_view key) const;
-  const KVString* formForKey(std::string_view key, std::string_view plural, bool named) const;
+  // The edited snapshot while editing is enabled and it holds the key, else the loaded one.
+  const Snapshot* snapshotForKey(std::string_view key) const;
   // Publishes the loaded and edited snapshots again with `statuses` (key to status) applied
   // to copies of their groups, and keeps accepted and rejected groups in their maps.
   void applyReviewStatuses(const std::map<std::string, unsigned>& statuses);

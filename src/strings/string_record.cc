@@ -26,15 +26,14 @@ void KVString::extractFormatFromString(std::u16string markedText) {
   recalculateHash();
 }
 
-void KVString::recalculateHash() {
+std::u16string kv_matchingKey(std::u16string_view format, bool dynamic) {
   const TextServices& text = Platform::current().textServices();
-  if (!dynamic) {
-    localizedHash = text.lowercase(localizedFormat);
-    return;
-  }
-  localizedHash = text.lowercase(kv_enumerateCuesUsingBlock(
-      localizedFormat, [](std::u16string_view) { return std::optional<std::u16string>(); }));
+  if (!dynamic) return text.lowercase(std::u16string(format));
+  return text.lowercase(kv_enumerateCuesUsingBlock(
+      format, [](std::u16string_view) { return std::optional<std::u16string>(); }));
 }
+
+void KVString::recalculateHash() { localizedHash = kv_matchingKey(localizedFormat, dynamic); }
 
 std::shared_ptr<KVString> KVString::copy() const {
   auto copied = std::make_shared<KVString>(*this);

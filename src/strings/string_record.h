@@ -39,6 +39,9 @@ class KVString {
   std::string description() const;
 };
 
+// The matching key of a format: lowercased, with every placeholder emptied when dynamic.
+std::u16string kv_matchingKey(std::u16string_view format, bool dynamic);
+
 // An argument value of a displayed string: the text shown in place of a specifier, or the
 // record of a string nested there.
 using KVArgumentValue = std::variant<std::u16string, std::shared_ptr<const KVString>>;

@@ -1,0 +1,545 @@
+#include "strings/string_table.h"
+
+#include <array>
+#include <cstring>
+#include <vector>
+
+#include "base/fast_hash.h"
+#include "strings/cues.h"
+
+namespace kolvane {
+namespace string_table {
+
+struct TextRef {
+  std::uint32_t offset = 0;
+  std::uint32_t length = 0;
+};
+
+struct Header {
+  char magic[8];
+  std::uint32_t version;
+  std::uint32_t byteOrder;
+  std::uint64_t totalSize;
+  std::uint64_t checksum;
+  std::uint64_t sourceSize;
+  std::int64_t sourceModified;
+  std::uint64_t sourceIdentity;
+  std::uint32_t sourceKind;
+  std::uint32_t groupCount;
+  std::uint32_t formCount;
+  std::uint32_t formExtraCount;
+  std::uint32_t groupExtraCount;
+  std::uint32_t slotCount;
+  std::uint32_t spanCount;
+  std::uint32_t text16Units;
+  std::uint32_t text8Bytes;
+  std::uint32_t reserved;
+};
+static_assert(sizeof(Header) == 96);
+
+struct Group {
+  TextRef key;
+  std::uint32_t firstForm = 0;
+  std::uint32_t status = 0;
+  std::uint16_t formCount = 0;
+  std::uint16_t flags = 0;
+  std::uint32_t extra = 0;  // index + 1
+};
+
+struct Form {
+  TextRef format;
+  std::uint32_t uidOffset = 0;
+  std::uint32_t extra = 0;  // index + 1
+  std::uint16_t uidLength = 0;
+  std::uint8_t category = 0;
+  std::uint8_t flags = 0;
+};
+
+struct FormExtra {
+  TextRef note;        // text16
+  TextRef ownKey;      // text8, when the form's key is not its group's
+  TextRef name;        // text8, a category without a code
+  TextRef pluralForm;  // text8, when it is not the category name
+  TextRef uid;         // text8, when too long for the form
+  TextRef specifiers;  // spans
+};
+
+struct GroupExtra {
+  TextRef reason;       // text16
+  TextRef description;  // text16
+  TextRef ownKey;       // text8, when the group's key is not the one it is found by
+};
+
+}  // namespace string_table
+
+namespace {
+
+using namespace string_table;
+
+constexpr char kMagic[8] = {'K', 'V', 'S', 'T', 'R', 'T', 'B', 'L'};
+constexpr std::uint32_t kByteOrderMark = 0x01020304;
+
+constexpr std::array<std::string_view, 7> kCategoryNames = {"none", "zero", "one",  "two",
+                                                            "few",  "many", "other"};
+constexpr std::uint8_t kCustomCategory = kCategoryNames.size();
+
+enum FormFlag : std::uint8_t {
+  kDynamic = 1,
+  kFromBase = 2,
+  kHasPluralForm = 4,
+  kOwnPluralForm = 8,
+  kOwnKey = 16,
+  kOwnSpecifiers = 32,
+  kLongUid = 64,
+};
+constexpr std::uint8_t kFlagsNeedingExtra = kOwnPluralForm | kOwnKey | kOwnSpecifiers | kLongUid;
+
+enum GroupFlag : std::uint16_t { kHasPlurals = 1, kOwnGroupKey = 2 };
+
+std::uint64_t roundUp8(std::uint64_t size) { return (size + 7) & ~std::uint64_t{7}; }
+
+// Where each section starts, from the counts of a header; all in bytes from the image's start.
+struct Sections {
+  std::uint64_t slots, groups, forms, formExtras, groupExtras, spans, text16, text8, end;
+};
+
+Sections sectionsOf(const Header& h) {
+  Sections s{};
+  s.slots = sizeof(Header);
+  s.groups = s.slots + std::uint64_t{h.slotCount} * sizeof(std::uint64_t);
+  s.forms = roundUp8(s.groups + std::uint64_t{h.groupCount} * sizeof(Group));
+  s.formExtras = roundUp8(s.forms + std::uint64_t{h.formCount} * sizeof(Form));
+  s.groupExtras = roundUp8(s.formExtras + std::uint64_t{h.formExtraCount} * sizeof(FormExtra));
+  s.spans = roundUp8(s.groupExtras + std::uint64_t{h.groupExtraCount} * sizeof(GroupExtra));
+  s.text16 = roundUp8(s.spans + std::uint64_t{h.spanCount} * sizeof(TextRef));
+  s.text8 = roundUp8(s.text16 + std::uint64_t{h.text16Units} * sizeof(char16_t));
+  s.end = roundUp8(s.text8 + h.text8Bytes);
+  return s;
+}
+
+std::uint64_t checksumOf(std::string_view image) {
+  return kv_hashBytes(image.data() + sizeof(Header), image.size() - sizeof(Header));
+}
+
+std::vector<std::u16string_view> placeholderSpecifiers(std::u16string_view format, bool dynamic) {
+  std::vector<std::u16string_view> specifiers;
+  if (!dynamic) return specifiers;
+  kv_forEachPlaceholder(format, [&](std::u16string_view specifier) {
+    if (!specifier.empty()) specifiers.push_back(specifier);
+  });
+  return specifiers;
+}
+
+bool sameSpecifiers(const std::vector<std::u16string>& kept,
+                    const std::vector<std::u16string_view>& derived) {
+  if (kept.size() != derived.size()) return false;
+  for (std::size_t i = 0; i < kept.size(); ++i) {
+    if (kept[i] != derived[i]) return false;
+  }
+  return true;
+}
+
+// Lays out the records of groups as an image.
+class Builder {
+ public:
+  void addGroup(std::string_view foundBy, const KVStringGroup& group) {
+    Group record;
+    record.key = add8(foundBy);
+    record.firstForm = static_cast<std::uint32_t>(forms_.size());
+    record.status = group.status;
+    record.formCount = static_cast<std::uint16_t>(group.pluralForms.size());
+    record.flags = group.hasPlurals ? kHasPlurals : 0;
+    if (group.pluralForms.size() > UINT16_MAX) tooLarge_ = true;
+    if (!group.rejectReason.empty() || !group.rejectDescription.empty() || group.key != foundBy) {
+      GroupExtra extra;
+      extra.reason = add16(group.rejectReason);
+      extra.description = add16(group.rejectDescription);
+      if (group.key != foundBy) {
+        record.flags |= kOwnGroupKey;
+        extra.ownKey = add8(group.key);
+      }
+      groupExtras_.push_back(extra);
+      record.extra = static_cast<std::uint32_t>(groupExtras_.size());
+    }
+    for (const auto& [name, form] : group.pluralForms) addForm(group.key, name, *form);
+    groups_.push_back(record);
+  }
+
+  std::shared_ptr<std::vector<std::uint64_t>> finish(const KVStringTable::SourceStamp& source) {
+    if (tooLarge_ || groups_.size() >= UINT32_MAX / 2) return nullptr;
+    Header header{};
+    std::memcpy(header.magic, kMagic, sizeof kMagic);
+    header.version = KVStringTable::kImageVersion;
+    header.byteOrder = kByteOrderMark;
+    header.sourceSize = source.size;
+    header.sourceModified = source.modified;
+    header.sourceIdentity = source.identity;
+    header.sourceKind = source.kind;
+    header.groupCount = static_cast<std::uint32_t>(groups_.size());
+    header.formCount = static_cast<std::uint32_t>(forms_.size());
+    header.formExtraCount = static_cast<std::uint32_t>(formExtras_.size());
+    header.groupExtraCount = static_cast<std::uint32_t>(groupExtras_.size());
+    header.spanCount = static_cast<std::uint32_t>(spans_.size());
+    header.text16Units = static_cast<std::uint32_t>(text16_.size());
+    header.text8Bytes = static_cast<std::uint32_t>(text8_.size());
+    std::uint32_t slotCount = 8;
+    while (slotCount < groups_.size() + groups_.size() / 3 + 1) slotCount *= 2;
+    header.slotCount = slotCount;
+    const Sections at = sectionsOf(header);
+    header.totalSize = at.end;
+    auto image = std::make_shared<std::vector<std::uint64_t>>(at.end / 8);
+    auto* bytes = reinterpret_cast<char*>(image->data());
+    auto* slots = reinterpret_cast<std::uint64_t*>(bytes + at.slots);
+    for (std::size_t g = 0; g < groups_.size(); ++g) {
+      const std::uint64_t hash =
+          kv_hashText(text8_.substr(groups_[g].key.offset, groups_[g].key.length));
+      std::uint64_t i = hash & (slotCount - 1);
+      while (slots[i] != 0) i = (i + 1) & (slotCount - 1);
+      slots[i] = (hash >> 32 << 32) | (g + 1);
+    }
+    copyInto(bytes + at.groups, groups_);
+    copyInto(bytes + at.forms, forms_);
+    copyInto(bytes + at.formExtras, formExtras_);
+    copyInto(bytes + at.groupExtras, groupExtras_);
+    copyInto(bytes + at.spans, spans_);
+    std::memcpy(bytes + at.text16, text16_.data(), text16_.size() * sizeof(char16_t));
+    std::memcpy(bytes + at.text8, text8_.data(), text8_.size());
+    header.checksum = checksumOf(std::string_view(bytes, at.end));
+    std::memcpy(bytes, &header, sizeof header);
+    return image;
+  }
+
+ private:
+  void addForm(std::string_view groupKey, std::string_view name, const KVString& form) {
+    Form record;
+    FormExtra extra;
+    bool needsExtra = false;
+    record.format = add16(form.localizedFormat);
+    record.flags = (form.dynamic ? kDynamic : 0) | (form.fromBase ? kFromBase : 0);
+    if (form.uid.size() <= UINT16_MAX) {
+      const TextRef uid = add8(form.uid);
+      record.uidOffset = uid.offset;
+      record.uidLength = static_cast<std::uint16_t>(uid.length);
+    } else {
+      record.flags |= kLongUid;
+      extra.uid = add8(form.uid);
+      needsExtra = true;
+    }
+    record.category = kCustomCategory;
+    for (std::uint8_t code = 0; code < kCategoryNames.size(); ++code) {
+      if (kCategoryNames[code] == name) record.category = code;
+    }
+    if (record.category == kCustomCategory) {
+      extra.name = add8(name);
+      needsExtra = true;
+    }
+    if (form.pluralForm) {
+      record.flags |= kHasPluralForm;
+      if (*form.pluralForm != name) {
+        record.flags |= kOwnPluralForm;
+        extra.pluralForm = add8(*form.pluralForm);
+        needsExtra = true;
+      }
+    }
+    if (form.key != groupKey) {
+      record.flags |= kOwnKey;
+      extra.ownKey = add8(form.key);
+      needsExtra = true;
+    }
+    if (!sameSpecifiers(form.argumentFormatSpecifiers,
+                        placeholderSpecifiers(form.localizedFormat, form.dynamic))) {
+      record.flags |= kOwnSpecifiers;
+      extra.specifiers.offset = static_cast<std::uint32_t>(spans_.size());
+      extra.specifiers.length = static_cast<std::uint32_t>(form.argumentFormatSpecifiers.size());
+      for (const auto& specifier : form.argumentFormatSpecifiers)
+        spans_.push_back(add16(specifier));
+      needsExtra = true;
+    }
+    if (!form.note.empty()) {
+      extra.note = add16(form.note);
+      needsExtra = true;
+    }
+    if (needsExtra) {
+      formExtras_.push_back(extra);
+      record.extra = static_cast<std::uint32_t>(formExtras_.size());
+    }
+    forms_.push_back(record);
+  }
+
+  TextRef add16(std::u16string_view text) { return addText(text16_, text); }
+  TextRef add8(std::string_view text) { return addText(text8_, text); }
+
+  template <typename Text, typename View>
+  TextRef addText(Text& into, View text) {
+    if (into.size() + text.size() >= UINT32_MAX) {
+      tooLarge_ = true;
+      return {};
+    }
+    const TextRef ref{static_cast<std::uint32_t>(into.size()),
+                      static_cast<std::uint32_t>(text.size())};
+    into.append(text);
+    return ref;
+  }
+
+  template <typename Record>
+  static void copyInto(char* at, const std::vector<Record>& records) {
+    if (!records.empty()) std::memcpy(at, records.data(), records.size() * sizeof(Record));
+  }
+
+  std::vector<Group> groups_;
+  std::vector<Form> forms_;
+  std::vector<FormExtra> formExtras_;
+  std::vector<GroupExtra> groupExtras_;
+  std::vector<TextRef> spans_;
+  std::u16string text16_;
+  std::string text8_;
+  bool tooLarge_ = false;
+};
+
+bool within(const TextRef& ref, std::size_t size) {
+  return std::uint64_t{ref.offset} + ref.length <= size;
+}
+
+}  // namespace
+
+std::shared_ptr<const KVStringTable> KVStringTable::fromGroups(const KVStringGroups& groups,
+                                                               const SourceStamp& source) {
+  Builder builder;
+  for (const auto& [key, group] : groups) {
+    if (group) builder.addGroup(key, *group);
+  }
+  auto image = builder.finish(source);
+  if (!image) return nullptr;
+  const std::string_view bytes(reinterpret_cast<const char*>(image->data()),
+                               image->size() * sizeof(std::uint64_t));
+  return fromImage(std::move(image), bytes);
+}
+
+std::shared_ptr<const KVStringTable> KVStringTable::fromImage(std::shared_ptr<const void> owner,
+                                                              std::string_view bytes) {
+  std::shared_ptr<KVStringTable> table(new KVStringTable());
+  if (reinterpret_cast<std::uintptr_t>(bytes.data()) % alignof(std::uint64_t) != 0) {
+    auto copy = std::make_shared<std::vector<std::uint64_t>>((bytes.size() + 7) / 8);
+    std::memcpy(copy->data(), bytes.data(), bytes.size());
+    bytes = std::string_view(reinterpret_cast<const char*>(copy->data()), bytes.size());
+    owner = std::move(copy);
+  }
+  table->owner_ = std::move(owner);
+  table->bytes_ = bytes;
+  if (!table->openSections()) return nullptr;
+  return table;
+}
+
+bool KVStringTable::openSections() {
+  Header header;
+  if (bytes_.size() < sizeof header) return false;
+  std::memcpy(&header, bytes_.data(), sizeof header);
+  if (std::memcmp(header.magic, kMagic, sizeof kMagic) != 0 || header.version != kImageVersion ||
+      header.byteOrder != kByteOrderMark || header.totalSize != bytes_.size()) {
+    return false;
+  }
+  const Sections at = sectionsOf(header);
+  if (at.end != bytes_.size() || checksumOf(bytes_) != header.checksum) return false;
+  const std::uint32_t slots = header.slotCount;
+  if (slots == 0 || (slots & (slots - 1)) != 0 || slots <= header.groupCount) return false;
+
+  source_ = {header.sourceSize, header.sourceModified, header.sourceIdentity, header.sourceKind};
+  groupCount_ = header.groupCount;
+  formCount_ = header.formCount;
+  formExtraCount_ = header.formExtraCount;
+  groupExtraCount_ = header.groupExtraCount;
+  spanCount_ = header.spanCount;
+  text16Size_ = header.text16Units;
+  text8Size_ = header.text8Bytes;
+  const char* base = bytes_.data();
+  slots_ = reinterpret_cast<const std::uint64_t*>(base + at.slots);
+  slotMask_ = slots - 1;
+  groups_ = reinterpret_cast<const Group*>(base + at.groups);
+  forms_ = reinterpret_cast<const Form*>(base + at.forms);
+  formExtras_ = reinterpret_cast<const FormExtra*>(base + at.formExtras);
+  groupExtras_ = reinterpret_cast<const GroupExtra*>(base + at.groupExtras);
+  spans_ = reinterpret_cast<const TextRef*>(base + at.spans);
+  text16_ = reinterpret_cast<const char16_t*>(base + at.text16);
+  text8_ = base + at.text8;
+  return recordsAreWhole();
+}
+
+bool KVStringTable::recordsAreWhole() const {
+  std::size_t empty = 0;
+  for (std::uint64_t i = 0; i <= slotMask_; ++i) {
+    const std::uint64_t group = slots_[i] & UINT32_MAX;
+    if (group == 0) ++empty;
+    if (group > groupCount_) return false;
+  }
+  if (empty == 0) return false;
+  std::uint64_t nextForm = 0;
+  for (std::size_t g = 0; g < groupCount_; ++g) {
+    const Group& group = groups_[g];
+    if (group.firstForm != nextForm) return false;
+    nextForm += group.formCount;
+    if (!within(group.key, text8Size_) || nextForm > formCount_ || group.extra > groupExtraCount_ ||
+        ((group.flags & kOwnGroupKey) && group.extra == 0)) {
+      return false;
+    }
+  }
+  if (nextForm != formCount_) return false;
+  for (std::size_t e = 0; e < groupExtraCount_; ++e) {
+    const GroupExtra& extra = groupExtras_[e];
+    if (!within(extra.reason, text16Size_) || !within(extra.description, text16Size_) ||
+        !within(extra.ownKey, text8Size_)) {
+      return false;
+    }
+  }
+  for (std::size_t f = 0; f < formCount_; ++f) {
+    const Form& form = forms_[f];
+    const bool needsExtra = form.category == kCustomCategory || (form.flags & kFlagsNeedingExtra);
+    if (!within(form.format, text16Size_) ||
+        std::uint64_t{form.uidOffset} + form.uidLength > text8Size_ ||
+        form.extra > formExtraCount_ || form.category > kCustomCategory ||
+        (needsExtra && form.extra == 0)) {
+      return false;
+    }
+  }
+  for (std::size_t e = 0; e < formExtraCount_; ++e) {
+    const FormExtra& extra = formExtras_[e];
+    if (!within(extra.note, text16Size_) || !within(extra.ownKey, text8Size_) ||
+        !within(extra.name, text8Size_) || !within(extra.pluralForm, text8Size_) ||
+        !within(extra.uid, text8Size_) || !within(extra.specifiers, spanCount_)) {
+      return false;
+    }
+  }
+  for (std::size_t s = 0; s < spanCount_; ++s) {
+    if (!within(spans_[s], text16Size_)) return false;
+  }
+  return true;
+}
+
+std::size_t KVStringTable::formatBytes() const {
+  std::size_t bytes = 0;
+  for (std::size_t f = 0; f < formCount_; ++f) bytes += forms_[f].format.length * sizeof(char16_t);
+  return bytes;
+}
+
+std::uint32_t KVStringTable::find(std::string_view key) const {
+  const std::uint64_t hash = kv_hashText(key);
+  const std::uint64_t tag = hash >> 32;
+  for (std::uint64_t i = hash & slotMask_;; i = (i + 1) & slotMask_) {
+    const std::uint64_t slot = slots_[i];
+    if (slot == 0) return npos;
+    const auto group = static_cast<std::uint32_t>(slot & UINT32_MAX) - 1;
+    if ((slot >> 32) == tag && keyAt(group) == key) return group;
+  }
+}
+
+std::string_view KVStringTable::keyAt(std::uint32_t group) const {
+  const TextRef& key = groups_[group].key;
+  return {text8_ + key.offset, key.length};
+}
+
+std::string_view KVStringTable::categoryOfForm(std::uint32_t form) const {
+  const Form& record = forms_[form];
+  if (record.category != kCustomCategory) return kCategoryNames[record.category];
+  const TextRef& name = formExtras_[record.extra - 1].name;
+  return {text8_ + name.offset, name.length};
+}
+
+std::uint32_t KVStringTable::formForCategory(std::uint32_t group, std::string_view category,
+                                             bool strict) const {
+  const Group& record = groups_[group];
+  const std::uint32_t end = record.firstForm + record.formCount;
+  for (std::uint32_t f = record.firstForm; f < end; ++f) {
+    if (categoryOfForm(f) == category) return f;
+  }
+  if (strict || record.formCount == 0) return npos;
+  for (std::uint32_t f = record.firstForm; f < end; ++f) {
+    if (categoryOfForm(f) == "other") return f;
+  }
+  return record.firstForm;
+}
+
+std::optional<std::u16string_view> KVStringTable::defaultText(std::uint32_t group) const {
+  const bool plurals = groups_[group].flags & kHasPlurals;
+  return textForCategory(group, plurals ? "other" : kNoPluralFormName);
+}
+
+std::optional<std::u16string_view> KVStringTable::textForCategory(std::uint32_t group,
+                                                                  std::string_view category) const {
+  const std::uint32_t form = formForCategory(group, category, false);
+  if (form == npos) return std::nullopt;
+  return formatOfForm(form);
+}
+
+std::uint32_t KVStringTable::groupOfForm(std::uint32_t form) const {
+  // Forms are laid out group after group: the last group starting at or before the form.
+  std::uint32_t low = 0;
+  std::uint32_t high = static_cast<std::uint32_t>(groupCount_);
+  while (high - low > 1) {
+    const std::uint32_t middle = low + (high - low) / 2;
+    if (groups_[middle].firstForm <= form) {
+      low = middle;
+    } else {
+      high = middle;
+    }
+  }
+  return low;
+}
+
+std::u16string_view KVStringTable::formatOfForm(std::uint32_t form) const {
+  const TextRef& format = forms_[form].format;
+  return {text16_ + format.offset, format.length};
+}
+
+bool KVStringTable::formIsDynamic(std::uint32_t form) const {
+  return forms_[form].flags & kDynamic;
+}
+
+std::shared_ptr<KVStringGroup> KVStringTable::makeGroup(std::uint32_t index) const {
+  const auto text16 = [this](const TextRef& ref) {
+    return std::u16string(text16_ + ref.offset, ref.length);
+  };
+  const auto text8 = [this](const TextRef& ref) {
+    return std::string(text8_ + ref.offset, ref.length);
+  };
+  const Group& record = groups_[index];
+  auto group = std::make_shared<KVStringGroup>();
+  group->key = keyAt(index);
+  group->status = record.status;
+  group->hasPlurals = record.flags & kHasPlurals;
+  if (record.extra != 0) {
+    const GroupExtra& extra = groupExtras_[record.extra - 1];
+    group->rejectReason = text16(extra.reason);
+    group->rejectDescription = text16(extra.description);
+    if (record.flags & kOwnGroupKey) group->key = text8(extra.ownKey);
+  }
+  for (std::uint32_t f = record.firstForm; f < record.firstForm + record.formCount; ++f) {
+    const Form& form = forms_[f];
+    const FormExtra* extra = form.extra != 0 ? &formExtras_[form.extra - 1] : nullptr;
+    auto string = std::make_shared<KVString>();
+    string->key = (form.flags & kOwnKey) ? text8(extra->ownKey) : group->key;
+    string->uid = (form.flags & kLongUid) ? text8(extra->uid)
+                                          : std::string(text8_ + form.uidOffset, form.uidLength);
+    const std::string category(categoryOfForm(f));
+    if (form.flags & kHasPluralForm) {
+      string->pluralForm = (form.flags & kOwnPluralForm) ? text8(extra->pluralForm) : category;
+    }
+    string->dynamic = form.flags & kDynamic;
+    string->fromBase = form.flags & kFromBase;
+    string->localizedFormat = std::u16string(formatOfForm(f));
+    if (extra != nullptr) string->note = text16(extra->note);
+    if (form.flags & kOwnSpecifiers) {
+      for (std::uint32_t s = 0; s < extra->specifiers.length; ++s) {
+        string->argumentFormatSpecifiers.push_back(text16(spans_[extra->specifiers.offset + s]));
+      }
+    } else {
+      for (const auto specifier : placeholderSpecifiers(string->localizedFormat, string->dynamic)) {
+        string->argumentFormatSpecifiers.emplace_back(specifier);
+      }
+    }
+    string->recalculateHash();
+    string->group = group;
+    group->pluralForms[category] = std::move(string);
+  }
+  return group;
+}
+
+}  // namespace kolvane
