@@ -14,6 +14,7 @@
 #include <random>
 
 #include "base/utf.h"
+#include "core/locale_strings.h"
 #include "core/main_controller.h"
 #include "kolvane/kolvane.h"
 #include "kolvane/linux_platform.h"
@@ -112,6 +113,15 @@ const Catalogue& catalogue(int size) {
   auto& entry = made[size];
   if (!entry) entry = makeCatalogue(size);
   return *entry;
+}
+
+KVFileTable readPublishedTable(const Catalogue& c) {
+  return kv_readFileTable(c.publishedFile, KVTableReader::xliff, KVStringStatusPublished, [&c] {
+    KVStringGroups groups;
+    KVLocaleStrings::loadStringsFromPath(c.publishedFile, &groups, nullptr, KVStringStatusPublished,
+                                         true);
+    return std::optional<KVStringGroups>(std::move(groups));
+  });
 }
 
 void startKolvaneOn(const Catalogue& c) {

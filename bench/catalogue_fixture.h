@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "core/table_images.h"
+
 namespace kolvane::bench {
 
 struct Catalogue {
@@ -24,6 +26,8 @@ struct Catalogue {
 
 // Made on first use for each size, and Kolvane started on the one asked for last.
 const Catalogue& catalogue(int size);
+// Reads the catalogue's published file as a store does: from its image when one matches.
+KVFileTable readPublishedTable(const Catalogue& catalogue);
 // Starts (or restarts) Kolvane on the catalogue: platform, saved locale, stores loaded.
 void startKolvaneOn(const Catalogue& catalogue);
 

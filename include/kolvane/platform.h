@@ -3,6 +3,7 @@
 // Tests install fakes.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -50,6 +51,12 @@ using StringsFileResult = std::variant<StringsTable, StringsFileError>;
 // Why a write failed, in the terms a user can act on.
 enum class FileWriteFailure { unknown, diskFull, notWritable };
 
+// A file's bytes, kept readable while `owner` lives (a mapping of the file, or a copy).
+struct FileBytes {
+  std::shared_ptr<const void> owner;
+  std::string_view bytes;
+};
+
 // Files and folders. Any thread may call.
 class KOLVANE_EXPORT FileSystem {
  public:
@@ -75,6 +82,9 @@ class KOLVANE_EXPORT FileSystem {
   // Why the calling thread's last failed write or removal failed; unknown where the file
   // system cannot tell.
   virtual FileWriteFailure lastWriteFailure() const { return FileWriteFailure::unknown; }
+  // The file's bytes, mapped where the file system can (the file must then be replaced only
+  // whole, never rewritten in place); the default reads it.
+  virtual std::optional<FileBytes> mapFile(const std::string& path) const;
 };
 
 // Unicode and locale services. Any thread may call.

@@ -132,7 +132,7 @@ std::shared_ptr<KVLocaleStrings> KVLocaleStrings::localeStringsForLocale(const L
 }
 
 bool KVLocaleStrings::loadStringsFromPath(const std::string& path, KVStringGroups* into,
-                                          KVStringGroups* source, unsigned status) {
+                                          KVStringGroups* source, unsigned status, bool forTable) {
   FileSystem& files = Platform::current().fileSystem();
   if (!files.fileExists(path)) return false;
   kvDebug("Loading strings from " + path);
@@ -144,7 +144,9 @@ bool KVLocaleStrings::loadStringsFromPath(const std::string& path, KVStringGroup
   KVStringGroups sources;
   std::optional<KVError> error;
   KVStringGroups groups =
-      KVXliffParser::parseXliffData(*bytes, source ? &sources : nullptr, status, &error);
+      forTable && !source
+          ? KVXliffParser::parseXliffDataForTable(*bytes, status, &error)
+          : KVXliffParser::parseXliffData(*bytes, source ? &sources : nullptr, status, &error);
   if (error) {
     kvDebug("Error loading strings from " + path + ": " + error->localizedDescription);
     return false;
@@ -161,7 +163,7 @@ bool KVLocaleStrings::loadStringsFromPath(const std::string& path, KVStringGroup
 }
 
 bool KVLocaleStrings::loadStringsFromLocalizableStringsAtPath(const std::string& path,
-                                                              KVStringGroups& into) {
+                                                              KVStringGroups& into, bool forTable) {
   FileSystem& files = Platform::current().fileSystem();
   if (!files.fileExists(path)) {
     kvDebug("No packaged strings file at " + path);
@@ -176,7 +178,7 @@ bool KVLocaleStrings::loadStringsFromLocalizableStringsAtPath(const std::string&
   for (const auto& [key, text] : std::get<StringsTable>(read)) {
     auto string = std::make_shared<KVString>();
     string->key = key;
-    string->extractFormatFromString(kv_stringWithCues(text));
+    string->extractFormatFromString(kv_stringWithCues(text), !forTable);
     auto group = std::make_shared<KVStringGroup>();
     group->status = KVStringStatusUntranslated;
     group->addStringForm(string);

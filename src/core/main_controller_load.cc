@@ -5,6 +5,7 @@
 #include "core/locale_strings.h"
 #include "core/main_controller.h"
 #include "core/published.h"
+#include "core/table_images.h"
 #include "kolvane/bundle.h"
 #include "kolvane/platform.h"
 #include "strings/string_group.h"
@@ -15,13 +16,15 @@ struct KVMainController::FileStrings {
   // Which stores and paths, fixed on the main thread before any reading.
   std::shared_ptr<KVLocaleStrings> shown;
   std::shared_ptr<KVLocaleStrings> base;
-  std::optional<std::string> baseTable;
+  std::optional<std::string> baseStringsFile;
   std::string published;
   std::string pending;
   std::optional<std::string> packaged;
   // What the reading found.
-  KVStringGroups shownGroups;
-  KVStringGroups baseGroups;
+  std::shared_ptr<const KVStringTable> shownTable;
+  std::shared_ptr<const KVStringTable> baseTable;
+  // Tables read from their files rather than their images, by file: their images to write.
+  std::vector<std::pair<std::string, std::shared_ptr<const KVStringTable>>> newImages;
 };
 
 namespace {
@@ -54,7 +57,7 @@ KVMainController::FileStrings KVMainController::fileStringsToRead() const {
   files.base = baseLocaleStrings();
   files.shown = localeStrings();
   if (files.base) {
-    files.baseTable = Platform::current().mainBundle().pathForResource(
+    files.baseStringsFile = Platform::current().mainBundle().pathForResource(
         "Localizable", "strings", files.base->locale().localeIdentifier());
   }
   if (files.shown) {
@@ -65,24 +68,77 @@ KVMainController::FileStrings KVMainController::fileStringsToRead() const {
   return files;
 }
 
+namespace {
+
+// The table of one file, noting it for an image when it was parsed.
+std::shared_ptr<const KVStringTable> readTable(
+    const std::string& path, KVTableReader reader, unsigned status,
+    const std::function<std::optional<KVStringGroups>()>& read,
+    std::vector<std::pair<std::string, std::shared_ptr<const KVStringTable>>>& newImages) {
+  KVFileTable found = kv_readFileTable(path, reader, status, read);
+  if (found.table && !found.fromImage) newImages.emplace_back(path, found.table);
+  return std::move(found.table);
+}
+
+std::optional<KVStringGroups> xliffGroups(const std::string& path, unsigned status) {
+  KVStringGroups groups;
+  if (!KVLocaleStrings::loadStringsFromPath(path, &groups, nullptr, status, true)) {
+    return std::nullopt;
+  }
+  return groups;
+}
+
+// The later table's groups replace the earlier's, as reading both files into one map does.
+std::shared_ptr<const KVStringTable> merged(const KVStringTable& earlier,
+                                            const KVStringTable& later) {
+  KVStringGroups groups;
+  groups.reserve(earlier.groupCount() + later.groupCount());
+  for (const KVStringTable* table : {&earlier, &later}) {
+    for (std::uint32_t g = 0; g < table->groupCount(); ++g) {
+      groups[std::string(table->keyAt(g))] = table->makeGroup(g);
+    }
+  }
+  return KVStringTable::fromGroups(groups);
+}
+
+}  // namespace
+
 void KVMainController::readFileStrings(FileStrings& files) {
-  if (files.baseTable) {
-    KVLocaleStrings::loadStringsFromLocalizableStringsAtPath(*files.baseTable, files.baseGroups);
+  if (files.baseStringsFile) {
+    const std::string& path = *files.baseStringsFile;
+    files.baseTable = readTable(
+        path, KVTableReader::stringsTable, KVStringStatusUntranslated,
+        [&path]() -> std::optional<KVStringGroups> {
+          KVStringGroups groups;
+          if (!KVLocaleStrings::loadStringsFromLocalizableStringsAtPath(path, groups, true)) {
+            return std::nullopt;
+          }
+          return groups;
+        },
+        files.newImages);
   }
   if (!files.shown) return;
-  const bool published = KVLocaleStrings::loadStringsFromPath(files.published, &files.shownGroups,
-                                                              nullptr, KVStringStatusPublished);
-  const bool pending =
-      KVLocaleStrings::loadStringsFromPath(files.pending, &files.shownGroups, nullptr, 0);
-  if (!published && !pending && files.packaged) {
-    KVLocaleStrings::loadStringsFromPath(*files.packaged, &files.shownGroups, nullptr,
-                                         KVStringStatusPublished);
+  const auto xliff = [&files](const std::string& path, unsigned status) {
+    return readTable(
+        path, KVTableReader::xliff, status, [&path, status] { return xliffGroups(path, status); },
+        files.newImages);
+  };
+  const auto published = xliff(files.published, KVStringStatusPublished);
+  const auto pending = xliff(files.pending, KVStringStatusNone);
+  if (published && pending) {
+    files.shownTable = merged(*published, *pending);
+  } else if (published || pending) {
+    files.shownTable = published ? published : pending;
+  } else if (files.packaged) {
+    files.shownTable = xliff(*files.packaged, KVStringStatusPublished);
   }
 }
 
 void KVMainController::publishFileStrings(FileStrings files) {
   if (const auto& shown = files.shown) {
-    if (!files.shownGroups.empty()) shown->setLoadedStrings(std::move(files.shownGroups));
+    if (files.shownTable && files.shownTable->groupCount() > 0) {
+      shown->setLoadedTable(std::move(files.shownTable));
+    }
     // Edits read from the file join those already in memory; nothing to publish without one.
     KVStringGroups dirty = shown->dirtyStrings();
     if (KVLocaleStrings::loadStringsFromPath(shown->dirtyFilePath(), &dirty, nullptr, 0)) {
@@ -90,7 +146,7 @@ void KVMainController::publishFileStrings(FileStrings files) {
     }
     shown->loadDirtyStatuses();
   }
-  if (files.base) files.base->setLoadedStrings(std::move(files.baseGroups));
+  if (files.base) files.base->setLoadedTable(std::move(files.baseTable));
   logLoadedStrings();
   reclaimRetired();
 }
@@ -98,13 +154,16 @@ void KVMainController::publishFileStrings(FileStrings files) {
 void KVMainController::loadStrings() {
   FileStrings files = fileStringsToRead();
   readFileStrings(files);
+  const auto newImages = files.newImages;
   publishFileStrings(std::move(files));
+  for (const auto& [path, table] : newImages) kv_writeTableImage(path, *table);
 }
 
 void KVMainController::loadStringsInBackground(std::function<void()> completion) {
   auto files = std::make_shared<FileStrings>(fileStringsToRead());
   runInBackground([files, completion = std::move(completion)] {
     readFileStrings(*files);
+    const auto newImages = files->newImages;
     Platform::current().mainQueue().post([files, completion] {
       KVMainController& controller = sharedInstance();
       if (controller.localeStrings() == files->shown &&
@@ -113,6 +172,8 @@ void KVMainController::loadStringsInBackground(std::function<void()> completion)
       }
       if (completion) completion();
     });
+    // The strings are on their way to the lookups; the images are for the next start.
+    for (const auto& [path, table] : newImages) kv_writeTableImage(path, *table);
   });
 }
 

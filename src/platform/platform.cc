@@ -30,6 +30,14 @@ std::vector<std::shared_ptr<Platform>>& keptPlatforms() {
 
 }  // namespace
 
+std::optional<FileBytes> FileSystem::mapFile(const std::string& path) const {
+  auto bytes = readFile(path);
+  if (!bytes) return std::nullopt;
+  auto owner = std::make_shared<const std::string>(std::move(*bytes));
+  const std::string_view view(*owner);
+  return FileBytes{std::move(owner), view};
+}
+
 bool FileSystem::moveFile(const std::string& from, const std::string& to) {
   const auto bytes = readFile(from);
   return bytes && writeFileAtomically(to, *bytes) && removeFile(from);

@@ -6,7 +6,7 @@
 
 namespace kolvane {
 
-void KVString::extractFormatFromString(std::u16string markedText) {
+void KVString::extractFormatFromString(std::u16string markedText, bool withMatchingKey) {
   std::vector<std::u16string> specifiers;
   const bool allClosed = kv_forEachPlaceholder(markedText, [&](std::u16string_view specifier) {
     if (!specifier.empty()) specifiers.emplace_back(specifier);
@@ -23,7 +23,7 @@ void KVString::extractFormatFromString(std::u16string markedText) {
     dynamic = true;
     argumentFormatSpecifiers = std::move(specifiers);
   }
-  recalculateHash();
+  if (withMatchingKey) recalculateHash();
 }
 
 std::u16string kv_matchingKey(std::u16string_view format, bool dynamic) {

@@ -28,9 +28,9 @@ class KVString {
   std::vector<std::u16string> argumentFormatSpecifiers;
 
   // Takes the format of a text whose placeholders are already marked: `localizedFormat`,
-  // `dynamic`, the specifiers (kept from before when the record is already dynamic) and the
-  // matching key.
-  void extractFormatFromString(std::u16string markedText);
+  // `dynamic`, the specifiers (kept from before when the record is already dynamic) and, unless
+  // told not to (a table derives it when asked), the matching key.
+  void extractFormatFromString(std::u16string markedText, bool withMatchingKey = true);
   // The matching key: the format lowercased, with every placeholder emptied when dynamic.
   void recalculateHash();
   // A copy without the back reference to the group.

@@ -22,8 +22,8 @@ struct Header {
   std::uint64_t totalSize;
   std::uint64_t checksum;
   std::uint64_t sourceSize;
-  std::int64_t sourceModified;
-  std::uint64_t sourceIdentity;
+  std::uint64_t sourceHash;
+  std::uint64_t unused;
   std::uint32_t sourceKind;
   std::uint32_t groupCount;
   std::uint32_t formCount;
@@ -117,8 +117,13 @@ Sections sectionsOf(const Header& h) {
   return s;
 }
 
+// The hash of the whole image, its own field taken as 0 so that no byte goes unchecked.
 std::uint64_t checksumOf(std::string_view image) {
-  return kv_hashBytes(image.data() + sizeof(Header), image.size() - sizeof(Header));
+  Header header;
+  std::memcpy(&header, image.data(), sizeof header);
+  header.checksum = 0;
+  return kv_hashBytes(image.data() + sizeof(Header), image.size() - sizeof(Header),
+                      kv_hashBytes(&header, sizeof header));
 }
 
 std::vector<std::u16string_view> placeholderSpecifiers(std::u16string_view format, bool dynamic) {
@@ -172,8 +177,7 @@ class Builder {
     header.version = KVStringTable::kImageVersion;
     header.byteOrder = kByteOrderMark;
     header.sourceSize = source.size;
-    header.sourceModified = source.modified;
-    header.sourceIdentity = source.identity;
+    header.sourceHash = source.contentHash;
     header.sourceKind = source.kind;
     header.groupCount = static_cast<std::uint32_t>(groups_.size());
     header.formCount = static_cast<std::uint32_t>(forms_.size());
@@ -204,6 +208,7 @@ class Builder {
     copyInto(bytes + at.spans, spans_);
     std::memcpy(bytes + at.text16, text16_.data(), text16_.size() * sizeof(char16_t));
     std::memcpy(bytes + at.text8, text8_.data(), text8_.size());
+    std::memcpy(bytes, &header, sizeof header);
     header.checksum = checksumOf(std::string_view(bytes, at.end));
     std::memcpy(bytes, &header, sizeof header);
     return image;
@@ -330,12 +335,22 @@ std::shared_ptr<const KVStringTable> KVStringTable::fromImage(std::shared_ptr<co
   return table;
 }
 
+void KVStringTable::sealImageForTesting(std::string& image) {
+  Header header;
+  if (image.size() < sizeof header) return;
+  std::memcpy(&header, image.data(), sizeof header);
+  header.totalSize = image.size();
+  header.checksum = checksumOf(image);
+  std::memcpy(image.data(), &header, sizeof header);
+}
+
 bool KVStringTable::openSections() {
   Header header;
   if (bytes_.size() < sizeof header) return false;
   std::memcpy(&header, bytes_.data(), sizeof header);
   if (std::memcmp(header.magic, kMagic, sizeof kMagic) != 0 || header.version != kImageVersion ||
-      header.byteOrder != kByteOrderMark || header.totalSize != bytes_.size()) {
+      header.byteOrder != kByteOrderMark || header.totalSize != bytes_.size() ||
+      header.reserved != 0 || header.unused != 0) {
     return false;
   }
   const Sections at = sectionsOf(header);
@@ -343,7 +358,7 @@ bool KVStringTable::openSections() {
   const std::uint32_t slots = header.slotCount;
   if (slots == 0 || (slots & (slots - 1)) != 0 || slots <= header.groupCount) return false;
 
-  source_ = {header.sourceSize, header.sourceModified, header.sourceIdentity, header.sourceKind};
+  source_ = {header.sourceSize, header.sourceHash, header.sourceKind};
   groupCount_ = header.groupCount;
   formCount_ = header.formCount;
   formExtraCount_ = header.formExtraCount;

@@ -7,8 +7,9 @@
 // the image and the store reads its XLIFF again). The image is a cache, never the truth:
 //
 //   Header (96 bytes): "KVSTRTBL", version, byte-order mark 0x01020304, total size, the 64-bit
-//   hash of every byte after the header, the source file's stamp (size, modification time in
-//   nanoseconds, file identity, kind), then the counts of each section below.
+//   hash of the whole image (this field taken as 0), the source file's stamp (its size, the
+//   64-bit hash of its bytes, the reader that made the table), the counts of each section
+//   below, and 4 bytes of 0.
 //   Sections, in this order, each starting on an 8-byte boundary:
 //     slots    u64 each: 0 for an empty slot, else (hash of the key >> 32) << 32 | group + 1;
 //              a power of two in number, always with an empty one (linear probing).
@@ -51,12 +52,10 @@ class KVStringTable {
   // What the table was read from; an image is used only for a source of the same stamp.
   struct SourceStamp {
     std::uint64_t size = 0;
-    std::int64_t modified = 0;  // nanoseconds since 1970
-    std::uint64_t identity = 0;
+    std::uint64_t contentHash = 0;
     std::uint32_t kind = 0;  // which reader and status made the table
     bool operator==(const SourceStamp& other) const {
-      return size == other.size && modified == other.modified && identity == other.identity &&
-             kind == other.kind;
+      return size == other.size && contentHash == other.contentHash && kind == other.kind;
     }
   };
 
@@ -74,6 +73,10 @@ class KVStringTable {
   // not 8-byte aligned.
   static std::shared_ptr<const KVStringTable> fromImage(std::shared_ptr<const void> owner,
                                                         std::string_view bytes);
+
+  // Gives bytes the size and checksum fields an image of them would have, so that a fuzzer's
+  // inputs reach the checks of the records.
+  static void sealImageForTesting(std::string& image);
 
   // The image: write these bytes to a file and fromImage() gives this table back.
   std::string_view imageBytes() const { return bytes_; }

@@ -159,9 +159,21 @@ std::size_t unitCountHint(std::string_view data) {
 
 KVStringGroups KVXliffParser::parseXliffData(std::string_view data, KVStringGroups* sourceStrings,
                                              unsigned stringStatus, std::optional<KVError>* error) {
+  return parse(data, sourceStrings, stringStatus, true, error);
+}
+
+KVStringGroups KVXliffParser::parseXliffDataForTable(std::string_view data, unsigned stringStatus,
+                                                     std::optional<KVError>* error) {
+  return parse(data, nullptr, stringStatus, false, error);
+}
+
+KVStringGroups KVXliffParser::parse(std::string_view data, KVStringGroups* sourceStrings,
+                                    unsigned stringStatus, bool matchingKeys,
+                                    std::optional<KVError>* error) {
   KVXliffParser reader;
   reader.strings.reserve(unitCountHint(data));
   reader.stringStatus = stringStatus;
+  reader.matchingKeys = matchingKeys;
   if (sourceStrings != nullptr) reader.sourceStrings.emplace();
   auto failure = runParse(data, reader);
   if (error != nullptr) *error = std::move(failure);
@@ -264,7 +276,7 @@ void KVXliffParser::addString(KVStringGroups& groups, std::u16string&& text, uns
   string->note = note;
   string->uid = uid;
   string->pluralForm = pluralForm;
-  string->extractFormatFromString(std::move(text));
+  string->extractFormatFromString(std::move(text), matchingKeys);
   auto& group = groups[key];
   if (group) {
     group->status = status;

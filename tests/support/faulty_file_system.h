@@ -28,6 +28,10 @@ class FaultyFileSystem : public FileSystem {
   std::optional<double> creationDate(const std::string& path) const override {
     return real_.creationDate(path);
   }
+  std::optional<FileBytes> mapFile(const std::string& path) const override {
+    if (fails(Call::readFile, path)) return std::nullopt;
+    return real_.mapFile(path);
+  }
   StringsFileResult readStringsFile(const std::string& path) const override {
     return real_.readStringsFile(path);
   }

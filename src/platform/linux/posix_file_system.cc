@@ -1,6 +1,7 @@
 #include "platform/linux/posix_file_system.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -140,6 +141,23 @@ bool PosixFileSystem::moveFile(const std::string& from, const std::string& to) {
   if (!keepingErrno(::rename(from.c_str(), to.c_str()) == 0)) return false;
   syncFolder(std::filesystem::path(to).parent_path().string());
   return true;
+}
+
+std::optional<FileBytes> PosixFileSystem::mapFile(const std::string& path) const {
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return std::nullopt;
+  struct stat info {};
+  if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_size <= 0) {
+    ::close(fd);
+    return info.st_size == 0 ? std::optional<FileBytes>(FileBytes{}) : std::nullopt;
+  }
+  const auto size = static_cast<std::size_t>(info.st_size);
+  void* mapped = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, fd, 0);
+  ::close(fd);
+  if (mapped == MAP_FAILED) return std::nullopt;
+  std::shared_ptr<const void> owner(
+      mapped, [size](const void* at) { ::munmap(const_cast<void*>(at), size); });
+  return FileBytes{std::move(owner), std::string_view(static_cast<const char*>(mapped), size)};
 }
 
 FileWriteFailure PosixFileSystem::lastWriteFailure() const {

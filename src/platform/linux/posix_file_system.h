@@ -31,6 +31,7 @@ class PosixFileSystem : public FileSystem {
   StringsFileResult readStringsFile(const std::string& path) const override;
   bool moveFile(const std::string& from, const std::string& to) override;
   FileWriteFailure lastWriteFailure() const override;
+  std::optional<FileBytes> mapFile(const std::string& path) const override;
 };
 
 }  // namespace kolvane

@@ -1,0 +1,71 @@
+#include "core/table_images.h"
+
+#include <cstdio>
+
+#include "base/fast_hash.h"
+#include "base/log.h"
+#include "core/main_controller.h"
+#include "kolvane/platform.h"
+
+namespace kolvane {
+namespace {
+
+// The file as it is now: hashing its bytes costs a small part of parsing them, and tells a
+// changed file apart whatever its size and times say.
+std::optional<KVStringTable::SourceStamp> stampOf(const std::string& path, KVTableReader reader,
+                                                  unsigned status) {
+  FileSystem& files = Platform::current().fileSystem();
+  if (!files.fileExists(path)) return std::nullopt;
+  const auto bytes = files.mapFile(path);
+  if (!bytes) return std::nullopt;
+  return KVStringTable::SourceStamp{bytes->bytes.size(), kv_hashText(bytes->bytes),
+                                    static_cast<std::uint32_t>(reader) << 16 | (status & 0xffff)};
+}
+
+std::shared_ptr<const KVStringTable> tableFromImage(const std::string& path,
+                                                    const KVStringTable::SourceStamp& stamp) {
+  const std::string image = kv_tableImagePath(path);
+  FileSystem& files = Platform::current().fileSystem();
+  if (!files.fileExists(image)) return nullptr;
+  auto bytes = files.mapFile(image);
+  if (!bytes) return nullptr;
+  auto table = KVStringTable::fromImage(std::move(bytes->owner), bytes->bytes);
+  if (table && table->source() == stamp) return table;
+  kvDebug("The image of " + path + " is not used: " +
+          (table ? "it was made from another version of the file" : "it is damaged or old"));
+  return nullptr;
+}
+
+}  // namespace
+
+std::string kv_tableImagePath(const std::string& path) {
+  char name[24];
+  std::snprintf(name, sizeof name, "%016llx",
+                static_cast<unsigned long long>(kv_hashText(std::string_view(path))));
+  return KVMainController::kolvaneFilesFolder() + "/Images/" + name + ".table";
+}
+
+KVFileTable kv_readFileTable(const std::string& path, KVTableReader reader, unsigned status,
+                             const std::function<std::optional<KVStringGroups>()>& read) {
+  const auto stamp = stampOf(path, reader, status);
+  if (stamp) {
+    if (auto table = tableFromImage(path, *stamp)) return {std::move(table), true};
+  }
+  auto groups = read();
+  if (!groups) return {};
+  // A file changed while it was read gets no image: the next read makes it.
+  const auto after = stampOf(path, reader, status);
+  const bool unchanged = stamp && after && *stamp == *after;
+  return {KVStringTable::fromGroups(*groups, unchanged ? *stamp : KVStringTable::SourceStamp()),
+          false};
+}
+
+void kv_writeTableImage(const std::string& path, const KVStringTable& table) {
+  if (table.source() == KVStringTable::SourceStamp()) return;
+  if (!Platform::current().fileSystem().writeFileAtomically(kv_tableImagePath(path),
+                                                            table.imageBytes())) {
+    kvDebug("Could not write the image of " + path);
+  }
+}
+
+}  // namespace kolvane
