@@ -116,12 +116,11 @@ const Catalogue& catalogue(int size) {
 }
 
 KVFileTable readPublishedTable(const Catalogue& c) {
-  return kv_readFileTable(c.publishedFile, KVTableReader::xliff, KVStringStatusPublished, [&c] {
-    KVStringGroups groups;
-    KVLocaleStrings::loadStringsFromPath(c.publishedFile, &groups, nullptr, KVStringStatusPublished,
-                                         true);
-    return std::optional<KVStringGroups>(std::move(groups));
-  });
+  return kv_readFileTable(c.publishedFile, KVTableReader::xliff, KVStringStatusPublished,
+                          [&c](const KVStringTable::SourceStamp& stamp) {
+                            return KVLocaleStrings::loadTableFromPath(
+                                c.publishedFile, KVStringStatusPublished, stamp);
+                          });
 }
 
 void startKolvaneOn(const Catalogue& c) {

@@ -131,24 +131,48 @@ std::shared_ptr<KVLocaleStrings> KVLocaleStrings::localeStringsForLocale(const L
   return std::make_shared<KVLocaleStrings>(locale);
 }
 
-bool KVLocaleStrings::loadStringsFromPath(const std::string& path, KVStringGroups* into,
-                                          KVStringGroups* source, unsigned status, bool forTable) {
+namespace {
+
+// The file's bytes, or none (logged) when there is no file or it cannot be read.
+std::optional<std::string> xliffBytes(const std::string& path) {
   FileSystem& files = Platform::current().fileSystem();
-  if (!files.fileExists(path)) return false;
+  if (!files.fileExists(path)) return std::nullopt;
   kvDebug("Loading strings from " + path);
-  const auto bytes = files.readFile(path);
-  if (!bytes) {
-    kvDebug("Error loading strings from " + path + ": the file could not be read");
-    return false;
+  auto bytes = files.readFile(path);
+  if (!bytes) kvDebug("Error loading strings from " + path + ": the file could not be read");
+  return bytes;
+}
+
+void logReadError(const std::string& path, const KVError& error) {
+  kvDebug("Error loading strings from " + path + ": " + error.localizedDescription);
+}
+
+}  // namespace
+
+std::shared_ptr<const KVStringTable> KVLocaleStrings::loadTableFromPath(
+    const std::string& path, unsigned status, const KVStringTable::SourceStamp& stamp) {
+  const auto bytes = xliffBytes(path);
+  if (!bytes) return nullptr;
+  KVStringTableBuilder builder;
+  std::optional<KVError> error;
+  KVXliffParser::parseXliffDataInto(builder, *bytes, status, &error);
+  if (error) {
+    logReadError(path, *error);
+    return nullptr;
   }
+  return builder.finish(stamp);
+}
+
+bool KVLocaleStrings::loadStringsFromPath(const std::string& path, KVStringGroups* into,
+                                          KVStringGroups* source, unsigned status) {
+  const auto bytes = xliffBytes(path);
+  if (!bytes) return false;
   KVStringGroups sources;
   std::optional<KVError> error;
   KVStringGroups groups =
-      forTable && !source
-          ? KVXliffParser::parseXliffDataForTable(*bytes, status, &error)
-          : KVXliffParser::parseXliffData(*bytes, source ? &sources : nullptr, status, &error);
+      KVXliffParser::parseXliffData(*bytes, source ? &sources : nullptr, status, &error);
   if (error) {
-    kvDebug("Error loading strings from " + path + ": " + error->localizedDescription);
+    logReadError(path, *error);
     return false;
   }
   if (into && into->empty()) {

@@ -36,9 +36,11 @@ class KVLocaleStrings : public std::enable_shared_from_this<KVLocaleStrings> {
   // Reads an XLIFF file: its groups into `into`, its source texts into `source` (either may be
   // absent), every group read stamped as the reader does with `status`. False when there is
   // no file or it could not be read (the debug log says why).
-  // `forTable`: the groups go into a table, which derives the matching keys when asked.
   static bool loadStringsFromPath(const std::string& path, KVStringGroups* into,
-                                  KVStringGroups* source, unsigned status, bool forTable = false);
+                                  KVStringGroups* source, unsigned status);
+  // Reads an XLIFF file's target texts into a table stamped `stamp`; null as above.
+  static std::shared_ptr<const KVStringTable> loadTableFromPath(
+      const std::string& path, unsigned status, const KVStringTable::SourceStamp& stamp);
   // Reads an app's ".strings" table: each text marked with cues, status 4 (untranslated).
   static bool loadStringsFromLocalizableStringsAtPath(const std::string& path, KVStringGroups& into,
                                                       bool forTable = false);

@@ -72,20 +72,11 @@ namespace {
 
 // The table of one file, noting it for an image when it was parsed.
 std::shared_ptr<const KVStringTable> readTable(
-    const std::string& path, KVTableReader reader, unsigned status,
-    const std::function<std::optional<KVStringGroups>()>& read,
+    const std::string& path, KVTableReader reader, unsigned status, const KVTableRead& read,
     std::vector<std::pair<std::string, std::shared_ptr<const KVStringTable>>>& newImages) {
   KVFileTable found = kv_readFileTable(path, reader, status, read);
-  if (found.table && !found.fromImage) newImages.emplace_back(path, found.table);
+  if (found.imageWanted) newImages.emplace_back(path, found.table);
   return std::move(found.table);
-}
-
-std::optional<KVStringGroups> xliffGroups(const std::string& path, unsigned status) {
-  KVStringGroups groups;
-  if (!KVLocaleStrings::loadStringsFromPath(path, &groups, nullptr, status, true)) {
-    return std::nullopt;
-  }
-  return groups;
 }
 
 // The later table's groups replace the earlier's, as reading both files into one map does.
@@ -108,19 +99,22 @@ void KVMainController::readFileStrings(FileStrings& files) {
     const std::string& path = *files.baseStringsFile;
     files.baseTable = readTable(
         path, KVTableReader::stringsTable, KVStringStatusUntranslated,
-        [&path]() -> std::optional<KVStringGroups> {
+        [&path](const KVStringTable::SourceStamp& stamp) -> std::shared_ptr<const KVStringTable> {
           KVStringGroups groups;
           if (!KVLocaleStrings::loadStringsFromLocalizableStringsAtPath(path, groups, true)) {
-            return std::nullopt;
+            return nullptr;
           }
-          return groups;
+          return KVStringTable::fromGroups(groups, stamp);
         },
         files.newImages);
   }
   if (!files.shown) return;
   const auto xliff = [&files](const std::string& path, unsigned status) {
     return readTable(
-        path, KVTableReader::xliff, status, [&path, status] { return xliffGroups(path, status); },
+        path, KVTableReader::xliff, status,
+        [&path, status](const KVStringTable::SourceStamp& stamp) {
+          return KVLocaleStrings::loadTableFromPath(path, status, stamp);
+        },
         files.newImages);
   };
   const auto published = xliff(files.published, KVStringStatusPublished);

@@ -46,18 +46,16 @@ std::string kv_tableImagePath(const std::string& path) {
 }
 
 KVFileTable kv_readFileTable(const std::string& path, KVTableReader reader, unsigned status,
-                             const std::function<std::optional<KVStringGroups>()>& read) {
+                             const KVTableRead& read) {
   const auto stamp = stampOf(path, reader, status);
   if (stamp) {
-    if (auto table = tableFromImage(path, *stamp)) return {std::move(table), true};
+    if (auto table = tableFromImage(path, *stamp)) return {std::move(table), true, false};
   }
-  auto groups = read();
-  if (!groups) return {};
+  auto table = read(stamp.value_or(KVStringTable::SourceStamp()));
+  if (!table) return {};
   // A file changed while it was read gets no image: the next read makes it.
-  const auto after = stampOf(path, reader, status);
-  const bool unchanged = stamp && after && *stamp == *after;
-  return {KVStringTable::fromGroups(*groups, unchanged ? *stamp : KVStringTable::SourceStamp()),
-          false};
+  const auto after = stamp ? stampOf(path, reader, status) : std::nullopt;
+  return {std::move(table), false, after && *after == *stamp};
 }
 
 void kv_writeTableImage(const std::string& path, const KVStringTable& table) {

@@ -22,12 +22,17 @@ enum class KVTableReader : std::uint32_t { xliff = 1, stringsTable = 2 };
 struct KVFileTable {
   std::shared_ptr<const KVStringTable> table;  // null when the file could not be read
   bool fromImage = false;
+  bool imageWanted = false;  // read from the file, which did not change meanwhile
 };
 
-// The table of the file at `path`, from its image when one matches, else from `read` (none
-// when the file cannot be read). `status` is the status the reader stamps.
+// Reads the file into a table stamped as given; null when it cannot.
+using KVTableRead =
+    std::function<std::shared_ptr<const KVStringTable>(const KVStringTable::SourceStamp&)>;
+
+// The table of the file at `path`, from its image when one matches, else from `read`.
+// `status` is the status the reader stamps.
 KVFileTable kv_readFileTable(const std::string& path, KVTableReader reader, unsigned status,
-                             const std::function<std::optional<KVStringGroups>()>& read);
+                             const KVTableRead& read);
 
 // Where the image of the file at `path` lives.
 std::string kv_tableImagePath(const std::string& path);

@@ -1,6 +1,8 @@
 #include "strings/string_table.h"
 
+#include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
 #include <vector>
 
@@ -144,140 +146,46 @@ bool sameSpecifiers(const std::vector<std::u16string>& kept,
   return true;
 }
 
-// Lays out the records of groups as an image.
-class Builder {
- public:
-  void addGroup(std::string_view foundBy, const KVStringGroup& group) {
-    Group record;
-    record.key = add8(foundBy);
-    record.firstForm = static_cast<std::uint32_t>(forms_.size());
-    record.status = group.status;
-    record.formCount = static_cast<std::uint16_t>(group.pluralForms.size());
-    record.flags = group.hasPlurals ? kHasPlurals : 0;
-    if (group.pluralForms.size() > UINT16_MAX) tooLarge_ = true;
-    if (!group.rejectReason.empty() || !group.rejectDescription.empty() || group.key != foundBy) {
-      GroupExtra extra;
-      extra.reason = add16(group.rejectReason);
-      extra.description = add16(group.rejectDescription);
-      if (group.key != foundBy) {
-        record.flags |= kOwnGroupKey;
-        extra.ownKey = add8(group.key);
-      }
-      groupExtras_.push_back(extra);
-      record.extra = static_cast<std::uint32_t>(groupExtras_.size());
-    }
-    for (const auto& [name, form] : group.pluralForms) addForm(group.key, name, *form);
-    groups_.push_back(record);
-  }
+bool within(const TextRef& ref, std::size_t size) {
+  return std::uint64_t{ref.offset} + ref.length <= size;
+}
 
-  std::shared_ptr<std::vector<std::uint64_t>> finish(const KVStringTable::SourceStamp& source) {
-    if (tooLarge_ || groups_.size() >= UINT32_MAX / 2) return nullptr;
-    Header header{};
-    std::memcpy(header.magic, kMagic, sizeof kMagic);
-    header.version = KVStringTable::kImageVersion;
-    header.byteOrder = kByteOrderMark;
-    header.sourceSize = source.size;
-    header.sourceHash = source.contentHash;
-    header.sourceKind = source.kind;
-    header.groupCount = static_cast<std::uint32_t>(groups_.size());
-    header.formCount = static_cast<std::uint32_t>(forms_.size());
-    header.formExtraCount = static_cast<std::uint32_t>(formExtras_.size());
-    header.groupExtraCount = static_cast<std::uint32_t>(groupExtras_.size());
-    header.spanCount = static_cast<std::uint32_t>(spans_.size());
-    header.text16Units = static_cast<std::uint32_t>(text16_.size());
-    header.text8Bytes = static_cast<std::uint32_t>(text8_.size());
-    std::uint32_t slotCount = 8;
-    while (slotCount < groups_.size() + groups_.size() / 3 + 1) slotCount *= 2;
-    header.slotCount = slotCount;
-    const Sections at = sectionsOf(header);
-    header.totalSize = at.end;
-    auto image = std::make_shared<std::vector<std::uint64_t>>(at.end / 8);
-    auto* bytes = reinterpret_cast<char*>(image->data());
-    auto* slots = reinterpret_cast<std::uint64_t*>(bytes + at.slots);
-    for (std::size_t g = 0; g < groups_.size(); ++g) {
-      const std::uint64_t hash =
-          kv_hashText(text8_.substr(groups_[g].key.offset, groups_[g].key.length));
-      std::uint64_t i = hash & (slotCount - 1);
-      while (slots[i] != 0) i = (i + 1) & (slotCount - 1);
-      slots[i] = (hash >> 32 << 32) | (g + 1);
-    }
-    copyInto(bytes + at.groups, groups_);
-    copyInto(bytes + at.forms, forms_);
-    copyInto(bytes + at.formExtras, formExtras_);
-    copyInto(bytes + at.groupExtras, groupExtras_);
-    copyInto(bytes + at.spans, spans_);
-    std::memcpy(bytes + at.text16, text16_.data(), text16_.size() * sizeof(char16_t));
-    std::memcpy(bytes + at.text8, text8_.data(), text8_.size());
-    std::memcpy(bytes, &header, sizeof header);
-    header.checksum = checksumOf(std::string_view(bytes, at.end));
-    std::memcpy(bytes, &header, sizeof header);
-    return image;
-  }
+template <typename Record>
+void copyInto(char* at, const std::vector<Record>& records) {
+  if (!records.empty()) std::memcpy(at, records.data(), records.size() * sizeof(Record));
+}
 
- private:
-  void addForm(std::string_view groupKey, std::string_view name, const KVString& form) {
+}  // namespace
+
+// Groups and forms as they arrive; laid out group after group, forms sorted, by finish().
+struct KVStringTableBuilder::State {
+  struct PendingForm {
     Form record;
     FormExtra extra;
-    bool needsExtra = false;
-    record.format = add16(form.localizedFormat);
-    record.flags = (form.dynamic ? kDynamic : 0) | (form.fromBase ? kFromBase : 0);
-    if (form.uid.size() <= UINT16_MAX) {
-      const TextRef uid = add8(form.uid);
-      record.uidOffset = uid.offset;
-      record.uidLength = static_cast<std::uint16_t>(uid.length);
-    } else {
-      record.flags |= kLongUid;
-      extra.uid = add8(form.uid);
-      needsExtra = true;
-    }
-    record.category = kCustomCategory;
-    for (std::uint8_t code = 0; code < kCategoryNames.size(); ++code) {
-      if (kCategoryNames[code] == name) record.category = code;
-    }
-    if (record.category == kCustomCategory) {
-      extra.name = add8(name);
-      needsExtra = true;
-    }
-    if (form.pluralForm) {
-      record.flags |= kHasPluralForm;
-      if (*form.pluralForm != name) {
-        record.flags |= kOwnPluralForm;
-        extra.pluralForm = add8(*form.pluralForm);
-        needsExtra = true;
-      }
-    }
-    if (form.key != groupKey) {
-      record.flags |= kOwnKey;
-      extra.ownKey = add8(form.key);
-      needsExtra = true;
-    }
-    if (!sameSpecifiers(form.argumentFormatSpecifiers,
-                        placeholderSpecifiers(form.localizedFormat, form.dynamic))) {
-      record.flags |= kOwnSpecifiers;
-      extra.specifiers.offset = static_cast<std::uint32_t>(spans_.size());
-      extra.specifiers.length = static_cast<std::uint32_t>(form.argumentFormatSpecifiers.size());
-      for (const auto& specifier : form.argumentFormatSpecifiers)
-        spans_.push_back(add16(specifier));
-      needsExtra = true;
-    }
-    if (!form.note.empty()) {
-      extra.note = add16(form.note);
-      needsExtra = true;
-    }
-    if (needsExtra) {
-      formExtras_.push_back(extra);
-      record.extra = static_cast<std::uint32_t>(formExtras_.size());
-    }
-    forms_.push_back(record);
-  }
+    bool hasExtra = false;
+    std::uint32_t next = KVStringTable::npos;
+  };
+  struct PendingGroup {
+    Group record;
+    GroupExtra extra;
+    bool hasExtra = false;
+    std::uint32_t firstForm = KVStringTable::npos;
+  };
 
-  TextRef add16(std::u16string_view text) { return addText(text16_, text); }
-  TextRef add8(std::string_view text) { return addText(text8_, text); }
+  std::vector<PendingGroup> groups;
+  std::vector<PendingForm> forms;
+  std::vector<TextRef> spans;
+  std::u16string text16;
+  std::string text8;
+  std::vector<std::uint32_t> index;  // group + 1 by key, for units that add to a group
+  bool tooLarge = false;
 
+  TextRef add16(std::u16string_view text) { return addText(text16, text); }
+  TextRef add8(std::string_view text) { return addText(text8, text); }
   template <typename Text, typename View>
   TextRef addText(Text& into, View text) {
     if (into.size() + text.size() >= UINT32_MAX) {
-      tooLarge_ = true;
+      tooLarge = true;
       return {};
     }
     const TextRef ref{static_cast<std::uint32_t>(into.size()),
@@ -285,39 +193,254 @@ class Builder {
     into.append(text);
     return ref;
   }
-
-  template <typename Record>
-  static void copyInto(char* at, const std::vector<Record>& records) {
-    if (!records.empty()) std::memcpy(at, records.data(), records.size() * sizeof(Record));
+  std::string_view text8At(const TextRef& ref) const {
+    return std::string_view(text8).substr(ref.offset, ref.length);
   }
 
-  std::vector<Group> groups_;
-  std::vector<Form> forms_;
-  std::vector<FormExtra> formExtras_;
-  std::vector<GroupExtra> groupExtras_;
-  std::vector<TextRef> spans_;
-  std::u16string text16_;
-  std::string text8_;
-  bool tooLarge_ = false;
+  std::string_view categoryName(const PendingForm& form) const {
+    return form.record.category == kCustomCategory ? text8At(form.extra.name)
+                                                   : kCategoryNames[form.record.category];
+  }
+  void setCategory(PendingForm& form, std::string_view name) {
+    form.record.category = kCustomCategory;
+    for (std::uint8_t code = 0; code < kCategoryNames.size(); ++code) {
+      if (kCategoryNames[code] == name) form.record.category = code;
+    }
+    if (form.record.category == kCustomCategory) {
+      form.extra.name = add8(name);
+      form.hasExtra = true;
+    }
+  }
+  void setUid(PendingForm& form, std::string_view uid) {
+    if (uid.size() <= UINT16_MAX) {
+      const TextRef ref = add8(uid);
+      form.record.uidOffset = ref.offset;
+      form.record.uidLength = static_cast<std::uint16_t>(ref.length);
+    } else {
+      form.record.flags |= kLongUid;
+      form.extra.uid = add8(uid);
+      form.hasExtra = true;
+    }
+  }
+  void appendForm(PendingGroup& group, PendingForm form) {
+    form.next = group.firstForm;
+    group.firstForm = static_cast<std::uint32_t>(forms.size());
+    forms.push_back(form);
+    ++group.record.formCount;
+    if (group.record.formCount == UINT16_MAX) tooLarge = true;
+  }
+
+  // The group of `key`, made (status 0) when there is none yet.
+  PendingGroup& groupForKey(std::string_view key, bool* made) {
+    if (index.size() < 2 * groups.size() + 16) reindex();
+    const std::uint64_t hash = kv_hashText(key);
+    const std::size_t mask = index.size() - 1;
+    std::size_t i = hash & mask;
+    for (; index[i] != 0; i = (i + 1) & mask) {
+      PendingGroup& group = groups[index[i] - 1];
+      if (text8At(group.record.key) == key) {
+        *made = false;
+        return group;
+      }
+    }
+    *made = true;
+    PendingGroup& group = groups.emplace_back();
+    group.record.key = add8(key);
+    index[i] = static_cast<std::uint32_t>(groups.size());
+    return group;
+  }
+  void reindex() {
+    index.assign(std::max<std::size_t>(64, std::bit_ceil(4 * groups.size() + 16)), 0);
+    const std::size_t mask = index.size() - 1;
+    for (std::size_t g = 0; g < groups.size(); ++g) {
+      std::size_t i = kv_hashText(text8At(groups[g].record.key)) & mask;
+      while (index[i] != 0) i = (i + 1) & mask;
+      index[i] = static_cast<std::uint32_t>(g + 1);
+    }
+  }
 };
 
-bool within(const TextRef& ref, std::size_t size) {
-  return std::uint64_t{ref.offset} + ref.length <= size;
+KVStringTableBuilder::KVStringTableBuilder() : state_(std::make_unique<State>()) {}
+KVStringTableBuilder::~KVStringTableBuilder() = default;
+
+void KVStringTableBuilder::reserve(std::size_t units) {
+  state_->groups.reserve(units);
+  state_->forms.reserve(units);
+  state_->index.assign(std::max<std::size_t>(64, std::bit_ceil(4 * units + 16)), 0);
 }
 
-}  // namespace
+void KVStringTableBuilder::addUnit(std::string_view key, std::string_view uid,
+                                   const std::optional<std::string>& pluralForm,
+                                   std::u16string_view format, std::u16string_view note,
+                                   unsigned status) {
+  State& s = *state_;
+  bool made = false;
+  State::PendingGroup& group = s.groupForKey(key, &made);
+  if (!made) group.record.status = status;
+  group.record.flags = pluralForm ? kHasPlurals : 0;
+  const std::string_view name = pluralForm ? std::string_view(*pluralForm) : kNoPluralFormName;
+  State::PendingForm form;
+  s.setCategory(form, name);
+  s.setUid(form, uid);
+  form.record.format = s.add16(format);
+  form.record.flags |= pluralForm ? kHasPluralForm : 0;
+  if (format.find(kv_placeholderBeginCue) != std::u16string_view::npos) {
+    form.record.flags |= kDynamic;
+  }
+  if (!note.empty()) {
+    form.extra.note = s.add16(note);
+    form.hasExtra = true;
+  }
+  // A later unit of the same category replaces the form, as a group's map would.
+  for (std::uint32_t f = group.firstForm; f != KVStringTable::npos; f = s.forms[f].next) {
+    if (s.categoryName(s.forms[f]) == name) {
+      form.next = s.forms[f].next;
+      s.forms[f] = form;
+      return;
+    }
+  }
+  s.appendForm(group, form);
+}
+
+void KVStringTableBuilder::addGroup(std::string_view foundBy, const KVStringGroup& group) {
+  State& s = *state_;
+  bool made = false;
+  State::PendingGroup& pending = s.groupForKey(foundBy, &made);
+  if (!made) return;  // a dictionary has one group by key
+  pending.record.status = group.status;
+  pending.record.flags = group.hasPlurals ? kHasPlurals : 0;
+  if (!group.rejectReason.empty() || !group.rejectDescription.empty() || group.key != foundBy) {
+    pending.extra.reason = s.add16(group.rejectReason);
+    pending.extra.description = s.add16(group.rejectDescription);
+    if (group.key != foundBy) {
+      pending.record.flags |= kOwnGroupKey;
+      pending.extra.ownKey = s.add8(group.key);
+    }
+    pending.hasExtra = true;
+  }
+  for (const auto& [name, form] : group.pluralForms) {
+    State::PendingForm pendingForm;
+    s.setCategory(pendingForm, name);
+    s.setUid(pendingForm, form->uid);
+    Form& record = pendingForm.record;
+    FormExtra& extra = pendingForm.extra;
+    record.format = s.add16(form->localizedFormat);
+    record.flags |= (form->dynamic ? kDynamic : 0) | (form->fromBase ? kFromBase : 0);
+    if (form->pluralForm) {
+      record.flags |= kHasPluralForm;
+      if (*form->pluralForm != name) {
+        record.flags |= kOwnPluralForm;
+        extra.pluralForm = s.add8(*form->pluralForm);
+      }
+    }
+    if (form->key != group.key) {
+      record.flags |= kOwnKey;
+      extra.ownKey = s.add8(form->key);
+    }
+    if (!sameSpecifiers(form->argumentFormatSpecifiers,
+                        placeholderSpecifiers(form->localizedFormat, form->dynamic))) {
+      record.flags |= kOwnSpecifiers;
+      extra.specifiers.offset = static_cast<std::uint32_t>(s.spans.size());
+      extra.specifiers.length = static_cast<std::uint32_t>(form->argumentFormatSpecifiers.size());
+      for (const auto& specifier : form->argumentFormatSpecifiers) {
+        s.spans.push_back(s.add16(specifier));
+      }
+    }
+    if (!form->note.empty()) extra.note = s.add16(form->note);
+    pendingForm.hasExtra |= (record.flags & kFlagsNeedingExtra) || !form->note.empty();
+    s.appendForm(pending, pendingForm);
+  }
+}
+
+std::shared_ptr<const KVStringTable> KVStringTableBuilder::finish(
+    const KVStringTable::SourceStamp& source) {
+  State& s = *state_;
+  if (s.tooLarge || s.groups.size() >= UINT32_MAX / 4 || s.forms.size() >= UINT32_MAX / 2) {
+    return nullptr;
+  }
+  std::vector<Group> groups;
+  std::vector<Form> forms;
+  std::vector<FormExtra> formExtras;
+  std::vector<GroupExtra> groupExtras;
+  groups.reserve(s.groups.size());
+  forms.reserve(s.forms.size());
+  std::vector<const State::PendingForm*> ofGroup;
+  for (State::PendingGroup& pending : s.groups) {
+    Group record = pending.record;
+    if (pending.hasExtra) {
+      groupExtras.push_back(pending.extra);
+      record.extra = static_cast<std::uint32_t>(groupExtras.size());
+    }
+    record.firstForm = static_cast<std::uint32_t>(forms.size());
+    ofGroup.clear();
+    for (std::uint32_t f = pending.firstForm; f != KVStringTable::npos; f = s.forms[f].next) {
+      ofGroup.push_back(&s.forms[f]);
+    }
+    std::sort(ofGroup.begin(), ofGroup.end(), [&s](const auto* a, const auto* b) {
+      return s.categoryName(*a) < s.categoryName(*b);
+    });
+    for (const State::PendingForm* form : ofGroup) {
+      Form placed = form->record;
+      if (form->hasExtra) {
+        formExtras.push_back(form->extra);
+        placed.extra = static_cast<std::uint32_t>(formExtras.size());
+      }
+      forms.push_back(placed);
+    }
+    groups.push_back(record);
+  }
+
+  Header header{};
+  std::memcpy(header.magic, kMagic, sizeof kMagic);
+  header.version = KVStringTable::kImageVersion;
+  header.byteOrder = kByteOrderMark;
+  header.sourceSize = source.size;
+  header.sourceHash = source.contentHash;
+  header.sourceKind = source.kind;
+  header.groupCount = static_cast<std::uint32_t>(groups.size());
+  header.formCount = static_cast<std::uint32_t>(forms.size());
+  header.formExtraCount = static_cast<std::uint32_t>(formExtras.size());
+  header.groupExtraCount = static_cast<std::uint32_t>(groupExtras.size());
+  header.spanCount = static_cast<std::uint32_t>(s.spans.size());
+  header.text16Units = static_cast<std::uint32_t>(s.text16.size());
+  header.text8Bytes = static_cast<std::uint32_t>(s.text8.size());
+  header.slotCount = static_cast<std::uint32_t>(
+      std::bit_ceil(std::max<std::size_t>(8, groups.size() + groups.size() / 3 + 1)));
+  const Sections at = sectionsOf(header);
+  header.totalSize = at.end;
+  auto image = std::make_shared<std::vector<std::uint64_t>>(at.end / 8);
+  auto* bytes = reinterpret_cast<char*>(image->data());
+  auto* slots = reinterpret_cast<std::uint64_t*>(bytes + at.slots);
+  const std::uint64_t mask = header.slotCount - 1;
+  for (std::size_t g = 0; g < groups.size(); ++g) {
+    const std::uint64_t hash = kv_hashText(s.text8At(groups[g].key));
+    std::uint64_t i = hash & mask;
+    while (slots[i] != 0) i = (i + 1) & mask;
+    slots[i] = (hash >> 32 << 32) | (g + 1);
+  }
+  copyInto(bytes + at.groups, groups);
+  copyInto(bytes + at.forms, forms);
+  copyInto(bytes + at.formExtras, formExtras);
+  copyInto(bytes + at.groupExtras, groupExtras);
+  copyInto(bytes + at.spans, s.spans);
+  std::memcpy(bytes + at.text16, s.text16.data(), s.text16.size() * sizeof(char16_t));
+  std::memcpy(bytes + at.text8, s.text8.data(), s.text8.size());
+  std::memcpy(bytes, &header, sizeof header);
+  header.checksum = checksumOf(std::string_view(bytes, at.end));
+  std::memcpy(bytes, &header, sizeof header);
+  state_ = std::make_unique<State>();
+  const std::string_view view(bytes, at.end);
+  return KVStringTable::fromImage(std::move(image), view);
+}
 
 std::shared_ptr<const KVStringTable> KVStringTable::fromGroups(const KVStringGroups& groups,
                                                                const SourceStamp& source) {
-  Builder builder;
+  KVStringTableBuilder builder;
+  builder.reserve(groups.size());
   for (const auto& [key, group] : groups) {
     if (group) builder.addGroup(key, *group);
   }
-  auto image = builder.finish(source);
-  if (!image) return nullptr;
-  const std::string_view bytes(reinterpret_cast<const char*>(image->data()),
-                               image->size() * sizeof(std::uint64_t));
-  return fromImage(std::move(image), bytes);
+  return builder.finish(source);
 }
 
 std::shared_ptr<const KVStringTable> KVStringTable::fromImage(std::shared_ptr<const void> owner,

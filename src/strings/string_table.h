@@ -134,4 +134,30 @@ class KVStringTable {
   const char* text8_ = nullptr;
 };
 
+// Lays out a table from groups, or from units as a reader reads them, without making a
+// group's objects.
+class KVStringTableBuilder {
+ public:
+  KVStringTableBuilder();
+  ~KVStringTableBuilder();
+  KVStringTableBuilder(const KVStringTableBuilder&) = delete;
+  KVStringTableBuilder& operator=(const KVStringTableBuilder&) = delete;
+
+  void reserve(std::size_t units);
+  // One unit as the XLIFF reader reads it (its target marked with cues, placeholders closed):
+  // a later unit of a key stamps the group with `status` and replaces the form of its
+  // category; the last unit says whether the group has plurals.
+  void addUnit(std::string_view key, std::string_view uid,
+               const std::optional<std::string>& pluralForm, std::u16string_view format,
+               std::u16string_view note, unsigned status);
+  // A group by the key it is found by; a second group of that key is left out.
+  void addGroup(std::string_view foundBy, const KVStringGroup& group);
+  // The table, or null when it cannot hold what was added (4 GiB of text). Starts over.
+  std::shared_ptr<const KVStringTable> finish(const KVStringTable::SourceStamp& source);
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
 }  // namespace kolvane

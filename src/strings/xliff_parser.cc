@@ -157,23 +157,21 @@ std::size_t unitCountHint(std::string_view data) {
 
 }  // namespace
 
+void KVXliffParser::parseXliffDataInto(KVStringTableBuilder& builder, std::string_view data,
+                                       unsigned stringStatus, std::optional<KVError>* error) {
+  KVXliffParser reader;
+  builder.reserve(unitCountHint(data));
+  reader.builder = &builder;
+  reader.stringStatus = stringStatus;
+  auto failure = runParse(data, reader);
+  if (error != nullptr) *error = std::move(failure);
+}
+
 KVStringGroups KVXliffParser::parseXliffData(std::string_view data, KVStringGroups* sourceStrings,
                                              unsigned stringStatus, std::optional<KVError>* error) {
-  return parse(data, sourceStrings, stringStatus, true, error);
-}
-
-KVStringGroups KVXliffParser::parseXliffDataForTable(std::string_view data, unsigned stringStatus,
-                                                     std::optional<KVError>* error) {
-  return parse(data, nullptr, stringStatus, false, error);
-}
-
-KVStringGroups KVXliffParser::parse(std::string_view data, KVStringGroups* sourceStrings,
-                                    unsigned stringStatus, bool matchingKeys,
-                                    std::optional<KVError>* error) {
   KVXliffParser reader;
   reader.strings.reserve(unitCountHint(data));
   reader.stringStatus = stringStatus;
-  reader.matchingKeys = matchingKeys;
   if (sourceStrings != nullptr) reader.sourceStrings.emplace();
   auto failure = runParse(data, reader);
   if (error != nullptr) *error = std::move(failure);
@@ -224,7 +222,11 @@ void KVXliffParser::didEndElement(std::string_view name) {
     // A closed note leaves the state on the note, so the text up to here joins the note.
     state = kNowhere;
     if (target != kEmptyText && !refusedForBrokenPlaceholder(target)) {
-      addString(strings, std::move(target), stringStatus);
+      if (builder) {
+        builder->addUnit(key, uid, pluralForm, target, note, stringStatus);
+      } else {
+        addString(strings, std::move(target), stringStatus);
+      }
     }
     if (sourceStrings && source != kEmptyText) {
       addString(*sourceStrings, std::move(source), KVStringStatusUntranslated);
@@ -276,7 +278,7 @@ void KVXliffParser::addString(KVStringGroups& groups, std::u16string&& text, uns
   string->note = note;
   string->uid = uid;
   string->pluralForm = pluralForm;
-  string->extractFormatFromString(std::move(text), matchingKeys);
+  string->extractFormatFromString(std::move(text));
   auto& group = groups[key];
   if (group) {
     group->status = status;

@@ -9,6 +9,7 @@
 
 #include "base/error.h"
 #include "strings/string_group.h"
+#include "strings/string_table.h"
 
 namespace kolvane {
 
@@ -25,9 +26,9 @@ class KVXliffParser {
                                        std::optional<KVError>* error) {
     return parseXliffData(data, nullptr, stringStatus, error);
   }
-  // The same without the forms' matching keys, for strings that go into a table.
-  static KVStringGroups parseXliffDataForTable(std::string_view data, unsigned stringStatus,
-                                               std::optional<KVError>* error);
+  // The same target texts straight into a table's builder, with no group objects.
+  static void parseXliffDataInto(KVStringTableBuilder& builder, std::string_view data,
+                                 unsigned stringStatus, std::optional<KVError>* error);
 
   // The event handlers, in the order the parser calls them.
   void didStartElement(std::string_view name, std::string_view id, std::string_view resname);
@@ -42,12 +43,8 @@ class KVXliffParser {
   // (logged when it does).
   bool refusedForBrokenPlaceholder(std::u16string_view text) const;
 
-  static KVStringGroups parse(std::string_view data, KVStringGroups* sourceStrings,
-                              unsigned stringStatus, bool matchingKeys,
-                              std::optional<KVError>* error);
-
   bool needCues = true;
-  bool matchingKeys = true;
+  KVStringTableBuilder* builder = nullptr;  // where the targets go, when given
   unsigned stringStatus = 0;
   KVStringGroups strings;
   std::optional<KVStringGroups> sourceStrings;

@@ -14,20 +14,17 @@ class TableImagesTest : public LocaleStringsFixture<testing::CoreTest> {
 
   // Reads the published file through its image, counting the parses.
   KVFileTable read() {
-    return kv_readFileTable(published(), KVTableReader::xliff, 1, [this] {
-      ++parses;
-      KVStringGroups groups;
-      if (!KVLocaleStrings::loadStringsFromPath(published(), &groups, nullptr, 1)) {
-        return std::optional<KVStringGroups>();
-      }
-      return std::optional<KVStringGroups>(std::move(groups));
-    });
+    return kv_readFileTable(published(), KVTableReader::xliff, 1,
+                            [this](const KVStringTable::SourceStamp& stamp) {
+                              ++parses;
+                              return KVLocaleStrings::loadTableFromPath(published(), 1, stamp);
+                            });
   }
   // Reads, writes the image when the file was parsed, and gives the text of `key`.
   std::u16string readText(std::string_view key) {
     const KVFileTable found = read();
     if (!found.table) return u"(no table)";
-    if (!found.fromImage) kv_writeTableImage(published(), *found.table);
+    if (found.imageWanted) kv_writeTableImage(published(), *found.table);
     const std::uint32_t group = found.table->find(key);
     if (group == KVStringTable::npos) return u"(none)";
     return kv_stringShowingCues(std::u16string(*found.table->defaultText(group)));
@@ -55,8 +52,9 @@ TEST_F(TableImagesTest, TheSecondReadMapsTheImageUntilTheFileChanges) {
   EXPECT_EQ(parses, 2);
 
   // Another reader's image of the same file is not this one's.
-  const KVFileTable asBase = kv_readFileTable(published(), KVTableReader::xliff, 0,
-                                              [] { return std::optional<KVStringGroups>(); });
+  const KVFileTable asBase =
+      kv_readFileTable(published(), KVTableReader::xliff, 0,
+                       [](const KVStringTable::SourceStamp&) { return nullptr; });
   EXPECT_FALSE(asBase.table);
 }
 
