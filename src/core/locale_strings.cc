@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <climits>
 
-#include "base/fast_hash.h"
 #include "base/log.h"
 #include "base/plain_name.h"
 #include "base/saturating.h"
@@ -93,12 +92,22 @@ void KVLocaleStrings::Snapshot::buildHashIndex() const {
     }
   }
   if (!table) return;
-  tableByHash_.reserve(table->formCount());
+  // The matching keys are made once, into one block, and the index views them.
+  std::vector<std::pair<std::size_t, std::uint32_t>> ends;
   for (std::uint32_t f = 0; f < table->formCount(); ++f) {
     // A form under a group the overlay replaces is not what its key answers.
     if (!overlay.empty() && overlay.count(table->keyAt(table->groupOfForm(f)))) continue;
-    tableByHash_.emplace(
-        kv_hashText(kv_matchingKey(table->formatOfForm(f), table->formIsDynamic(f))), f);
+    tableMatchingKeys_ += kv_matchingKey(table->formatOfForm(f), table->formIsDynamic(f));
+    ends.emplace_back(tableMatchingKeys_.size(), f);
+  }
+  tableMatchingKeys_.shrink_to_fit();
+  tableByHash_.reserve(ends.size());
+  std::size_t start = 0;
+  for (const auto& [end, form] : ends) {
+    // The first form in table order wins, as the index of objects keeps the first it meets.
+    tableByHash_.try_emplace(std::u16string_view(tableMatchingKeys_).substr(start, end - start),
+                             form);
+    start = end;
   }
 }
 
@@ -108,17 +117,9 @@ std::shared_ptr<const KVString> KVLocaleStrings::Snapshot::stringForHash(
   if (const auto found = overlayByHash_.find(hash); found != overlayByHash_.end()) {
     return found->second;
   }
-  // The first form in table order, as the index of objects kept the first one it met.
-  std::uint32_t first = KVStringTable::npos;
-  const auto [begin, end] = tableByHash_.equal_range(kv_hashText(hash));
-  for (auto candidate = begin; candidate != end; ++candidate) {
-    const std::uint32_t form = candidate->second;
-    if (form < first &&
-        kv_matchingKey(table->formatOfForm(form), table->formIsDynamic(form)) == hash) {
-      first = form;
-    }
-  }
-  if (first == KVStringTable::npos) return nullptr;
+  const auto found = tableByHash_.find(hash);
+  if (found == tableByHash_.end()) return nullptr;
+  const std::uint32_t first = found->second;
   const auto group = tableGroup(table->groupOfForm(first));
   const auto form = group->pluralForms.find(table->categoryOfForm(first));
   return form != group->pluralForms.end() ? form->second : nullptr;

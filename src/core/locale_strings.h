@@ -164,11 +164,13 @@ class KVLocaleStrings : public std::enable_shared_from_this<KVLocaleStrings> {
     mutable std::once_flag allGroupsMade_;
     mutable KVStringGroups allGroups_;
     mutable std::once_flag hashIndexBuilt_;
-    // Overlay forms by their matching key; table forms by the hash of it (form + 1).
+    // Overlay forms, and table forms (by index), by their matching key.
     mutable std::unordered_map<std::u16string_view, std::shared_ptr<const KVString>, KVTextHash,
                                std::equal_to<>>
         overlayByHash_;
-    mutable std::unordered_multimap<std::uint64_t, std::uint32_t> tableByHash_;
+    mutable std::u16string tableMatchingKeys_;
+    mutable std::unordered_map<std::u16string_view, std::uint32_t, KVTextHash, std::equal_to<>>
+        tableByHash_;
   };
 
   // Lookups without taking references; the caller holds a LookupGuard.

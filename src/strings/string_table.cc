@@ -166,6 +166,7 @@ struct KVStringTableBuilder::State {
     std::uint32_t next = KVStringTable::npos;
   };
   struct PendingGroup {
+    std::uint64_t hash = 0;  // of the key
     Group record;
     GroupExtra extra;
     bool hasExtra = false;
@@ -177,7 +178,8 @@ struct KVStringTableBuilder::State {
   std::vector<TextRef> spans;
   std::u16string text16;
   std::string text8;
-  std::vector<std::uint32_t> index;  // group + 1 by key, for units that add to a group
+  // By key, for units that add to a group: (hash >> 32) << 32 | group + 1.
+  std::vector<std::uint64_t> index;
   bool tooLarge = false;
 
   TextRef add16(std::u16string_view text) { return addText(text16, text); }
@@ -237,7 +239,8 @@ struct KVStringTableBuilder::State {
     const std::size_t mask = index.size() - 1;
     std::size_t i = hash & mask;
     for (; index[i] != 0; i = (i + 1) & mask) {
-      PendingGroup& group = groups[index[i] - 1];
+      if ((index[i] >> 32) != (hash >> 32)) continue;
+      PendingGroup& group = groups[(index[i] & UINT32_MAX) - 1];
       if (text8At(group.record.key) == key) {
         *made = false;
         return group;
@@ -245,17 +248,21 @@ struct KVStringTableBuilder::State {
     }
     *made = true;
     PendingGroup& group = groups.emplace_back();
+    group.hash = hash;
     group.record.key = add8(key);
-    index[i] = static_cast<std::uint32_t>(groups.size());
+    index[i] = slotOf(hash, groups.size());
     return group;
+  }
+  static std::uint64_t slotOf(std::uint64_t hash, std::size_t groupPlusOne) {
+    return (hash >> 32 << 32) | groupPlusOne;
   }
   void reindex() {
     index.assign(std::max<std::size_t>(64, std::bit_ceil(4 * groups.size() + 16)), 0);
     const std::size_t mask = index.size() - 1;
     for (std::size_t g = 0; g < groups.size(); ++g) {
-      std::size_t i = kv_hashText(text8At(groups[g].record.key)) & mask;
+      std::size_t i = groups[g].hash & mask;
       while (index[i] != 0) i = (i + 1) & mask;
-      index[i] = static_cast<std::uint32_t>(g + 1);
+      index[i] = slotOf(groups[g].hash, g + 1);
     }
   }
 };
@@ -413,10 +420,10 @@ std::shared_ptr<const KVStringTable> KVStringTableBuilder::finish(
   auto* slots = reinterpret_cast<std::uint64_t*>(bytes + at.slots);
   const std::uint64_t mask = header.slotCount - 1;
   for (std::size_t g = 0; g < groups.size(); ++g) {
-    const std::uint64_t hash = kv_hashText(s.text8At(groups[g].key));
+    const std::uint64_t hash = s.groups[g].hash;
     std::uint64_t i = hash & mask;
     while (slots[i] != 0) i = (i + 1) & mask;
-    slots[i] = (hash >> 32 << 32) | (g + 1);
+    slots[i] = State::slotOf(hash, g + 1);
   }
   copyInto(bytes + at.groups, groups);
   copyInto(bytes + at.forms, forms);
@@ -429,8 +436,12 @@ std::shared_ptr<const KVStringTable> KVStringTableBuilder::finish(
   header.checksum = checksumOf(std::string_view(bytes, at.end));
   std::memcpy(bytes, &header, sizeof header);
   state_ = std::make_unique<State>();
-  const std::string_view view(bytes, at.end);
-  return KVStringTable::fromImage(std::move(image), view);
+  // Laid out here: no need to check what was just written.
+  std::shared_ptr<KVStringTable> table(new KVStringTable());
+  table->owner_ = std::move(image);
+  table->bytes_ = std::string_view(bytes, at.end);
+  table->openSections(false);
+  return table;
 }
 
 std::shared_ptr<const KVStringTable> KVStringTable::fromGroups(const KVStringGroups& groups,
@@ -454,7 +465,7 @@ std::shared_ptr<const KVStringTable> KVStringTable::fromImage(std::shared_ptr<co
   }
   table->owner_ = std::move(owner);
   table->bytes_ = bytes;
-  if (!table->openSections()) return nullptr;
+  if (!table->openSections(true)) return nullptr;
   return table;
 }
 
@@ -467,7 +478,7 @@ void KVStringTable::sealImageForTesting(std::string& image) {
   std::memcpy(image.data(), &header, sizeof header);
 }
 
-bool KVStringTable::openSections() {
+bool KVStringTable::openSections(bool untrusted) {
   Header header;
   if (bytes_.size() < sizeof header) return false;
   std::memcpy(&header, bytes_.data(), sizeof header);
@@ -477,7 +488,9 @@ bool KVStringTable::openSections() {
     return false;
   }
   const Sections at = sectionsOf(header);
-  if (at.end != bytes_.size() || checksumOf(bytes_) != header.checksum) return false;
+  if (at.end != bytes_.size() || (untrusted && checksumOf(bytes_) != header.checksum)) {
+    return false;
+  }
   const std::uint32_t slots = header.slotCount;
   if (slots == 0 || (slots & (slots - 1)) != 0 || slots <= header.groupCount) return false;
 
@@ -499,7 +512,7 @@ bool KVStringTable::openSections() {
   spans_ = reinterpret_cast<const TextRef*>(base + at.spans);
   text16_ = reinterpret_cast<const char16_t*>(base + at.text16);
   text8_ = base + at.text8;
-  return recordsAreWhole();
+  return !untrusted || recordsAreWhole();
 }
 
 bool KVStringTable::recordsAreWhole() const {
@@ -565,7 +578,10 @@ std::uint32_t KVStringTable::find(std::string_view key) const {
     const std::uint64_t slot = slots_[i];
     if (slot == 0) return npos;
     const auto group = static_cast<std::uint32_t>(slot & UINT32_MAX) - 1;
-    if ((slot >> 32) == tag && keyAt(group) == key) return group;
+    if ((slot >> 32) != tag) continue;
+    // The form is wanted next: its record loads while the key is compared.
+    __builtin_prefetch(&forms_[groups_[group].firstForm]);
+    if (keyAt(group) == key) return group;
   }
 }
 

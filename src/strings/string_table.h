@@ -107,8 +107,10 @@ class KVStringTable {
   std::shared_ptr<KVStringGroup> makeGroup(std::uint32_t group) const;
 
  private:
+  friend class KVStringTableBuilder;
   KVStringTable() = default;
-  bool openSections();
+  // Reads the header; an untrusted image is checked whole.
+  bool openSections(bool untrusted);
   // Every ref, index and count of the records lies within its section.
   bool recordsAreWhole() const;
   std::uint32_t formForCategory(std::uint32_t group, std::string_view category, bool strict) const;

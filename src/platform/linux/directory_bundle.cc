@@ -103,15 +103,19 @@ std::string DirectoryBundle::bundleIdentifier() const {
   return isPlainName(folder) ? folder : "unnamed-app";
 }
 
-std::shared_ptr<const StringsTable> DirectoryBundle::table(const std::string& name) const {
+std::shared_ptr<const DirectoryBundle::KeyedTable> DirectoryBundle::table(
+    const std::string& name) const {
   std::lock_guard lock(mutex_);
   if (const auto cached = tables_.find(name); cached != tables_.end()) return cached->second;
-  auto loaded = std::make_shared<StringsTable>();
+  auto loaded = std::make_shared<KeyedTable>();
   if (const auto path = pathForResource(name, "strings", preferred_)) {
     if (const auto bytes = readWholeFile(*path)) {
       // A damaged table answers like a missing one: the defaults, never a crash.
       StringsFileResult read = readStringsTable(*bytes);
-      if (auto* table = std::get_if<StringsTable>(&read)) *loaded = std::move(*table);
+      if (auto* table = std::get_if<StringsTable>(&read)) {
+        loaded->reserve(table->size());
+        for (auto& [key, text] : *table) loaded->emplace(key, std::move(text));
+      }
     }
   }
   tables_[name] = loaded;
@@ -122,7 +126,7 @@ std::u16string DirectoryBundle::platformLocalizedStringForKey(std::string_view k
                                                               std::u16string_view value,
                                                               std::string_view table) const {
   const auto strings = this->table(table.empty() ? "Localizable" : std::string(table));
-  if (const auto found = strings->find(std::string(key)); found != strings->end()) {
+  if (const auto found = strings->find(key); found != strings->end()) {
     return found->second;
   }
   return value.empty() ? toUtf16(key) : std::u16string(value);

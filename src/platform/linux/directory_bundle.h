@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "kolvane/bundle.h"
@@ -33,13 +34,21 @@ class DirectoryBundle : public Bundle {
   const std::string& preferredLocalization() const { return preferred_; }
 
  private:
-  std::shared_ptr<const StringsTable> table(const std::string& name) const;
+  // A table's texts by key, hashed: every miss of Kolvane's stores ends here.
+  struct KeyHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view key) const noexcept {
+      return std::hash<std::string_view>{}(key);
+    }
+  };
+  using KeyedTable = std::unordered_map<std::string, std::u16string, KeyHash, std::equal_to<>>;
+  std::shared_ptr<const KeyedTable> table(const std::string& name) const;
 
   std::string path_;
   std::map<std::string, std::string> info_;
   std::string preferred_;
   mutable std::mutex mutex_;
-  mutable std::map<std::string, std::shared_ptr<const StringsTable>> tables_;
+  mutable std::map<std::string, std::shared_ptr<const KeyedTable>, std::less<>> tables_;
 };
 
 // The localisation to use among `available` for the language preferences `wanted` (entries
