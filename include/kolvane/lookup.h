@@ -27,6 +27,14 @@ KOLVANE_EXPORT std::optional<std::u16string> KolvaneStoredStringForKey(std::stri
 KOLVANE_EXPORT std::optional<std::u16string> KolvaneStoredPluralStringForKey(
     std::string_view key, const std::optional<Number>& value);
 
+// Reads a stored string without copying it: `read` gets the text (valid only during the call)
+// and `context`, and the answer says whether a store held it. For adapters that make their own
+// string type from the text; `value` as above, or none for the string without plural forms.
+using KolvaneTextReader = void (*)(std::u16string_view text, void* context);
+KOLVANE_EXPORT bool KolvaneReadStoredString(std::string_view key,
+                                            const std::optional<Number>& pluralValue,
+                                            KolvaneTextReader read, void* context);
+
 // Notes that the app's own catalogue (a toolkit's translator below Kolvane's) answered `key`
 // with `text` (cues included), translated from `source` (UTF-8) into `language`; with
 // `pluralValue` for the plural form that fits that value in that language (the language is

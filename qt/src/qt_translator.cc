@@ -42,13 +42,18 @@ std::optional<std::u16string> designTimeText(const std::u16string& source) {
   return KolvaneTool::textForDesignTimeText(kv_stringWithCues(source));
 }
 
-std::optional<std::u16string> storedText(const std::string& key, int n) {
-  if (n >= 0) {
-    if (auto plural = KolvaneStoredPluralStringForKey(key, Number(static_cast<long long>(n)))) {
-      return plural;
-    }
+// Kolvane's stores' string, made into a QString straight from the store's text.
+std::optional<QString> storedText(std::string_view key, int n) {
+  QString text;
+  const KolvaneTextReader read = [](std::u16string_view stored, void* into) {
+    *static_cast<QString*>(into) = QString(reinterpret_cast<const QChar*>(stored.data()),
+                                           static_cast<qsizetype>(stored.size()));
+  };
+  if (n >= 0 && KolvaneReadStoredString(key, Number(static_cast<long long>(n)), read, &text)) {
+    return text;
   }
-  return KolvaneStoredStringForKey(key);
+  if (KolvaneReadStoredString(key, std::nullopt, read, &text)) return text;
+  return std::nullopt;
 }
 
 // Notes what the app's catalogues answered, so that a long press finds it. The language is
@@ -145,9 +150,16 @@ QString KVQtTranslator::translate(const char* context, const char* sourceText,
                                                     nullptr);
   }
   try {
+    // Without a disambiguation the key is the source text: no key is made for a hit.
+    const bool plain = disambiguation == nullptr || *disambiguation == '\0';
+    if (plain) {
+      if (auto stored = storedText(sourceText, n)) return *stored;
+    }
     const std::string key =
         KolvaneMessageKey(sourceText, disambiguation != nullptr ? disambiguation : "");
-    if (auto stored = storedText(key, n)) return QString::fromStdU16String(*stored);
+    if (!plain) {
+      if (auto stored = storedText(key, n)) return *stored;
+    }
     if (auto own = appText(key, context, sourceText, disambiguation, n)) return *own;
     const std::u16string source = toU16(QString::fromUtf8(sourceText));
     if (auto own = bundleText(sourceText, source, context)) return QString::fromStdU16String(*own);

@@ -60,6 +60,7 @@ std::optional<std::u16string_view> KVLocaleStrings::Snapshot::textForKey(std::st
 
 std::shared_ptr<KVStringGroup> KVLocaleStrings::Snapshot::tableGroup(std::uint32_t index) const {
   std::lock_guard lock(madeMutex_);
+  if (made_.empty()) made_.resize(table->groupCount());
   auto& made = made_[index];
   if (!made) made = table->makeGroup(index);
   return made;
@@ -93,12 +94,13 @@ void KVLocaleStrings::Snapshot::buildHashIndex() const {
   }
   if (!table) return;
   // The matching keys are made once, into one block, and the index views them.
-  std::vector<std::pair<std::size_t, std::uint32_t>> ends;
+  std::vector<std::pair<std::size_t, TableForm>> ends;
   for (std::uint32_t f = 0; f < table->formCount(); ++f) {
+    const std::uint32_t group = table->groupOfForm(f);
     // A form under a group the overlay replaces is not what its key answers.
-    if (!overlay.empty() && overlay.count(table->keyAt(table->groupOfForm(f)))) continue;
+    if (!overlay.empty() && overlay.count(table->keyAt(group))) continue;
     tableMatchingKeys_ += kv_matchingKey(table->formatOfForm(f), table->formIsDynamic(f));
-    ends.emplace_back(tableMatchingKeys_.size(), f);
+    ends.emplace_back(tableMatchingKeys_.size(), TableForm{group, f});
   }
   tableMatchingKeys_.shrink_to_fit();
   tableByHash_.reserve(ends.size());
@@ -119,9 +121,8 @@ std::shared_ptr<const KVString> KVLocaleStrings::Snapshot::stringForHash(
   }
   const auto found = tableByHash_.find(hash);
   if (found == tableByHash_.end()) return nullptr;
-  const std::uint32_t first = found->second;
-  const auto group = tableGroup(table->groupOfForm(first));
-  const auto form = group->pluralForms.find(table->categoryOfForm(first));
+  const auto group = tableGroup(found->second.group);
+  const auto form = group->pluralForms.find(table->categoryOfForm(found->second.form));
   return form != group->pluralForms.end() ? form->second : nullptr;
 }
 
@@ -286,22 +287,21 @@ std::shared_ptr<const KVString> KVLocaleStrings::kolvaneStringForKey(
   return group ? group->stringForPluralForm(plural, false) : nullptr;
 }
 
-std::optional<std::u16string> KVLocaleStrings::localizedStringForKey(std::string_view key) const {
-  LookupGuard guard;
+std::optional<std::u16string_view> KVLocaleStrings::localizedTextForKey(
+    std::string_view key, const std::optional<std::string>& plural) const {
   const Snapshot* snapshot = snapshotForKey(key);
   if (snapshot == nullptr) return std::nullopt;
-  if (const auto text = snapshot->textForKey(key, {}, false)) return std::u16string(*text);
-  return std::nullopt;
+  return snapshot->textForKey(key, plural.value_or(""), plural.has_value());
+}
+
+std::optional<std::u16string> KVLocaleStrings::localizedStringForKey(std::string_view key) const {
+  return localizedStringForKey(key, std::nullopt);
 }
 
 std::optional<std::u16string> KVLocaleStrings::localizedStringForKey(
     std::string_view key, const std::optional<std::string>& plural) const {
   LookupGuard guard;
-  const Snapshot* snapshot = snapshotForKey(key);
-  if (snapshot == nullptr) return std::nullopt;
-  if (const auto text = snapshot->textForKey(key, plural.value_or(""), plural.has_value())) {
-    return std::u16string(*text);
-  }
+  if (const auto text = localizedTextForKey(key, plural)) return std::u16string(*text);
   return std::nullopt;
 }
 

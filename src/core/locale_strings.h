@@ -16,6 +16,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 #include "base/error.h"
 #include "core/published.h"
@@ -79,6 +80,10 @@ class KVLocaleStrings : public std::enable_shared_from_this<KVLocaleStrings> {
   std::shared_ptr<const KVString> kolvaneStringForKey(
       std::string_view key, const std::optional<std::string>& plural) const;
   std::optional<std::u16string> localizedStringForKey(std::string_view key) const;
+  // The same text viewed in the store, for a caller holding a LookupGuard; with `plural`, that
+  // form (falling back as a group does).
+  std::optional<std::u16string_view> localizedTextForKey(
+      std::string_view key, const std::optional<std::string>& plural) const;
   std::optional<std::u16string> localizedStringForKey(
       std::string_view key, const std::optional<std::string>& plural) const;
 
@@ -160,7 +165,7 @@ class KVLocaleStrings : public std::enable_shared_from_this<KVLocaleStrings> {
     void buildHashIndex() const;
 
     mutable std::mutex madeMutex_;
-    mutable std::unordered_map<std::uint32_t, std::shared_ptr<KVStringGroup>> made_;
+    mutable std::vector<std::shared_ptr<KVStringGroup>> made_;  // by table group, once made
     mutable std::once_flag allGroupsMade_;
     mutable KVStringGroups allGroups_;
     mutable std::once_flag hashIndexBuilt_;
@@ -169,7 +174,11 @@ class KVLocaleStrings : public std::enable_shared_from_this<KVLocaleStrings> {
                                std::equal_to<>>
         overlayByHash_;
     mutable std::u16string tableMatchingKeys_;
-    mutable std::unordered_map<std::u16string_view, std::uint32_t, KVTextHash, std::equal_to<>>
+    struct TableForm {
+      std::uint32_t group;
+      std::uint32_t form;
+    };
+    mutable std::unordered_map<std::u16string_view, TableForm, KVTextHash, std::equal_to<>>
         tableByHash_;
   };
 

@@ -28,18 +28,40 @@ std::u16string withOuterCues(std::u16string_view text) {
   return whole;
 }
 
-std::optional<std::u16string> pluralFrom(const KVLocaleStrings* store, std::string_view key,
-                                         const std::optional<Number>& value) {
+// The text a store answers for `key` (with `plural`, the plural form for its value), viewed in
+// the store: the caller holds a LookupGuard.
+std::optional<std::u16string_view> storedText(const KVLocaleStrings* store, std::string_view key,
+                                              const std::optional<Number>* plural) {
   if (!store) return std::nullopt;
-  return store->localizedStringForKey(key,
-                                      KVPluralForm::pluralFormForValue(value, store->locale()));
+  if (!plural) return store->localizedTextForKey(key, std::nullopt);
+  return store->localizedTextForKey(key,
+                                    KVPluralForm::pluralFormForValue(*plural, store->locale()));
 }
 
-std::optional<std::u16string> storedPlural(const KVMainController& controller, std::string_view key,
-                                           const std::optional<Number>& value) {
+// The shown locale's store, then the base locale's.
+template <typename Use>
+bool readStored(std::string_view key, const std::optional<Number>* value, Use use) {
+  const KVMainController& controller = KVMainController::sharedInstance();
   LookupGuard guard;
-  if (auto found = pluralFrom(controller.publishedLocaleStrings(), key, value)) return found;
-  return pluralFrom(controller.publishedBaseLocaleStrings(), key, value);
+  if (const auto text = storedText(controller.publishedLocaleStrings(), key, value)) {
+    use(*text, "from current locale strings");
+    return true;
+  }
+  if (const auto text = storedText(controller.publishedBaseLocaleStrings(), key, value)) {
+    use(*text, "from base");
+    return true;
+  }
+  return false;
+}
+
+std::optional<std::u16string> copiedStored(std::string_view key,
+                                           const std::optional<Number>* value) {
+  std::optional<std::u16string> copied;
+  readStored(key, value, [&](std::u16string_view text, std::string_view source) {
+    copied.emplace(text);
+    logFound(key, *copied, source);
+  });
+  return copied;
 }
 
 }  // namespace
@@ -57,21 +79,13 @@ std::string KolvaneMessageKey(std::string_view source, std::string_view disambig
 }
 
 std::optional<std::u16string> KolvaneStoredStringForKey(std::string_view key) {
-  const KVMainController& controller = KVMainController::sharedInstance();
-  LookupGuard guard;
-  if (const KVLocaleStrings* store = controller.publishedLocaleStrings()) {
-    if (auto found = store->localizedStringForKey(key)) {
-      logFound(key, *found, "from current locale strings");
-      return found;
-    }
-  }
-  if (const KVLocaleStrings* base = controller.publishedBaseLocaleStrings()) {
-    if (auto found = base->localizedStringForKey(key)) {
-      logFound(key, *found, "from base");
-      return found;
-    }
-  }
-  return std::nullopt;
+  return copiedStored(key, nullptr);
+}
+
+bool KolvaneReadStoredString(std::string_view key, const std::optional<Number>& pluralValue,
+                             KolvaneTextReader read, void* context) {
+  return readStored(key, pluralValue ? &pluralValue : nullptr,
+                    [&](std::u16string_view text, std::string_view) { read(text, context); });
 }
 
 std::u16string KolvaneLocalizedStringForKey(const Bundle& self, std::string_view selector,
@@ -128,12 +142,12 @@ std::shared_ptr<const KVString> KVMainController::kolvaneStringWithNonNestedStri
 
 std::optional<std::u16string> KolvaneStoredPluralStringForKey(std::string_view key,
                                                               const std::optional<Number>& value) {
-  return storedPlural(KVMainController::sharedInstance(), key, value);
+  return copiedStored(key, &value);
 }
 
 std::u16string KVMainController::pluralizedStringWithKey(std::string_view key,
                                                          const std::optional<Number>& value) const {
-  if (auto stored = storedPlural(*this, key, value)) return std::move(*stored);
+  if (auto stored = KolvaneStoredPluralStringForKey(key, value)) return std::move(*stored);
   return Platform::current().mainBundle().localizedStringForKey(key, u"", "");
 }
 
