@@ -117,9 +117,9 @@ const Catalogue& catalogue(int size) {
 
 KVFileTable readPublishedTable(const Catalogue& c) {
   return kv_readFileTable(c.publishedFile, KVTableReader::xliff, KVStringStatusPublished,
-                          [&c](const KVStringTable::SourceStamp& stamp) {
-                            return KVLocaleStrings::loadTableFromPath(
-                                c.publishedFile, KVStringStatusPublished, stamp);
+                          [&c](std::string_view bytes, const KVStringTable::SourceStamp& stamp) {
+                            return KVLocaleStrings::tableFromXliff(c.publishedFile, bytes,
+                                                                   KVStringStatusPublished, stamp);
                           });
 }
 

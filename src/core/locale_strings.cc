@@ -151,13 +151,13 @@ void logReadError(const std::string& path, const KVError& error) {
 
 }  // namespace
 
-std::shared_ptr<const KVStringTable> KVLocaleStrings::loadTableFromPath(
-    const std::string& path, unsigned status, const KVStringTable::SourceStamp& stamp) {
-  const auto bytes = xliffBytes(path);
-  if (!bytes) return nullptr;
+std::shared_ptr<const KVStringTable> KVLocaleStrings::tableFromXliff(
+    const std::string& path, std::string_view bytes, unsigned status,
+    const KVStringTable::SourceStamp& stamp) {
+  kvDebug("Loading strings from " + path);
   KVStringTableBuilder builder;
   std::optional<KVError> error;
-  KVXliffParser::parseXliffDataInto(builder, *bytes, status, &error);
+  KVXliffParser::parseXliffDataInto(builder, bytes, status, &error);
   if (error) {
     logReadError(path, *error);
     return nullptr;

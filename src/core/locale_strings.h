@@ -39,9 +39,11 @@ class KVLocaleStrings : public std::enable_shared_from_this<KVLocaleStrings> {
   // no file or it could not be read (the debug log says why).
   static bool loadStringsFromPath(const std::string& path, KVStringGroups* into,
                                   KVStringGroups* source, unsigned status);
-  // Reads an XLIFF file's target texts into a table stamped `stamp`; null as above.
-  static std::shared_ptr<const KVStringTable> loadTableFromPath(
-      const std::string& path, unsigned status, const KVStringTable::SourceStamp& stamp);
+  // Reads the target texts of the XLIFF file at `path`, whose bytes are `bytes`, into a table
+  // stamped `stamp`; null when they cannot be read (the debug log says why).
+  static std::shared_ptr<const KVStringTable> tableFromXliff(
+      const std::string& path, std::string_view bytes, unsigned status,
+      const KVStringTable::SourceStamp& stamp);
   // Reads an app's ".strings" table: each text marked with cues, status 4 (untranslated).
   static bool loadStringsFromLocalizableStringsAtPath(const std::string& path, KVStringGroups& into,
                                                       bool forTable = false);

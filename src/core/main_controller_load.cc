@@ -99,7 +99,8 @@ void KVMainController::readFileStrings(FileStrings& files) {
     const std::string& path = *files.baseStringsFile;
     files.baseTable = readTable(
         path, KVTableReader::stringsTable, KVStringStatusUntranslated,
-        [&path](const KVStringTable::SourceStamp& stamp) -> std::shared_ptr<const KVStringTable> {
+        [&path](std::string_view,
+                const KVStringTable::SourceStamp& stamp) -> std::shared_ptr<const KVStringTable> {
           KVStringGroups groups;
           if (!KVLocaleStrings::loadStringsFromLocalizableStringsAtPath(path, groups, true)) {
             return nullptr;
@@ -112,8 +113,8 @@ void KVMainController::readFileStrings(FileStrings& files) {
   const auto xliff = [&files](const std::string& path, unsigned status) {
     return readTable(
         path, KVTableReader::xliff, status,
-        [&path, status](const KVStringTable::SourceStamp& stamp) {
-          return KVLocaleStrings::loadTableFromPath(path, status, stamp);
+        [&path, status](std::string_view bytes, const KVStringTable::SourceStamp& stamp) {
+          return KVLocaleStrings::tableFromXliff(path, bytes, status, stamp);
         },
         files.newImages);
   };

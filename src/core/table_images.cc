@@ -10,18 +10,6 @@
 namespace kolvane {
 namespace {
 
-// The file as it is now: hashing its bytes costs a small part of parsing them, and tells a
-// changed file apart whatever its size and times say.
-std::optional<KVStringTable::SourceStamp> stampOf(const std::string& path, KVTableReader reader,
-                                                  unsigned status) {
-  FileSystem& files = Platform::current().fileSystem();
-  if (!files.fileExists(path)) return std::nullopt;
-  const auto bytes = files.mapFile(path);
-  if (!bytes) return std::nullopt;
-  return KVStringTable::SourceStamp{bytes->bytes.size(), kv_hashText(bytes->bytes),
-                                    static_cast<std::uint32_t>(reader) << 16 | (status & 0xffff)};
-}
-
 std::shared_ptr<const KVStringTable> tableFromImage(const std::string& path,
                                                     const KVStringTable::SourceStamp& stamp) {
   const std::string image = kv_tableImagePath(path);
@@ -47,15 +35,22 @@ std::string kv_tableImagePath(const std::string& path) {
 
 KVFileTable kv_readFileTable(const std::string& path, KVTableReader reader, unsigned status,
                              const KVTableRead& read) {
-  const auto stamp = stampOf(path, reader, status);
-  if (stamp) {
-    if (auto table = tableFromImage(path, *stamp)) return {std::move(table), true, false};
+  FileSystem& files = Platform::current().fileSystem();
+  if (!files.fileExists(path)) return {};
+  const auto bytes = files.mapFile(path);
+  if (!bytes) {
+    kvDebug("Error loading strings from " + path + ": the file could not be read");
+    return {};
   }
-  auto table = read(stamp.value_or(KVStringTable::SourceStamp()));
-  if (!table) return {};
-  // A file changed while it was read gets no image: the next read makes it.
-  const auto after = stamp ? stampOf(path, reader, status) : std::nullopt;
-  return {std::move(table), false, after && *after == *stamp};
+  // The bytes read are the bytes hashed: hashing costs a small part of parsing, and tells a
+  // changed file apart whatever its size and times say.
+  const KVStringTable::SourceStamp stamp{
+      bytes->bytes.size(), kv_hashText(bytes->bytes),
+      static_cast<std::uint32_t>(reader) << 16 | (status & 0xffff)};
+  if (auto table = tableFromImage(path, stamp)) return {std::move(table), true, false};
+  auto table = read(bytes->bytes, stamp);
+  const bool made = table != nullptr;
+  return {std::move(table), false, made};
 }
 
 void kv_writeTableImage(const std::string& path, const KVStringTable& table) {

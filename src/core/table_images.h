@@ -22,15 +22,15 @@ enum class KVTableReader : std::uint32_t { xliff = 1, stringsTable = 2 };
 struct KVFileTable {
   std::shared_ptr<const KVStringTable> table;  // null when the file could not be read
   bool fromImage = false;
-  bool imageWanted = false;  // read from the file, which did not change meanwhile
+  bool imageWanted = false;  // read from the file: its image is to be written
 };
 
-// Reads the file into a table stamped as given; null when it cannot.
-using KVTableRead =
-    std::function<std::shared_ptr<const KVStringTable>(const KVStringTable::SourceStamp&)>;
+// Makes the table of the file from its bytes, stamped as given; null when it cannot.
+using KVTableRead = std::function<std::shared_ptr<const KVStringTable>(
+    std::string_view bytes, const KVStringTable::SourceStamp& stamp)>;
 
-// The table of the file at `path`, from its image when one matches, else from `read`.
-// `status` is the status the reader stamps.
+// The table of the file at `path`, from its image when one matches, else from `read`; none
+// when there is no file or it cannot be read. `status` is the status the reader stamps.
 KVFileTable kv_readFileTable(const std::string& path, KVTableReader reader, unsigned status,
                              const KVTableRead& read);
 

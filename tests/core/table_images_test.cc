@@ -14,11 +14,12 @@ class TableImagesTest : public LocaleStringsFixture<testing::CoreTest> {
 
   // Reads the published file through its image, counting the parses.
   KVFileTable read() {
-    return kv_readFileTable(published(), KVTableReader::xliff, 1,
-                            [this](const KVStringTable::SourceStamp& stamp) {
-                              ++parses;
-                              return KVLocaleStrings::loadTableFromPath(published(), 1, stamp);
-                            });
+    return kv_readFileTable(
+        published(), KVTableReader::xliff, 1,
+        [this](std::string_view bytes, const KVStringTable::SourceStamp& stamp) {
+          ++parses;
+          return KVLocaleStrings::tableFromXliff(published(), bytes, 1, stamp);
+        });
   }
   // Reads, writes the image when the file was parsed, and gives the text of `key`.
   std::u16string readText(std::string_view key) {
@@ -54,7 +55,7 @@ TEST_F(TableImagesTest, TheSecondReadMapsTheImageUntilTheFileChanges) {
   // Another reader's image of the same file is not this one's.
   const KVFileTable asBase =
       kv_readFileTable(published(), KVTableReader::xliff, 0,
-                       [](const KVStringTable::SourceStamp&) { return nullptr; });
+                       [](std::string_view, const KVStringTable::SourceStamp&) { return nullptr; });
   EXPECT_FALSE(asBase.table);
 }
 
