@@ -270,9 +270,12 @@ struct KVStringTableBuilder::State {
 KVStringTableBuilder::KVStringTableBuilder() : state_(std::make_unique<State>()) {}
 KVStringTableBuilder::~KVStringTableBuilder() = default;
 
-void KVStringTableBuilder::reserve(std::size_t units) {
+void KVStringTableBuilder::reserve(std::size_t units, std::size_t bytes) {
   state_->groups.reserve(units);
   state_->forms.reserve(units);
+  // Targets are about half a unit's markup; keys and ids a small part of it.
+  state_->text16.reserve(bytes / 2);
+  state_->text8.reserve(bytes / 4);
   state_->index.assign(std::max<std::size_t>(64, std::bit_ceil(4 * units + 16)), 0);
 }
 

@@ -145,7 +145,9 @@ class KVStringTableBuilder {
   KVStringTableBuilder(const KVStringTableBuilder&) = delete;
   KVStringTableBuilder& operator=(const KVStringTableBuilder&) = delete;
 
-  void reserve(std::size_t units);
+  // Room for `units` units read from `bytes` bytes of a file, so the texts are not copied as
+  // they grow.
+  void reserve(std::size_t units, std::size_t bytes = 0);
   // One unit as the XLIFF reader reads it (its target marked with cues, placeholders closed):
   // a later unit of a key stamps the group with `status` and replaces the form of its
   // category; the last unit says whether the group has plurals.

@@ -160,7 +160,7 @@ std::size_t unitCountHint(std::string_view data) {
 void KVXliffParser::parseXliffDataInto(KVStringTableBuilder& builder, std::string_view data,
                                        unsigned stringStatus, std::optional<KVError>* error) {
   KVXliffParser reader;
-  builder.reserve(unitCountHint(data));
+  builder.reserve(unitCountHint(data), data.size());
   reader.builder = &builder;
   reader.stringStatus = stringStatus;
   auto failure = runParse(data, reader);
