@@ -14,8 +14,11 @@ using namespace kolvane;
 
 void readEveryRecord(const KVStringTable& table) {
   for (std::uint32_t g = 0; g < table.groupCount(); ++g) {
+    // A crafted image may leave a group out of the index (its strings are then not found);
+    // what the index finds must be a group of that key.
     const std::string key(table.keyAt(g));
-    if (table.find(key) == KVStringTable::npos) std::abort();
+    const std::uint32_t found = table.find(key);
+    if (found != KVStringTable::npos && table.keyAt(found) != key) std::abort();
     (void)table.defaultText(g);
     (void)table.textForCategory(g, "few");
     const auto group = table.makeGroup(g);

@@ -522,6 +522,8 @@ bool KVStringTable::recordsAreWhole() const {
   std::size_t empty = 0;
   for (std::uint64_t i = 0; i <= slotMask_; ++i) {
     const std::uint64_t group = slots_[i] & UINT32_MAX;
+    // An empty slot is all zero: a tag with no group would be taken for a group.
+    if (group == 0 && slots_[i] != 0) return false;
     if (group == 0) ++empty;
     if (group > groupCount_) return false;
   }
