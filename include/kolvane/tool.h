@@ -29,6 +29,8 @@ class KOLVANE_EXPORT KolvaneTool {
   // The menu gesture was recognised: shows the actions menu, or the login first when nobody is
   // signed in.
   static void triggerActions();
+  // Ctrl+Alt+J: the list of the key window's texts (kolvane/window_texts.h), signed in or not.
+  static void triggerWindowTexts();
   // Indexes the development locale's texts of interface-file keys (keys holding "." and "-"),
   // which textForDesignTimeText() reads. Call again after the strings were reloaded.
   static void indexDesignTimeTexts();

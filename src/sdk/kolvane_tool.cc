@@ -34,6 +34,8 @@ std::shared_ptr<KVEditionScreen> KolvaneTool::triggerEdition(
 
 void KolvaneTool::triggerActions() { kv_openActionsOrLogin(); }
 
+void KolvaneTool::triggerWindowTexts() { kv_openWindowTexts(); }
+
 void KolvaneTool::indexDesignTimeTexts() {
   if (const auto base = KVMainController::sharedInstance().baseLocaleStrings()) {
     base->extractUIStrings();

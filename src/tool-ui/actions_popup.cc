@@ -22,6 +22,7 @@
 #include "tool-ui/choice_lists.h"
 #include "tool-ui/kept_changes.h"
 #include "tool-ui/login_page.h"
+#include "tool-ui/window_texts_list.h"
 
 namespace kolvane {
 namespace {
@@ -84,6 +85,7 @@ std::shared_ptr<KVActionsPopup> KVActionsPopup::show() {
   const auto window = host->keyWindow();
   popup->editionController_ = KVEditionController::editionControllerWithStrings(
       window ? kolvaneStringsInSubviews(window) : KVCaptures{});
+  popup->windowTexts_ = KVWindowTextsList::summaryOf(kv_windowInventory(window));
   host->presentToolScreen(popup);
   return popup;
 }
@@ -93,6 +95,7 @@ std::vector<KVMenuSection> KVActionsPopup::sections() const {
   std::vector<KVMenuSection> sections = {accountSection(), translationSection(),
                                          latestTextSection()};
   if (KVSession::sharedInstance().isLoggedIn()) sections.push_back(saveSection());
+  sections.push_back(windowSection());
   // While the latest text comes, nothing else may start; the account stays reachable, so a
   // pull whose answer never comes cannot lock the reviewer in.
   if (pulling_) {
@@ -158,6 +161,14 @@ KVMenuSection KVActionsPopup::saveSection() const {
   return {{}, {menuRow(u"Save My Changes", counts, unsaved, false, unsaved)}, footer};
 }
 
+KVMenuSection KVActionsPopup::windowSection() const {
+  return {u"This window", {menuRow(u"Texts of this window", windowTexts_, true, true)}, {}};
+}
+
+std::size_t KVActionsPopup::windowSectionIndex() const {
+  return KVSession::sharedInstance().isLoggedIn() ? 4 : 3;
+}
+
 std::size_t KVActionsPopup::unsavedChanges() const {
   const auto& store = controller().localeStrings();
   if (!store) return 0;
@@ -170,6 +181,11 @@ void KVActionsPopup::selectRow(std::size_t section, std::size_t row) {
   const auto host = kv_toolHost();
   if (!host) return;
   const bool unsaved = unsavedChanges() > 0;
+  if (section == windowSectionIndex()) {
+    // The list lives in a window of its own, beside the app's, so the menu goes.
+    host->dismissToolScreens([] { KVWindowTextsList::show(); });
+    return;
+  }
   switch (section) {
     case 0:
       if (!KVSession::sharedInstance().isLoggedIn()) {
