@@ -567,6 +567,8 @@ std::string menuPathName(const QString& text) {
   return shown.toStdString();
 }
 
+constexpr char kItemName[] = "item";
+
 // A text of an action: its own (what a menu item or a menu's title shows) or one of its tips.
 class ActionText : public KVHostLabel {
  public:
@@ -583,8 +585,9 @@ class ActionText : public KVHostLabel {
   std::shared_ptr<KVHostView> superview() const override { return owner_; }
   std::vector<std::shared_ptr<KVHostView>> subviews() const override { return {}; }
   std::string className() const override { return "QAction " + name_; }
+  // A menu item is named by its text; a menu's title and a tip by what they are.
   std::string pathName() const override {
-    return isOwnText() && action_ ? menuPathName(action_->text()) : name_;
+    return name_ == kItemName && action_ ? menuPathName(action_->text()) : name_;
   }
   const void* identity() const override {
     return partIdentity(action_.data(), isOwnText() ? 0 : 1 + static_cast<int>(name_.size()));
@@ -642,9 +645,9 @@ class ActionText : public KVHostLabel {
 };
 
 std::shared_ptr<KVHostLabel> actionText(std::shared_ptr<KVHostView> owner, QAction* action,
-                                        QWidget* shownIn) {
-  return std::make_shared<ActionText>(std::move(owner), action, shownIn, "text", &QAction::text,
-                                      &QAction::setText);
+                                        QWidget* shownIn, std::string name = kItemName) {
+  return std::make_shared<ActionText>(std::move(owner), action, shownIn, std::move(name),
+                                      &QAction::text, &QAction::setText);
 }
 
 // The items of a menu bar or a menu: a menu for each submenu, a label for each other action.
@@ -680,7 +683,7 @@ class MenuView : public WidgetView<KVHostView, QMenu>,
   std::vector<std::shared_ptr<KVHostLabel>> attachedTexts() const override {
     if (!widget_) return {};
     auto title = actionText(std::const_pointer_cast<MenuView>(shared_from_this()),
-                            widget_->menuAction(), widget_->parentWidget());
+                            widget_->menuAction(), widget_->parentWidget(), "title");
     if (!title->attributedText()) return {};
     return {std::move(title)};
   }

@@ -34,6 +34,8 @@ bool isStale(const KVViewStrings& capture) {
 
 unsigned problemsOf(const KVHostLabel& label, const KVViewStrings& capture,
                     std::u16string_view cued, std::u16string_view shown) {
+  // An elided text lost its end cue with its end: it traces to nothing, and is not stale for it.
+  if (kv_textWasElided(cued)) return kKVTextCutOff;
   unsigned problems = 0;
   if (!holdsCues(cued)) {
     if (!label.notForTranslation() && !kv_looksLikeData(shown)) problems |= kKVTextNotTranslatable;
@@ -41,9 +43,7 @@ unsigned problemsOf(const KVHostLabel& label, const KVViewStrings& capture,
     problems |= kKVTextStale;
   }
   const auto box = label.textBox();
-  if (kv_textWasElided(cued) || (box && kv_textOverflowsBox(shown, *box))) {
-    problems |= kKVTextCutOff;
-  }
+  if (box && kv_textOverflowsBox(shown, *box)) problems |= kKVTextCutOff;
   return problems;
 }
 
