@@ -53,7 +53,8 @@ class KOLVANE_EXPORT KVHostView {
   // Lays the view out and draws it again after its text changed.
   virtual void setNeedsLayout() {}
   // How a list of the window's texts names this view in a text's place ("toolbar",
-  // "File > Open"): the app's name for it when it has one, else its class.
+  // "File > Open"): the app's name for it when it has one, else its class; empty for a view
+  // that says nothing to the reader (a plain container), which the place leaves out.
   virtual std::string pathName() const { return className(); }
   // Texts the view holds besides those of its subviews, which no press reaches: its tooltip,
   // status tip, what's-this text, a window's title, a group box's title, the items of a combo

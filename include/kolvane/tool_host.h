@@ -65,6 +65,8 @@ class KOLVANE_EXPORT KVToolHost {
   }
   // Draws attention to `rect` (screen coordinates) for a moment: where a listed text is.
   virtual void flashPlace(const KVRect& rect) { (void)rect; }
+  // Lays the app out right to left (on), or back as it was (off).
+  virtual void setRightToLeft(bool on) { (void)on; }
 };
 
 }  // namespace kolvane

@@ -144,6 +144,14 @@ class QtToolHost : public KVToolHost {
     flashRect(QRect(static_cast<int>(rect.x), static_cast<int>(rect.y),
                     static_cast<int>(rect.width), static_cast<int>(rect.height)));
   }
+  void setRightToLeft(bool on) override {
+    if (on) {
+      directionBefore_ = QGuiApplication::layoutDirection();
+      QGuiApplication::setLayoutDirection(Qt::RightToLeft);
+    } else {
+      QGuiApplication::setLayoutDirection(directionBefore_);
+    }
+  }
   WindowTextsWindow* windowTexts() const { return texts_; }
   PopupWindow* popup() const { return popup_; }
   void stringsDidChange() override {
@@ -162,6 +170,7 @@ class QtToolHost : public KVToolHost {
   std::vector<QPointer<EditionPopup>> popups_;
   QPointer<PopupWindow> popup_;
   QPointer<WindowTextsWindow> texts_;
+  Qt::LayoutDirection directionBefore_ = Qt::LeftToRight;
 };
 
 struct Installed {

@@ -145,16 +145,22 @@ QString KVQtTranslator::translate(const char* context, const char* sourceText,
                                                     nullptr);
   }
   try {
-    const std::string key =
-        KolvaneMessageKey(sourceText, disambiguation != nullptr ? disambiguation : "");
-    if (auto stored = storedText(key, n)) return QString::fromStdU16String(*stored);
-    if (auto own = appText(key, context, sourceText, disambiguation, n)) return *own;
-    const std::u16string source = toU16(QString::fromUtf8(sourceText));
-    if (auto own = bundleText(sourceText, source, context)) return QString::fromStdU16String(*own);
-    if (context != nullptr) {
-      if (auto designed = designTimeText(source)) return QString::fromStdU16String(*designed);
-    }
-    return noted(key, sourceText, kv_stringWithCues(source), developmentLanguage, n);
+    const auto answer = [&]() -> QString {
+      const std::string key =
+          KolvaneMessageKey(sourceText, disambiguation != nullptr ? disambiguation : "");
+      if (auto stored = storedText(key, n)) return QString::fromStdU16String(*stored);
+      if (auto own = appText(key, context, sourceText, disambiguation, n)) return *own;
+      const std::u16string source = toU16(QString::fromUtf8(sourceText));
+      if (auto own = bundleText(sourceText, source, context)) {
+        return QString::fromStdU16String(*own);
+      }
+      if (context != nullptr) {
+        if (auto designed = designTimeText(source)) return QString::fromStdU16String(*designed);
+      }
+      return noted(key, sourceText, kv_stringWithCues(source), developmentLanguage, n);
+    }();
+    if (!KolvaneTool::pseudoTranslation()) return answer;
+    return QString::fromStdU16String(KolvaneTool::shownAnswer(answer.toStdU16String()));
   } catch (...) {
     // The app keeps its own text rather than see an exception from inside Qt.
     return QString();

@@ -58,11 +58,15 @@ bool markedNotTranslatable(const QObject* object) {
   return false;
 }
 
+// A widget's name in a text's place: the app's object name, else its class; none for a plain
+// container without a name and for Qt's own inner widgets ("qt_…"), which say nothing to the
+// reader.
 std::string widgetPathName(const QWidget* widget) {
   const QString name = widget->objectName();
-  // Qt names its own inner widgets "qt_…": their class says more.
-  if (!name.isEmpty() && !name.startsWith(QLatin1String("qt_"))) return name.toStdString();
-  return widget->metaObject()->className();
+  if (name.startsWith(QLatin1String("qt_"))) return {};
+  if (!name.isEmpty()) return name.toStdString();
+  const char* className = widget->metaObject()->className();
+  return widget->isWindow() || std::string_view(className) != "QWidget" ? className : "";
 }
 
 // `part` (in the widget's coordinates; the whole widget when none) on the screen, while the

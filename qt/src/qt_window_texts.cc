@@ -1,5 +1,6 @@
 #include "qt_window_texts.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QEvent>
 #include <QHBoxLayout>
@@ -7,10 +8,12 @@
 #include <QLabel>
 #include <QPointer>
 #include <QPushButton>
+#include <QScreen>
 #include <QTableWidget>
 #include <QTimer>
 #include <QVBoxLayout>
 
+#include "kolvane/tool.h"
 #include "qt_popup_window.h"
 #include "qt_views.h"
 
@@ -59,12 +62,32 @@ void fillRow(QTableWidget* table, int row, const KVWindowTextRow& text) {
   }
 }
 
+// Beside the app's window, so that the place a row flashes is in sight; over it when the
+// screen has no room beside it.
+void placeBeside(QWidget* list, QWidget* over) {
+  placeToolWindow(list, over);
+  if (over == nullptr || list->screen() == nullptr) return;
+  const QRect available = list->screen()->availableGeometry();
+  const QRect app = over->window()->frameGeometry();
+  const QSize frame = list->frameGeometry().size() - list->size();
+  const int width = list->width() + frame.width();
+  const int top = std::clamp(app.top(), available.top(),
+                             std::max(available.top(), available.bottom() - list->height()));
+  if (app.right() + width <= available.right()) {
+    list->move(app.right() + 1, top);
+  } else if (app.left() - width >= available.left()) {
+    list->move(app.left() - width, top);
+  }
+}
+
 }  // namespace
 
 WindowTextsWindow::WindowTextsWindow(std::shared_ptr<KVWindowTextsScreen> screen, QWidget* over)
     : QWidget(over), screen_(std::move(screen)) {
   setToolWindowFlags(this);
   markAsKolvaneWindow(this);
+  // Read left to right whichever way the app is laid out.
+  setLayoutDirection(Qt::LeftToRight);
   setObjectName(QStringLiteral("kolvaneWindowTexts"));
   setWindowTitle(QStringLiteral("Kolvane \u2014 ") + toQString(screen_->title()));
   auto* layout = new QVBoxLayout(this);
@@ -78,12 +101,18 @@ WindowTextsWindow::WindowTextsWindow(std::shared_ptr<KVWindowTextsScreen> screen
   for (KVTextStatus status : kStatuses) status_->addItem(toQString(kv_textStatusName(status)));
   problem_ = new QComboBox(this);
   for (const auto& [name, bits] : kProblemChoices) problem_->addItem(QString::fromUtf8(name));
+  auto* pseudo = new QCheckBox(QStringLiteral("Pseudo-translation"), this);
+  pseudo->setChecked(KolvaneTool::pseudoTranslation());
+  auto* rightToLeft = new QCheckBox(QStringLiteral("Right to left"), this);
+  rightToLeft->setChecked(KolvaneTool::rightToLeft());
   auto* reload = new QPushButton(QStringLiteral("Reload"), this);
   filters->addWidget(new QLabel(QStringLiteral("Status:"), this));
   filters->addWidget(status_);
   filters->addWidget(new QLabel(QStringLiteral("Show:"), this));
   filters->addWidget(problem_);
   filters->addStretch();
+  filters->addWidget(pseudo);
+  filters->addWidget(rightToLeft);
   filters->addWidget(reload);
   layout->addLayout(filters);
 
@@ -95,6 +124,9 @@ WindowTextsWindow::WindowTextsWindow(std::shared_ptr<KVWindowTextsScreen> screen
   table_->setSelectionMode(QAbstractItemView::SingleSelection);
   table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
   table_->setWordWrap(false);
+  // A place is read at both ends: where it starts, and the widget it ends on.
+  table_->setTextElideMode(Qt::ElideMiddle);
+  table_->verticalHeader()->setDefaultSectionSize(table_->fontMetrics().height() + 8);
   table_->verticalHeader()->hide();
   table_->horizontalHeader()->setStretchLastSection(true);
   layout->addWidget(table_, 1);
@@ -102,6 +134,15 @@ WindowTextsWindow::WindowTextsWindow(std::shared_ptr<KVWindowTextsScreen> screen
   connect(status_, &QComboBox::currentIndexChanged, this, [this] { applyFilter(); });
   connect(problem_, &QComboBox::currentIndexChanged, this, [this] { applyFilter(); });
   connect(reload, &QPushButton::clicked, this, [this] { screen_->reload(); });
+  // The app takes its new texts from an event of its own: the list looks again after it.
+  connect(pseudo, &QCheckBox::toggled, this, [this](bool on) {
+    KolvaneTool::setPseudoTranslation(on);
+    QTimer::singleShot(0, this, [this] { screen_->reload(); });
+  });
+  connect(rightToLeft, &QCheckBox::toggled, this, [this](bool on) {
+    KolvaneTool::setRightToLeft(on);
+    QTimer::singleShot(0, this, [this] { screen_->reload(); });
+  });
   // A click or Enter on a row: the edition screen of its strings, as a long press opens it.
   connect(table_, &QTableWidget::cellActivated, this,
           [this](int row, int) { screen_->selectRow(static_cast<std::size_t>(row)); });
@@ -109,8 +150,8 @@ WindowTextsWindow::WindowTextsWindow(std::shared_ptr<KVWindowTextsScreen> screen
           [this](int row, int) { screen_->selectRow(static_cast<std::size_t>(row)); });
   screen_->setChangeHandler([this] { refresh(); });
   refresh();
-  resize(860, 480);
-  placeToolWindow(this, over);
+  resize(820, 420);
+  placeBeside(this, over);
 }
 
 WindowTextsWindow::~WindowTextsWindow() { screen_->setChangeHandler({}); }

@@ -1,6 +1,7 @@
 #include "capture/view_capture.h"
 
 #include "base/log.h"
+#include "capture/display_checks.h"
 
 namespace kolvane {
 namespace {
@@ -23,13 +24,20 @@ void collectLabels(const std::shared_ptr<KVHostView>& view, KVCaptures& into) {
   if (label == nullptr) return;
   auto text = label->attributedText();
   if (!text) return;
-  auto capture = std::make_shared<KVViewStrings>();
-  capture->view = view;
-  capture->originalAttributedString = std::move(text);
-  into.push_back(std::move(capture));
+  into.push_back(kv_captureOfLabel(view, std::move(*text)));
 }
 
 }  // namespace
+
+std::shared_ptr<KVViewStrings> kv_captureOfLabel(const std::shared_ptr<KVHostView>& label,
+                                                 KVAttributedText text) {
+  auto capture = std::make_shared<KVViewStrings>();
+  capture->view = label;
+  // The runs of a pseudo-translated text do not fit the text before it: it is traced plain.
+  if (kv_pseudoTranslation()) text = KVAttributedText(kv_withoutPseudoTranslation(text.string()));
+  capture->originalAttributedString = std::move(text);
+  return capture;
+}
 
 KVCaptures kolvaneStringsInSubviews(const std::shared_ptr<KVHostView>& view) {
   KVCaptures captures;

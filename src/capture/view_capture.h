@@ -12,6 +12,11 @@ namespace kolvane {
 
 using KVCaptures = std::vector<std::shared_ptr<KVViewStrings>>;
 
+// The capture of `label` showing `text` (cues included): while the app is pseudo-translated,
+// of the text as it was before, so that it traces to its strings.
+std::shared_ptr<KVViewStrings> kv_captureOfLabel(const std::shared_ptr<KVHostView>& label,
+                                                 KVAttributedText text);
+
 // The labels under `view`, depth first, each with the text it shows. Only leaves are looked
 // at; a window looks under its root controllers' views instead of its own subviews.
 KVCaptures kolvaneStringsInSubviews(const std::shared_ptr<KVHostView>& view);

@@ -4,6 +4,7 @@
 
 #include "base/utf.h"
 #include "capture/text_problems.h"
+#include "capture/view_capture.h"
 #include "core/locale_strings.h"
 #include "core/main_controller.h"
 #include "kolvane/cues.h"
@@ -13,6 +14,12 @@ namespace kolvane {
 namespace {
 
 constexpr char kPlaceSeparator[] = " > ";
+
+// A place one view further down; a view without a name (a plain container) adds nothing.
+std::string joined(const std::string& above, const std::string& name) {
+  if (name.empty()) return above;
+  return above.empty() ? name : above + kPlaceSeparator + name;
+}
 
 bool holdsCues(std::u16string_view text) {
   return std::any_of(text.begin(), text.end(), [](char16_t c) {
@@ -52,10 +59,9 @@ class Inventory {
   std::vector<KVInventoryEntry> entries;
 
   void visit(const std::shared_ptr<KVHostView>& view, const std::string& above) {
-    const std::string place =
-        above.empty() ? view->pathName() : above + kPlaceSeparator + view->pathName();
+    const std::string place = joined(above, view->pathName());
     for (const auto& attached : view->attachedTexts()) {
-      if (attached) add(attached, place + kPlaceSeparator + attached->pathName());
+      if (attached) add(attached, joined(place, attached->pathName()));
     }
     const auto* window = dynamic_cast<const KVHostWindow*>(view.get());
     const auto children = window != nullptr ? window->rootControllerViews() : view->subviews();
@@ -72,9 +78,7 @@ class Inventory {
     if (!text || text->string().empty()) return;
     const std::u16string cued = text->string();
     KVInventoryEntry entry;
-    entry.capture = std::make_shared<KVViewStrings>();
-    entry.capture->view = label;
-    entry.capture->originalAttributedString = std::move(text);
+    entry.capture = kv_captureOfLabel(label, std::move(*text));
     entry.capture->kolvaneStringsInString();
     entry.row.text = kv_stringByRemovingCues(cued);
     // A text of spaces shows nothing to translate.

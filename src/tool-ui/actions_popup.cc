@@ -7,6 +7,7 @@
 #include "base/log.h"
 #include "base/server_text.h"
 #include "base/utf.h"
+#include "capture/display_checks.h"
 #include "capture/edition_controller.h"
 #include "capture/edition_view_controller.h"
 #include "capture/tool_host.h"
@@ -162,7 +163,25 @@ KVMenuSection KVActionsPopup::saveSection() const {
 }
 
 KVMenuSection KVActionsPopup::windowSection() const {
-  return {u"This window", {menuRow(u"Texts of this window", windowTexts_, true, true)}, {}};
+  const auto onOff = [](bool on) { return std::u16string(on ? u"On" : u"Off"); };
+  return {u"This window",
+          {menuRow(u"Texts of this window", windowTexts_, true, true),
+           menuRow(u"Pseudo-translation", onOff(kv_pseudoTranslation())),
+           menuRow(u"Right to left", onOff(kv_rightToLeft()))},
+          u"Pseudo-translation shows every text accented, longer and in brackets: texts without "
+          u"brackets are not translatable, texts cut off will not fit."};
+}
+
+void KVActionsPopup::selectWindowRow(std::size_t row) {
+  if (row == 0) {
+    // The list lives in a window of its own, beside the app's, so the menu goes.
+    if (const auto host = kv_toolHost())
+      host->dismissToolScreens([] { KVWindowTextsList::show(); });
+    return;
+  }
+  if (row == 1) kv_setPseudoTranslation(!kv_pseudoTranslation());
+  if (row == 2) kv_setRightToLeft(!kv_rightToLeft());
+  changed();
 }
 
 std::size_t KVActionsPopup::windowSectionIndex() const {
@@ -181,11 +200,7 @@ void KVActionsPopup::selectRow(std::size_t section, std::size_t row) {
   const auto host = kv_toolHost();
   if (!host) return;
   const bool unsaved = unsavedChanges() > 0;
-  if (section == windowSectionIndex()) {
-    // The list lives in a window of its own, beside the app's, so the menu goes.
-    host->dismissToolScreens([] { KVWindowTextsList::show(); });
-    return;
-  }
+  if (section == windowSectionIndex()) return selectWindowRow(row);
   switch (section) {
     case 0:
       if (!KVSession::sharedInstance().isLoggedIn()) {

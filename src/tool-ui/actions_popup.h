@@ -74,6 +74,8 @@ class KVActionsPopup : public KVActionsMenu,
   // The texts of the app's window: the list of them, with their count.
   KVMenuSection windowSection() const;
   std::size_t windowSectionIndex() const;
+  // The list of the window's texts, or one of the two switches.
+  void selectWindowRow(std::size_t row);
   void ask(KVAlert alert);
   // Unsent changes are kept on the device over a logout, and the reviewer is asked first.
   void askLogOut();
