@@ -219,15 +219,11 @@ void showHint(const QPoint& global, const QString& text) {
   static QPointer<QLabel> hint;
   if (!hint) {
     hint = new QLabel;
-    hint->setWindowFlags(Qt::ToolTip | Qt::FramelessWindowHint);
-    hint->setAttribute(Qt::WA_ShowWithoutActivating);
-    hint->setAttribute(Qt::WA_TransparentForMouseEvents);
+    makeOverlay(hint, QStringLiteral("kolvaneHint"));
     hint->setForegroundRole(QPalette::ToolTipText);
     hint->setBackgroundRole(QPalette::ToolTipBase);
     hint->setAutoFillBackground(true);
     hint->setMargin(6);
-    hint->setObjectName(QStringLiteral("kolvaneHint"));
-    markAsKolvaneWindow(hint);
   }
   hint->setText(text);
   hint->adjustSize();

@@ -721,6 +721,14 @@ std::vector<std::shared_ptr<KVHostView>> childViews(QWidget* widget) {
 
 void markAsKolvaneWindow(QWidget* window) { window->setProperty(kKolvaneWindow, true); }
 
+void makeOverlay(QWidget* overlay, const QString& name) {
+  overlay->setWindowFlags(Qt::ToolTip | Qt::FramelessWindowHint);
+  overlay->setAttribute(Qt::WA_ShowWithoutActivating);
+  overlay->setAttribute(Qt::WA_TransparentForMouseEvents);
+  overlay->setObjectName(name);
+  markAsKolvaneWindow(overlay);
+}
+
 bool isKolvaneWindow(const QWidget* widget) {
   return widget != nullptr && widget->window()->property(kKolvaneWindow).toBool();
 }

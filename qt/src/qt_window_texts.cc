@@ -192,12 +192,8 @@ void flashRect(const QRect& rect) {
   static QPointer<QWidget> frame;
   if (!frame) {
     frame = new QWidget;
-    frame->setWindowFlags(Qt::ToolTip | Qt::FramelessWindowHint);
-    frame->setAttribute(Qt::WA_ShowWithoutActivating);
-    frame->setAttribute(Qt::WA_TransparentForMouseEvents);
-    frame->setObjectName(QStringLiteral("kolvaneFlash"));
+    makeOverlay(frame, QStringLiteral("kolvaneFlash"));
     frame->setStyleSheet(QStringLiteral("background: #e5396e;"));
-    markAsKolvaneWindow(frame);
   }
   const QRect around = rect.adjusted(-kFlashBorder, -kFlashBorder, kFlashBorder, kFlashBorder);
   frame->setGeometry(around);

@@ -65,7 +65,7 @@ std::u16string kv_pseudoTranslated(std::u16string_view answer) {
       --strings;
     }
     shown += ownText ? accented(c) : c;
-    if (ownText && c != kv_placeholderBeginCue && c != kv_endCue) ++length;
+    if (ownText && c != kv_placeholderEndCue && c != kv_endCue) ++length;
     if (c == kv_beginCue && placeholders == 0) {
       shown += kOpen;
       ++strings;
@@ -82,11 +82,11 @@ std::u16string kv_withoutPseudoTranslation(std::u16string_view shown) {
     const char16_t c = shown[i];
     if (c == kOpen && i > 0 && shown[i - 1] == kv_beginCue) continue;
     if (c == kv_endCue && !text.empty() && text.back() == kClose) {
-      // The closing bracket and the padding before it: " ~~~]".
+      // The closing bracket and the padding before it, " ~~~]": the space stops at the
+      // string's own text, even when that ends with "~".
       text.pop_back();
-      std::size_t padded = text.size();
-      while (padded > 0 && text[padded - 1] == kPadding) --padded;
-      if (padded < text.size() && padded > 0 && text[padded - 1] == u' ') text.resize(padded - 1);
+      while (!text.empty() && text.back() == kPadding) text.pop_back();
+      if (!text.empty() && text.back() == u' ') text.pop_back();
     }
     text += plain(c);
   }

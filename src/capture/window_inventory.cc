@@ -59,6 +59,13 @@ class Inventory {
   std::vector<KVInventoryEntry> entries;
 
   void visit(const std::shared_ptr<KVHostView>& view, const std::string& above) {
+    if (!path_.enter(*view)) return;
+    visitChildren(view, above);
+    path_.leave();
+  }
+
+ private:
+  void visitChildren(const std::shared_ptr<KVHostView>& view, const std::string& above) {
     const std::string place = joined(above, view->pathName());
     for (const auto& attached : view->attachedTexts()) {
       if (attached) add(attached, joined(place, attached->pathName()));
@@ -72,7 +79,6 @@ class Inventory {
     if (auto label = std::dynamic_pointer_cast<KVHostLabel>(view)) add(label, place);
   }
 
- private:
   void add(const std::shared_ptr<KVHostLabel>& label, const std::string& place) {
     auto text = label->attributedText();
     if (!text || text->string().empty()) return;
@@ -102,6 +108,8 @@ class Inventory {
                                     [&key](const auto& string) { return string.key == key; });
     if (!listed) row.strings.push_back({key, kv_currentStatus(key)});
   }
+
+  KVViewPath path_;
 };
 
 }  // namespace

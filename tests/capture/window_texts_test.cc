@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "capture/capture_fixture.h"
+#include "capture/view_capture.h"
 #include "capture/window_inventory.h"
 #include "support/fake_host_views.h"
 #include "tool-ui/actions_popup.h"
@@ -107,6 +108,16 @@ TEST_F(WindowTextsTest, TheInventoryHoldsHiddenPagesMenusAndAttachedTextsWithThe
   // but French is shown: it was never looked up again.
   EXPECT_FALSE(entries[5].row.onScreen);
   EXPECT_EQ(entries[5].row.problems, unsigned{kKVTextStale});
+}
+
+TEST_F(WindowTextsTest, AViewUnderItselfIsLookedAtOnce) {
+  auto menu = attach(page("inbox", true), std::make_shared<FakeContainer>());
+  addLabel(menu, cued(u"[Salut]"));
+  menu->children.push_back(menu);  // a menu holding itself as a submenu, twice
+  menu->children.push_back(menu);
+  EXPECT_THAT(texts(inventory()), ElementsAre(u"Salut"));
+  EXPECT_EQ(kolvaneStringsInSubviews(window_).size(), 1u);
+  menu->children.clear();  // the fakes hold each other: let them go
 }
 
 TEST_F(WindowTextsTest, NestedStringsAreListedOutermostFirstWithTheirStatuses) {
@@ -224,7 +235,7 @@ TEST_F(WindowTextsTest, TheMenuCountsTheWindowsTextsAndItsRowOpensTheList) {
   auto menu = KVActionsPopup::show();
   platform().queue.runAll();  // the project's workflows, unanswered here
   const auto sections = menu->sections();
-  ASSERT_EQ(sections.back().rows.size(), 1u);
+  ASSERT_EQ(sections.back().rows.size(), 3u);
   EXPECT_EQ(sections.back().rows[0].title, u"Texts of this window");
   EXPECT_EQ(sections.back().rows[0].detail, u"2 texts, 1 not translatable");
   menu->selectRow(sections.size() - 1, 0);

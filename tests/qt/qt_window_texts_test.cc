@@ -22,6 +22,7 @@
 #include "capture/capture_fixture.h"
 #include "capture/window_inventory.h"
 #include "kolvane/qt.h"
+#include "kolvane/tool.h"
 #include "qt_edition_popup.h"
 #include "qt_tool.h"
 #include "qt_views.h"
@@ -30,6 +31,16 @@ namespace kolvane {
 namespace {
 
 using ::testing::IsSupersetOf;
+
+// A label that looks its text up again when the language changes, as apps do.
+class RetranslatedLabel : public QLabel {
+ public:
+  RetranslatedLabel() : QLabel(qtTrId("hi")) {}
+  void changeEvent(QEvent* event) override {
+    if (event->type() == QEvent::LanguageChange) setText(qtTrId("hi"));
+    QLabel::changeEvent(event);
+  }
+};
 
 class QtWindowTextsTest : public testing::CaptureTest {
  protected:
@@ -86,6 +97,8 @@ class QtWindowTextsTest : public testing::CaptureTest {
     ASSERT_TRUE(QTest::qWaitForWindowExposed(window_.get()));
   }
   void TearDown() override {
+    KolvaneTool::setPseudoTranslation(false);
+    KolvaneTool::setRightToLeft(false);
     KolvaneQt::uninstall();
     window_.reset();
     QApplication::processEvents();
@@ -126,11 +139,11 @@ TEST_F(QtWindowTextsTest, TheInventoryHoldsMenusTipsHiddenPagesItemsAndTitles) {
                             "status tip",
                             "Récents @ QMainWindow > QMenuBar > un fichier > Récents > title",
                             "notes.txt @ QMainWindow > QMenuBar > un fichier > Récents > notes.txt",
-                            "Ouvre un fichier @ QMainWindow > QWidget > QPushButton > tooltip",
-                            "Ouvrir @ QMainWindow > QWidget > QPushButton > title",
-                            "Page cachée @ QMainWindow > QWidget > QStackedWidget > QLabel",
-                            "un fichier @ QMainWindow > QWidget > QComboBox > item 2",
-                            "Récents @ QMainWindow > QWidget > QGroupBox > title"}));
+                            "Ouvre un fichier @ QMainWindow > QPushButton > tooltip",
+                            "Ouvrir @ QMainWindow > QPushButton > title",
+                            "Page cachée @ QMainWindow > QStackedWidget > QLabel",
+                            "un fichier @ QMainWindow > QComboBox > item 2",
+                            "Récents @ QMainWindow > QGroupBox > title"}));
   for (const auto& entry : entries) {
     // Pages not shown and closed menus are listed, but not on screen.
     if (entry.row.text == u"Page cachée" || entry.row.text == u"Ouvrir") {
@@ -195,6 +208,35 @@ TEST_F(QtWindowTextsTest, CtrlAltJListsTheTextsAndARowOpensItsStringsForEditing)
             u"[Ouvrir…]");
   QAction* open = window_->menuBar()->actions().front()->menu()->actions().front();
   EXPECT_EQ(open->text(), QString::fromStdU16String(testing::cued(u"[Open]")));
+}
+
+TEST_F(QtWindowTextsTest, PseudoTranslationAndRightToLeftSwitchOnAndBackWithoutARestart) {
+  auto* label = new RetranslatedLabel;
+  window_->centralWidget()->layout()->addWidget(label);
+  const QString before = label->text();
+  KolvaneTool::setPseudoTranslation(true);
+  QTest::qWait(20);  // the app retranslates from an event of its own
+  EXPECT_EQ(KolvaneQt::withoutCues(label->text()),
+            QString::fromStdU16String(u"[\u1E60\u0227\u1E37\u0289\u1E6B ~~]"));
+  // Traced through its brackets and accents; a text set once keeps what it had.
+  for (const auto& entry : inventory()) {
+    if (entry.capture->view->identity() == label) {
+      ASSERT_EQ(entry.row.strings.size(), 1u);
+      EXPECT_EQ(entry.row.strings[0].key, "hi");
+      EXPECT_EQ(entry.row.problems, 0u);
+    }
+  }
+  EXPECT_EQ(french_->dirtyStrings().size(), 0u);
+  KolvaneTool::setPseudoTranslation(false);
+  QTest::qWait(20);
+  EXPECT_EQ(label->text(), before);
+
+  KolvaneTool::setRightToLeft(true);
+  EXPECT_EQ(QGuiApplication::layoutDirection(), Qt::RightToLeft);
+  EXPECT_TRUE(window_->isRightToLeft());
+  KolvaneTool::setRightToLeft(false);
+  EXPECT_EQ(QGuiApplication::layoutDirection(), Qt::LeftToRight);
+  EXPECT_FALSE(window_->isRightToLeft());
 }
 
 }  // namespace

@@ -231,6 +231,7 @@ class FakeToolHost : public KVToolHost {
     windowTexts = screen;
   }
   void flashPlace(const KVRect& rect) override { flashed.push_back(rect); }
+  void setRightToLeft(bool on) override { rightToLeft = on; }
   template <typename Screen>
   std::shared_ptr<Screen> top() const {
     return screens.empty() ? nullptr : std::dynamic_pointer_cast<Screen>(screens.back());
@@ -250,6 +251,7 @@ class FakeToolHost : public KVToolHost {
   int stringChanges = 0;
   std::shared_ptr<KVWindowTextsScreen> windowTexts;
   std::vector<KVRect> flashed;
+  bool rightToLeft = false;
 };
 
 }  // namespace kolvane::testing
