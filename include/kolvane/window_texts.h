@@ -47,8 +47,8 @@ struct KVWindowTextRow {
   std::u16string text;  // as shown, without cues
   // The strings it was built from, the outermost in text order first, nested ones after.
   std::vector<KVWindowTextString> strings;
-  // Where it is: the chain of views from the window down ("Inbox > toolbar > send button"),
-  // a menu's titles for a menu item ("Inbox > menu bar > File > Open").
+  // Where it is in the window: the chain of views down to it ("toolbar > send button > title"),
+  // a menu's titles for a menu item ("QMenuBar > File > Open"); "title" for the window's.
   std::u16string place;
   bool onScreen = false;  // shown now, not on a hidden page or in a closed menu
   unsigned problems = 0;  // KVTextProblem bits

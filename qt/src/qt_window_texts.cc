@@ -1,7 +1,9 @@
 #include "qt_window_texts.h"
 
 #include <QCheckBox>
+#include <QColor>
 #include <QComboBox>
+#include <QCoreApplication>
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -12,6 +14,7 @@
 #include <QTableWidget>
 #include <QTimer>
 #include <QVBoxLayout>
+#include <array>
 
 #include "kolvane/tool.h"
 #include "qt_popup_window.h"
@@ -21,6 +24,14 @@ namespace kolvane::qt {
 namespace {
 
 constexpr int kFlashMilliseconds = 1200;
+constexpr int kColumns = 5;
+// Rows of texts not on screen now (a closed menu, a page not shown, a tooltip's widget hidden).
+constexpr char kNotShownColour[] = "#8e8e93";
+// The widest each column gets before its text is elided (the reviewer may widen it): the text,
+// its place, its keys, their status, its problems.
+constexpr std::array<int, kColumns> kWidestColumns = {200, 240, 160, 130, 160};
+// The narrowest the list gets to stand beside the app's window rather than over it.
+constexpr int kNarrowestBeside = 480;
 constexpr int kFlashBorder = 3;
 
 const std::pair<const char*, unsigned> kProblemChoices[] = {
@@ -50,34 +61,33 @@ void fillRow(QTableWidget* table, int row, const KVWindowTextRow& text) {
     statuses << toQString(kv_textStatusName(string.status));
   }
   statuses.removeDuplicates();
-  const QString cells[] = {
-      toQString(text.text).replace(QLatin1Char('\n'), QChar(0x21B5)),
-      keys.join(QStringLiteral(", ")), statuses.join(QStringLiteral(", ")),
-      problemsText(text.problems),
-      toQString(text.place) + (text.onScreen ? QString() : QStringLiteral(" (not shown)"))};
-  for (int column = 0; column < 5; ++column) {
+  const QString cells[] = {toQString(text.text).replace(QLatin1Char('\n'), QChar(0x21B5)),
+                           toQString(text.place), keys.join(QStringLiteral(", ")),
+                           statuses.join(QStringLiteral(", ")), problemsText(text.problems)};
+  for (int column = 0; column < kColumns; ++column) {
     auto* item = new QTableWidgetItem(cells[column]);
     item->setToolTip(cells[column]);
+    if (!text.onScreen) item->setForeground(QColor(kNotShownColour));
     table->setItem(row, column, item);
   }
 }
 
-// Beside the app's window, so that the place a row flashes is in sight; over it when the
-// screen has no room beside it.
+// Beside the app's window, on the side with more room, narrowed to it, so that the place a row
+// frames is in sight; over the app's window when neither side has room for a useful list.
 void placeBeside(QWidget* list, QWidget* over) {
   placeToolWindow(list, over);
   if (over == nullptr || list->screen() == nullptr) return;
   const QRect available = list->screen()->availableGeometry();
   const QRect app = over->window()->frameGeometry();
-  const QSize frame = list->frameGeometry().size() - list->size();
-  const int width = list->width() + frame.width();
+  const int frame = list->frameGeometry().width() - list->width();
+  const int right = available.right() - app.right() - frame;
+  const int left = app.left() - available.left() - frame;
+  const int room = std::max(right, left);
+  if (room < kNarrowestBeside) return;
+  list->resize(std::min(list->width(), room), list->height());
   const int top = std::clamp(app.top(), available.top(),
                              std::max(available.top(), available.bottom() - list->height()));
-  if (app.right() + width <= available.right()) {
-    list->move(app.right() + 1, top);
-  } else if (app.left() - width >= available.left()) {
-    list->move(app.left() - width, top);
-  }
+  list->move(right >= left ? app.right() + 1 : app.left() - list->width() - frame, top);
 }
 
 }  // namespace
@@ -94,6 +104,13 @@ WindowTextsWindow::WindowTextsWindow(std::shared_ptr<KVWindowTextsScreen> screen
   summary_ = new QLabel(this);
   summary_->setObjectName(QStringLiteral("summary"));
   layout->addWidget(summary_);
+  auto* legend = new QLabel(
+      QStringLiteral("Grey rows are not on screen now: a closed menu, a page not shown. Click a "
+                     "row to edit its strings."),
+      this);
+  legend->setStyleSheet(QStringLiteral("color: %1;").arg(QLatin1String(kNotShownColour)));
+  legend->setWordWrap(true);
+  layout->addWidget(legend);
 
   auto* filters = new QHBoxLayout;
   status_ = new QComboBox(this);
@@ -105,27 +122,31 @@ WindowTextsWindow::WindowTextsWindow(std::shared_ptr<KVWindowTextsScreen> screen
   pseudo->setChecked(KolvaneTool::pseudoTranslation());
   auto* rightToLeft = new QCheckBox(QStringLiteral("Right to left"), this);
   rightToLeft->setChecked(KolvaneTool::rightToLeft());
-  auto* reload = new QPushButton(QStringLiteral("Reload"), this);
+  auto* reloadButton = new QPushButton(QStringLiteral("Reload"), this);
   filters->addWidget(new QLabel(QStringLiteral("Status:"), this));
   filters->addWidget(status_);
   filters->addWidget(new QLabel(QStringLiteral("Show:"), this));
   filters->addWidget(problem_);
   filters->addStretch();
-  filters->addWidget(pseudo);
-  filters->addWidget(rightToLeft);
-  filters->addWidget(reload);
+  filters->addWidget(reloadButton);
   layout->addLayout(filters);
+  auto* switches = new QHBoxLayout;
+  switches->addWidget(pseudo);
+  switches->addWidget(rightToLeft);
+  switches->addStretch();
+  layout->addLayout(switches);
 
-  table_ = new QTableWidget(0, 5, this);
-  table_->setHorizontalHeaderLabels({QStringLiteral("Text"), QStringLiteral("Key"),
-                                     QStringLiteral("Status"), QStringLiteral("Problems"),
-                                     QStringLiteral("Place")});
+  table_ = new QTableWidget(0, kColumns, this);
+  table_->setHorizontalHeaderLabels({QStringLiteral("Text"), QStringLiteral("Place"),
+                                     QStringLiteral("Key"), QStringLiteral("Status"),
+                                     QStringLiteral("Problems")});
   table_->setSelectionBehavior(QAbstractItemView::SelectRows);
   table_->setSelectionMode(QAbstractItemView::SingleSelection);
   table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
   table_->setWordWrap(false);
   // A place is read at both ends: where it starts, and the widget it ends on.
   table_->setTextElideMode(Qt::ElideMiddle);
+  table_->horizontalHeader()->setSectionResizeMode(QHeaderView::Interactive);
   table_->verticalHeader()->setDefaultSectionSize(table_->fontMetrics().height() + 8);
   table_->verticalHeader()->hide();
   table_->horizontalHeader()->setStretchLastSection(true);
@@ -133,16 +154,19 @@ WindowTextsWindow::WindowTextsWindow(std::shared_ptr<KVWindowTextsScreen> screen
 
   connect(status_, &QComboBox::currentIndexChanged, this, [this] { applyFilter(); });
   connect(problem_, &QComboBox::currentIndexChanged, this, [this] { applyFilter(); });
-  connect(reload, &QPushButton::clicked, this, [this] { screen_->reload(); });
-  // The app takes its new texts from an event of its own: the list looks again after it.
-  connect(pseudo, &QCheckBox::toggled, this, [this](bool on) {
-    KolvaneTool::setPseudoTranslation(on);
-    QTimer::singleShot(0, this, [this] { screen_->reload(); });
-  });
+  connect(reloadButton, &QPushButton::clicked, this, [this] { reload(); });
+  connect(pseudo, &QCheckBox::toggled, this,
+          [](bool on) { KolvaneTool::setPseudoTranslation(on); });
   connect(rightToLeft, &QCheckBox::toggled, this, [this](bool on) {
     KolvaneTool::setRightToLeft(on);
-    QTimer::singleShot(0, this, [this] { screen_->reload(); });
+    reload();
   });
+  // The app takes new texts (pseudo-translation, a download, an edit) when its window hears of
+  // a language change: the list looks again once the window has.
+  if (over != nullptr) {
+    over_ = over->window();
+    over_->installEventFilter(this);
+  }
   // A click or Enter on a row: the edition screen of its strings, as a long press opens it.
   connect(table_, &QTableWidget::cellActivated, this,
           [this](int row, int) { screen_->selectRow(static_cast<std::size_t>(row)); });
@@ -156,10 +180,26 @@ WindowTextsWindow::WindowTextsWindow(std::shared_ptr<KVWindowTextsScreen> screen
 
 WindowTextsWindow::~WindowTextsWindow() { screen_->setChangeHandler({}); }
 
+bool WindowTextsWindow::eventFilter(QObject* watched, QEvent* event) {
+  if (watched == over_ && event->type() == QEvent::LanguageChange) {
+    QTimer::singleShot(0, this, [this] { reload(); });
+  }
+  return false;
+}
+
 bool WindowTextsWindow::event(QEvent* event) {
   // Back from an edition screen or the app: what the window shows may have changed.
-  if (event->type() == QEvent::WindowActivate) screen_->reload();
+  if (event->type() == QEvent::WindowActivate) reload();
   return QWidget::event(event);
+}
+
+void WindowTextsWindow::reload() {
+  // Texts are measured against the room their widgets have once laid out anew: a text just
+  // changed has asked for a layout that has not run yet.
+  for (int pass = 0; pass < 3; ++pass) {
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+  }
+  screen_->reload();
 }
 
 void WindowTextsWindow::applyFilter() {
@@ -179,9 +219,11 @@ void WindowTextsWindow::refresh() {
   for (std::size_t row = 0; row < rows.size(); ++row) {
     fillRow(table_, static_cast<int>(row), rows[row]);
   }
+  if (rows.empty()) return;
   table_->resizeColumnsToContents();
-  for (int column = 0; column < 4; ++column) {
-    table_->setColumnWidth(column, std::min(table_->columnWidth(column), 260));
+  for (int column = 0; column < kColumns; ++column) {
+    table_->setColumnWidth(column, std::min(table_->columnWidth(column),
+                                            kWidestColumns[static_cast<std::size_t>(column)]));
   }
   if (selected >= 0 && selected < table_->rowCount()) {
     table_->setCurrentCell(selected, 0, QItemSelectionModel::NoUpdate);

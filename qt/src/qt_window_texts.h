@@ -3,6 +3,7 @@
 // for its strings. Main thread.
 #pragma once
 
+#include <QPointer>
 #include <QWidget>
 #include <memory>
 
@@ -23,16 +24,20 @@ class WindowTextsWindow : public QWidget {
 
  protected:
   bool event(QEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
   void refresh();
   void applyFilter();
+  // Takes the window's texts again, once its layouts have run.
+  void reload();
 
   std::shared_ptr<KVWindowTextsScreen> screen_;
   QLabel* summary_ = nullptr;
   QComboBox* status_ = nullptr;
   QComboBox* problem_ = nullptr;
   QTableWidget* table_ = nullptr;
+  QPointer<QWidget> over_;  // the app's window whose texts are listed
 };
 
 // Draws a frame around `rect` (screen coordinates) for a moment, over everything.

@@ -58,15 +58,21 @@ class Inventory {
  public:
   std::vector<KVInventoryEntry> entries;
 
+  // Places are within the window: it adds no name of its own to them.
+  void visitWindow(const std::shared_ptr<KVHostView>& window) {
+    if (!path_.enter(*window)) return;
+    visitChildren(window, {});
+    path_.leave();
+  }
+
   void visit(const std::shared_ptr<KVHostView>& view, const std::string& above) {
     if (!path_.enter(*view)) return;
-    visitChildren(view, above);
+    visitChildren(view, joined(above, view->pathName()));
     path_.leave();
   }
 
  private:
-  void visitChildren(const std::shared_ptr<KVHostView>& view, const std::string& above) {
-    const std::string place = joined(above, view->pathName());
+  void visitChildren(const std::shared_ptr<KVHostView>& view, const std::string& place) {
     for (const auto& attached : view->attachedTexts()) {
       if (attached) add(attached, joined(place, attached->pathName()));
     }
@@ -132,7 +138,7 @@ std::u16string kv_textStatusName(KVTextStatus status) {
 
 std::vector<KVInventoryEntry> kv_windowInventory(const std::shared_ptr<KVHostView>& window) {
   Inventory inventory;
-  if (window) inventory.visit(window, {});
+  if (window) inventory.visitWindow(window);
   return std::move(inventory.entries);
 }
 
