@@ -16,6 +16,7 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScreen>
 #include <QStackedWidget>
 #include <QStyle>
 #include <QStyleOptionButton>
@@ -96,13 +97,26 @@ KVTextBox measuredBox(const QFont& font, bool mnemonics) {
   return box;
 }
 
+// The part of `room` (in the widget's coordinates) inside its window and on its screen: a window
+// made wider than the screen by its longer texts cuts them at the screen's edge. (A scroll area
+// clips too, but scrolling shows the rest.)
+QRect seenPart(const QWidget& widget, const QRect& room) {
+  const QWidget* window = widget.window();
+  QRect seen = room & QRect(widget.mapFrom(window, QPoint(0, 0)), window->size());
+  if (const QScreen* screen = widget.screen()) {
+    seen &= QRect(widget.mapFromGlobal(screen->geometry().topLeft()), screen->geometry().size());
+  }
+  return seen;
+}
+
 std::optional<KVTextBox> labelTextBox(const QLabel& label) {
   const bool rich = label.textFormat() == Qt::RichText ||
                     (label.textFormat() == Qt::AutoText && Qt::mightBeRichText(label.text()));
   if (rich) return std::nullopt;
   KVTextBox box = measuredBox(label.font(), label.buddy() != nullptr);
   const int margin = label.margin();
-  const QRect room = label.contentsRect().adjusted(margin, margin, -margin, -margin);
+  const QRect room =
+      seenPart(label, label.contentsRect().adjusted(margin, margin, -margin, -margin));
   box.width = room.width() - std::max(label.indent(), 0);
   box.height = room.height();
   box.wordWrap = label.wordWrap();
@@ -126,7 +140,7 @@ std::optional<KVTextBox> buttonTextBox(const QAbstractButton& button) {
   option.text = button.text();
   option.icon = button.icon();
   option.iconSize = button.iconSize();
-  const QRect room = button.style()->subElementRect(contents, &option, &button);
+  const QRect room = seenPart(button, button.style()->subElementRect(contents, &option, &button));
   KVTextBox box = measuredBox(button.font(), true);
   const int icon = button.icon().isNull() ? 0 : button.iconSize().width() + 4;
   box.width = room.width() - icon;

@@ -13,6 +13,7 @@
 #include <QMainWindow>
 #include <QMenuBar>
 #include <QPushButton>
+#include <QScreen>
 #include <QStackedWidget>
 #include <QTableWidget>
 #include <QTest>
@@ -167,6 +168,13 @@ TEST_F(QtWindowTextsTest, HardCodedNarrowAndElidedTextsAreFoundButDataIsNot) {
   narrow_->setFixedWidth(400);
   QApplication::processEvents();
   EXPECT_EQ(problemsOf(inventory(), u"Un texte bien trop long pour sa place"), 0u);
+  // A window pushed past the screen's edge cuts what fits its labels.
+  const QRect screen = window_->screen()->geometry();
+  window_->move(screen.right() - 100, screen.top());
+  QApplication::processEvents();
+  EXPECT_EQ(problemsOf(inventory(), u"Un texte bien trop long pour sa place"),
+            unsigned{kKVTextCutOff});
+  window_->move(screen.topLeft());
   narrow_->setFixedWidth(120);
   narrow_->setWordWrap(true);
   narrow_->setMinimumHeight(narrow_->heightForWidth(120));
