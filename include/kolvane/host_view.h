@@ -39,6 +39,9 @@ struct KVTextBox {
   bool wordWrap = false;
   // The width a run of text takes with the label's font (cues take none).
   std::function<double(std::u16string_view)> advance;
+  // The widest character of the font, when known: a line that fits even at this width per
+  // character is not measured.
+  double widestCharacter = 0;
 };
 
 class KOLVANE_EXPORT KVHostView {

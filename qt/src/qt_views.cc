@@ -85,6 +85,7 @@ KVTextBox measuredBox(const QFont& font, bool mnemonics) {
   KVTextBox box;
   const QFontMetricsF metrics(font);
   box.lineHeight = metrics.height();
+  box.widestCharacter = metrics.maxWidth();
   box.advance = [metrics, mnemonics](std::u16string_view text) {
     QString shown = QString::fromUtf16(text.data(), static_cast<qsizetype>(text.size()));
     if (mnemonics) {
@@ -553,26 +554,30 @@ enum AttachedPart : int {
 
 std::vector<std::shared_ptr<KVHostLabel>> attachedTextsOf(QWidget* widget) {
   std::vector<std::shared_ptr<KVHostLabel>> texts;
-  const auto add = [&texts](std::shared_ptr<KVHostLabel> label) {
-    if (label->attributedText()) texts.push_back(std::move(label));
+  // Most widgets have none of these: a label is made only for a text there is.
+  const auto add = [&texts, widget](auto* owner, int part, const char* name, auto read,
+                                    auto write) {
+    if (!(owner->*read)().isEmpty()) {
+      texts.push_back(widgetText(widget, owner, part, name, read, write));
+    }
   };
   if (widget->isWindow()) {
-    add(widgetText(widget, widget, kWindowTitle, "title", &QWidget::windowTitle,
-                   &QWidget::setWindowTitle));
+    add(widget, kWindowTitle, "title", &QWidget::windowTitle, &QWidget::setWindowTitle);
   }
-  add(widgetText(widget, widget, kToolTip, "tooltip", &QWidget::toolTip, &QWidget::setToolTip));
-  add(widgetText(widget, widget, kStatusTip, "status tip", &QWidget::statusTip,
-                 &QWidget::setStatusTip));
-  add(widgetText(widget, widget, kWhatsThis, "what's this", &QWidget::whatsThis,
-                 &QWidget::setWhatsThis));
+  add(widget, kToolTip, "tooltip", &QWidget::toolTip, &QWidget::setToolTip);
+  add(widget, kStatusTip, "status tip", &QWidget::statusTip, &QWidget::setStatusTip);
+  add(widget, kWhatsThis, "what's this", &QWidget::whatsThis, &QWidget::setWhatsThis);
   if (auto* group = qobject_cast<QGroupBox*>(widget)) {
-    add(widgetText(widget, group, kGroupBoxTitle, "title", &QGroupBox::title,
-                   &QGroupBox::setTitle));
+    add(group, kGroupBoxTitle, "title", &QGroupBox::title, &QGroupBox::setTitle);
   }
   if (auto* combo = qobject_cast<QComboBox*>(widget)) {
-    for (int i = 0; i < std::min(combo->count(), kMostRowsLooked); ++i) add(comboItem(combo, i));
+    for (int i = 0; i < std::min(combo->count(), kMostRowsLooked); ++i) {
+      if (!combo->itemText(i).isEmpty()) texts.push_back(comboItem(combo, i));
+    }
   }
-  if (auto* edit = qobject_cast<QLineEdit*>(widget)) add(lineEditText(edit));
+  if (auto* edit = qobject_cast<QLineEdit*>(widget); edit != nullptr && !edit->text().isEmpty()) {
+    texts.push_back(lineEditText(edit));
+  }
   return texts;
 }
 

@@ -98,6 +98,13 @@ bool kv_textOverflowsBox(std::u16string_view text, const KVTextBox& box) {
   if (!box.advance || box.width <= 0) return false;
   std::size_t lines = 0;
   for (std::u16string_view line : split(text, isLineBreak)) {
+    // Measuring is the costly part (shaping): a line short enough at the font's widest
+    // character takes one line of the box whatever its letters.
+    if (box.widestCharacter > 0 &&
+        static_cast<double>(line.size()) * box.widestCharacter <= box.width) {
+      ++lines;
+      continue;
+    }
     if (!box.wordWrap) {
       if (box.advance(line) > box.width + kTolerance) return true;
       ++lines;

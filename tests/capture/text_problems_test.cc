@@ -39,6 +39,18 @@ TEST(TextProblemsTest, ALineWiderThanItsBoxIsCutOffUnlessItMayWrap) {
   EXPECT_TRUE(kv_textOverflowsBox(u"Hello\nWorld", box(50, 15, false)));
   // Half a pixel of rounding is no cut.
   EXPECT_FALSE(kv_textOverflowsBox(u"Hello", box(49.6, 10, false)));
+  // A line that fits at the font's widest character is not measured.
+  KVTextBox quick = box(50, 20, false);
+  quick.widestCharacter = 10;
+  int measured = 0;
+  quick.advance = [&measured](std::u16string_view text) {
+    ++measured;
+    return 10.0 * static_cast<double>(text.size());
+  };
+  EXPECT_FALSE(kv_textOverflowsBox(u"Hello\nWorld", quick));
+  EXPECT_EQ(measured, 0);
+  EXPECT_TRUE(kv_textOverflowsBox(u"Hello!", quick));
+  EXPECT_EQ(measured, 1);
   // A box that cannot measure, or was never laid out, says nothing.
   KVTextBox unmeasured = box(10, 10, false);
   unmeasured.advance = nullptr;
