@@ -1,5 +1,5 @@
-// Pseudo-translation and right to left: the transform of an answer and its way back, a window
-// traced while it shows pseudo-translated texts, and the menu's two switches.
+// Pseudo-translation and right to left: the transform of an answer and its way back, and a
+// window traced while it shows pseudo-translated texts.
 #include "capture/display_checks.h"
 
 #include <gmock/gmock.h>
@@ -10,7 +10,6 @@
 #include "capture/window_inventory.h"
 #include "kolvane/tool.h"
 #include "support/fake_host_views.h"
-#include "tool-ui/actions_popup.h"
 
 namespace kolvane {
 namespace {
@@ -90,28 +89,6 @@ TEST_F(DisplayChecksTest, APseudoTranslatedWindowTracesToItsStringsAndItsProblem
   KolvaneTool::setPseudoTranslation(false);
   EXPECT_EQ(host_->stringChanges, 2);
   EXPECT_EQ(KolvaneTool::shownAnswer(cued(u"[Hi]")), cued(u"[Hi]"));
-}
-
-TEST_F(DisplayChecksTest, TheMenuSwitchesPseudoTranslationAndRightToLeftOnAndOff) {
-  logIn();
-  auto menu = KVActionsPopup::show();
-  platform().queue.runAll();
-  const std::size_t section = menu->sections().size() - 1;
-  const auto details = [&] {
-    const auto rows = menu->sections()[section].rows;
-    return std::vector<std::u16string>{rows[1].detail, rows[2].detail};
-  };
-  EXPECT_THAT(details(), ::testing::ElementsAre(u"Off", u"Off"));
-  menu->selectRow(section, 1);
-  menu->selectRow(section, 2);
-  EXPECT_THAT(details(), ::testing::ElementsAre(u"On", u"On"));
-  EXPECT_TRUE(KolvaneTool::pseudoTranslation());
-  EXPECT_TRUE(host_->rightToLeft);
-  menu->selectRow(section, 1);
-  menu->selectRow(section, 2);
-  EXPECT_THAT(details(), ::testing::ElementsAre(u"Off", u"Off"));
-  EXPECT_FALSE(host_->rightToLeft);
-  EXPECT_EQ(host_->stringChanges, 2);
 }
 
 }  // namespace

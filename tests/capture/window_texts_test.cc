@@ -227,7 +227,7 @@ TEST_F(WindowTextsTest, TheListCountsFiltersAndOpensARowAsALongPressWould) {
   EXPECT_EQ(host_->flashed.size(), 3u);
 }
 
-TEST_F(WindowTextsTest, TheMenuCountsTheWindowsTextsAndItsRowOpensTheList) {
+TEST_F(WindowTextsTest, TheMenuCountsTheTextsSwitchesPseudoAndRightToLeftAndOpensTheList) {
   auto inbox = page("inbox", true);
   shownLabel(inbox, u"[Salut]");
   shownLabel(inbox, u"Hard-coded");
@@ -235,10 +235,28 @@ TEST_F(WindowTextsTest, TheMenuCountsTheWindowsTextsAndItsRowOpensTheList) {
   auto menu = KVActionsPopup::show();
   platform().queue.runAll();  // the project's workflows, unanswered here
   const auto sections = menu->sections();
-  ASSERT_EQ(sections.back().rows.size(), 3u);
-  EXPECT_EQ(sections.back().rows[0].title, u"Texts of this window");
-  EXPECT_EQ(sections.back().rows[0].detail, u"2 texts, 1 not translatable");
-  menu->selectRow(sections.size() - 1, 0);
+  const std::size_t last = sections.size() - 1;
+  ASSERT_EQ(sections[last].rows.size(), 3u);
+  EXPECT_EQ(sections[last].rows[0].title, u"Texts of this window");
+  EXPECT_EQ(sections[last].rows[0].detail, u"2 texts, 1 not translatable");
+  const auto switches = [&] {
+    const auto rows = menu->sections()[last].rows;
+    return std::vector<std::u16string>{rows[1].detail, rows[2].detail};
+  };
+  EXPECT_THAT(switches(), ElementsAre(u"Off", u"Off"));
+  menu->selectRow(last, 1);
+  menu->selectRow(last, 2);
+  EXPECT_THAT(switches(), ElementsAre(u"On", u"On"));
+  EXPECT_TRUE(KolvaneTool::pseudoTranslation());
+  EXPECT_TRUE(host_->rightToLeft);
+  EXPECT_EQ(host_->stringChanges, 1);  // the app looks its texts up again
+  menu->selectRow(last, 1);
+  menu->selectRow(last, 2);
+  EXPECT_THAT(switches(), ElementsAre(u"Off", u"Off"));
+  EXPECT_FALSE(host_->rightToLeft);
+  EXPECT_EQ(host_->stringChanges, 2);
+
+  menu->selectRow(last, 0);
   EXPECT_TRUE(host_->screens.empty());  // the menu made room for the list
   ASSERT_TRUE(host_->windowTexts);
   EXPECT_EQ(host_->windowTexts->rows().size(), 2u);
