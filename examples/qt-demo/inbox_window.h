@@ -1,12 +1,14 @@
-// The demo's window: an inbox with a title built from two strings, a plural count, buttons, a
-// search field, tabs, a table with a header, and a help text. Every text is looked up through
-// Qt's translation calls, and looked up again when the language changes.
+// The demo's window: an inbox with a menu, a title built from two strings, a plural count,
+// buttons with tooltips, a search field, tabs, a table with a header, and a help text. Every text
+// is looked up through Qt's translation calls, and looked up again when the language changes.
 #pragma once
 
 #include <QMainWindow>
 #include <QPointer>
 
+class QAction;
 class QLabel;
+class QMenu;
 class QLineEdit;
 class QPushButton;
 class QTabWidget;
@@ -35,6 +37,9 @@ class InboxWindow : public QMainWindow {
  private:
   void retranslate();
 
+  QMenu* mailbox_ = nullptr;
+  QAction* composeAction_ = nullptr;
+  QAction* refreshAction_ = nullptr;
   QLabel* title_ = nullptr;
   QLabel* subtitle_ = nullptr;
   QLabel* count_ = nullptr;

@@ -1,6 +1,7 @@
 #include "walkthrough.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QDir>
 #include <QKeyEvent>
 #include <QLabel>
@@ -182,6 +183,7 @@ class Walkthrough : public QObject {
       append({{[] { click("Get Latest Text"); }, menuReady, "the latest text"},
               {[this] { shot("06-latest-text.png"); }, {}, ""},
               {[] { click("Close"); }, {}, ""}});
+      append(windowTexts());
       append(editAcceptAndReject());
       append(reviewAndSend());
     }
@@ -213,6 +215,42 @@ class Walkthrough : public QObject {
         {[this] { shot("05-workflow-steps.png"); }, {}, ""},
         {[] { chooseListEntry("Review"); }, menuReady, "the menu after the step"},
     };
+  }
+
+  // The list of the window's texts, then the window pseudo-translated and right to left, both
+  // switched from the list and back.
+  std::vector<Step> windowTexts() {
+    const auto listShown = [] { return textsWindow() != nullptr; };
+    return {
+        {[this] { sendKey(&window_, Qt::Key_J, Qt::ControlModifier | Qt::AltModifier); }, listShown,
+         "the texts of the window"},
+        {[this] { shot("06-window-texts.png"); }, {}, ""},
+        // Each step comes half a second after the last: time for the app to retranslate.
+        {[] { toggle("Pseudo-translation"); }, {}, ""},
+        {[this] { shot("06-pseudo-translation.png"); }, {}, ""},
+        {[] { toggle("Pseudo-translation"); }, {}, ""},
+        {[] { toggle("Right to left"); }, {}, ""},
+        {[this] { shot("06-right-to-left.png"); }, {}, ""},
+        {[] { toggle("Right to left"); }, {}, ""},
+        {[] {
+           if (QWidget* list = textsWindow()) list->close();
+         },
+         [] { return textsWindow() == nullptr; }, "the list closed"},
+    };
+  }
+
+  static QWidget* textsWindow() {
+    for (QWidget* window : kolvaneWindows()) {
+      if (window->objectName() == QLatin1String("kolvaneWindowTexts")) return window;
+    }
+    return nullptr;
+  }
+
+  static void toggle(const QString& title) {
+    for (QCheckBox* box : shown<QCheckBox>()) {
+      if (box->text() == title) return box->toggle();
+    }
+    std::cerr << "walkthrough: no switch " << title.toStdString() << "\n";
   }
 
   std::vector<Step> editAcceptAndReject() {

@@ -7,15 +7,42 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "kolvane/attributed_text.h"
 #include "kolvane/export.h"
 
 namespace kolvane {
+
+class KVHostLabel;
+
+// A rectangle in screen coordinates.
+struct KVRect {
+  double x = 0;
+  double y = 0;
+  double width = 0;
+  double height = 0;
+};
+
+// The room a label gives its text, measured with the label's font: what decides whether the
+// text fits or is cut off.
+struct KVTextBox {
+  double width = 0;  // of the contents rectangle, margins and indent taken off
+  double height = 0;
+  double lineHeight = 0;
+  // Lines wrap at word boundaries; a word wider than the box still overflows it.
+  bool wordWrap = false;
+  // The width a run of text takes with the label's font (cues take none).
+  std::function<double(std::u16string_view)> advance;
+  // The widest character of the font, when known: a line that fits even at this width per
+  // character is not measured.
+  double widestCharacter = 0;
+};
 
 class KOLVANE_EXPORT KVHostView {
  public:
@@ -28,6 +55,17 @@ class KOLVANE_EXPORT KVHostView {
   virtual const void* identity() const = 0;
   // Lays the view out and draws it again after its text changed.
   virtual void setNeedsLayout() {}
+  // How a list of the window's texts names this view in a text's place ("toolbar",
+  // "File > Open"): the app's name for it when it has one, else its class; empty for a view
+  // that says nothing to the reader (a plain container), which the place leaves out.
+  virtual std::string pathName() const { return className(); }
+  // Texts the view holds besides those of its subviews, which no press reaches: its tooltip,
+  // status tip, what's-this text, a window's title, a group box's title, the items of a combo
+  // box. Each is a label whose superview is this view.
+  virtual std::vector<std::shared_ptr<KVHostLabel>> attachedTexts() const { return {}; }
+  // Where the view is on the screen now; none while it is not shown (a hidden page, a closed
+  // menu, a tooltip).
+  virtual std::optional<KVRect> rectOnScreen() const { return std::nullopt; }
 };
 
 // A leaf that draws a text. Buttons, tabs, table headers and cells are reached through the
@@ -38,6 +76,12 @@ class KOLVANE_EXPORT KVHostLabel : public KVHostView {
   virtual std::optional<KVAttributedText> attributedText() const = 0;
   virtual void setText(const std::u16string& text) = 0;
   virtual void setAttributedText(const KVAttributedText& text) = 0;
+  // The text is data, not the app's wording: what the user typed in an editable field, or a
+  // text the app marked as not for translation.
+  virtual bool notForTranslation() const { return false; }
+  // The room the text is drawn in, when it is drawn in a box of its own; none otherwise (a
+  // tooltip, a menu item, rich text).
+  virtual std::optional<KVTextBox> textBox() const { return std::nullopt; }
 };
 
 // The controls below keep a model of their text besides the label that draws it; Kolvane

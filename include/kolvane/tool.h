@@ -29,6 +29,25 @@ class KOLVANE_EXPORT KolvaneTool {
   // The menu gesture was recognised: shows the actions menu, or the login first when nobody is
   // signed in.
   static void triggerActions();
+  // Ctrl+Alt+J: the list of the key window's texts (kolvane/window_texts.h), signed in or not.
+  static void triggerWindowTexts();
+
+  // Pseudo-translation, for checking an app without a translation: while it is on, every
+  // answer of the lookup is shown accented, about 40% longer and in brackets, its placeholders
+  // as they were ("Open %1" shows "[Ȯṗȩṅ %1 ~~~]"), so that a text left out of the lookup (no
+  // brackets) or one that will not fit stands out. Switching it has the app look its texts up
+  // again; no store changes. The menu and the list of the window's texts switch it.
+  static void setPseudoTranslation(bool on);
+  // Any thread.
+  static bool pseudoTranslation();
+  // A lookup's answer (cues included) as the app should show it now: pseudo-translated while
+  // that is on, else unchanged. An adapter's lookup hook passes every answer through it. Any
+  // thread.
+  static std::u16string shownAnswer(std::u16string answer);
+  // The app laid out right to left, to check its mirroring without a right-to-left language,
+  // and back.
+  static void setRightToLeft(bool on);
+  static bool rightToLeft();
   // Indexes the development locale's texts of interface-file keys (keys holding "." and "-"),
   // which textForDesignTimeText() reads. Call again after the strings were reloaded.
   static void indexDesignTimeTexts();

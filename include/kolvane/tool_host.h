@@ -15,7 +15,8 @@ namespace kolvane {
 // What a long press on a text with nothing to translate shows at the pointer.
 inline constexpr char16_t kKVNoTranslatableTextHint[] = u"No translatable text here";
 
-class KVToolScreen;  // kolvane/tool_screens.h
+class KVToolScreen;         // kolvane/tool_screens.h
+class KVWindowTextsScreen;  // kolvane/window_texts.h
 
 // What the toolkit gives the tool.
 class KOLVANE_EXPORT KVToolHost {
@@ -57,6 +58,15 @@ class KOLVANE_EXPORT KVToolHost {
   // Saved or reloaded strings changed what the app shows: the adapter tells the app's own
   // widgets (Qt: a LanguageChange event).
   virtual void stringsDidChange() = 0;
+  // Shows the list of a window's texts in a window of its own, beside the app's (one at a
+  // time: a second replaces the first). Adapters without one show nothing.
+  virtual void presentWindowTexts(const std::shared_ptr<KVWindowTextsScreen>& screen) {
+    (void)screen;
+  }
+  // Draws attention to `rect` (screen coordinates) for a moment: where a listed text is.
+  virtual void flashPlace(const KVRect& rect) { (void)rect; }
+  // Lays the app out right to left (on), or back as it was (off).
+  virtual void setRightToLeft(bool on) { (void)on; }
 };
 
 }  // namespace kolvane

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "kolvane/export.h"
+#include "kolvane/window_texts.h"
 
 namespace kolvane {
 
@@ -189,6 +190,24 @@ class KOLVANE_EXPORT KVReviewScreen : public KVToolScreen {
   virtual void cardWasThrown() = 0;
   virtual std::u16string discardTitle() const = 0;
   virtual std::u16string keepTitle() const = 0;
+};
+
+// The list of every text of the app's window (kolvane/window_texts.h), drawn by the adapter in
+// a window of its own beside the app's.
+class KOLVANE_EXPORT KVWindowTextsScreen : public KVToolScreen {
+ public:
+  // The rows the filter lets through, in the window's order.
+  virtual std::vector<KVWindowTextRow> rows() const = 0;
+  virtual KVWindowTextFilter filter() const = 0;
+  virtual void setFilter(const KVWindowTextFilter& filter) = 0;
+  // "37 texts, 2 not translatable, 1 cut off": all texts, whatever the filter.
+  virtual std::u16string summary() const = 0;
+  // Opens the edition screen for the strings of row `row` (as a long press on the text would)
+  // and shows where the text is when it is on screen. A row without strings shows its place
+  // only.
+  virtual void selectRow(std::size_t row) = 0;
+  // Takes the window's texts again (after an edit, a change of language, a new page).
+  virtual void reload() = 0;
 };
 
 }  // namespace kolvane

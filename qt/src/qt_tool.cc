@@ -19,6 +19,7 @@
 #include "qt_tool_screens.h"
 #include "qt_translator.h"
 #include "qt_views.h"
+#include "qt_window_texts.h"
 
 namespace kolvane::qt {
 namespace {
@@ -132,6 +133,26 @@ class QtToolHost : public KVToolHost {
   void setupEditionGesture() override {
     if (gestureFilter() != nullptr) gestureFilter()->setEditionGestureEnabled(true);
   }
+  void presentWindowTexts(const std::shared_ptr<KVWindowTextsScreen>& screen) override {
+    if (texts_) texts_->close();
+    QWidget* over = appWindow();
+    texts_ = new WindowTextsWindow(screen, over);
+    texts_->setAttribute(Qt::WA_DeleteOnClose);
+    texts_->show();
+  }
+  void flashPlace(const KVRect& rect) override {
+    flashRect(QRect(static_cast<int>(rect.x), static_cast<int>(rect.y),
+                    static_cast<int>(rect.width), static_cast<int>(rect.height)));
+  }
+  void setRightToLeft(bool on) override {
+    if (on) {
+      directionBefore_ = QGuiApplication::layoutDirection();
+      QGuiApplication::setLayoutDirection(Qt::RightToLeft);
+    } else {
+      QGuiApplication::setLayoutDirection(directionBefore_);
+    }
+  }
+  WindowTextsWindow* windowTexts() const { return texts_; }
   PopupWindow* popup() const { return popup_; }
   void stringsDidChange() override {
     // Apps that retranslate themselves on LanguageChange pick the new texts up everywhere.
@@ -148,6 +169,8 @@ class QtToolHost : public KVToolHost {
  private:
   std::vector<QPointer<EditionPopup>> popups_;
   QPointer<PopupWindow> popup_;
+  QPointer<WindowTextsWindow> texts_;
+  Qt::LayoutDirection directionBefore_ = Qt::LeftToRight;
 };
 
 struct Installed {
@@ -196,15 +219,11 @@ void showHint(const QPoint& global, const QString& text) {
   static QPointer<QLabel> hint;
   if (!hint) {
     hint = new QLabel;
-    hint->setWindowFlags(Qt::ToolTip | Qt::FramelessWindowHint);
-    hint->setAttribute(Qt::WA_ShowWithoutActivating);
-    hint->setAttribute(Qt::WA_TransparentForMouseEvents);
+    makeOverlay(hint, QStringLiteral("kolvaneHint"));
     hint->setForegroundRole(QPalette::ToolTipText);
     hint->setBackgroundRole(QPalette::ToolTipBase);
     hint->setAutoFillBackground(true);
     hint->setMargin(6);
-    hint->setObjectName(QStringLiteral("kolvaneHint"));
-    markAsKolvaneWindow(hint);
   }
   hint->setText(text);
   hint->adjustSize();
@@ -233,6 +252,10 @@ std::vector<EditionPopup*> openEditionPopups() {
 }
 
 PopupWindow* openPopupWindow() { return installed().host ? installed().host->popup() : nullptr; }
+
+WindowTextsWindow* openWindowTexts() {
+  return installed().host ? installed().host->windowTexts() : nullptr;
+}
 
 GestureFilter::GestureFilter() {
   timer_.setSingleShot(true);
@@ -357,13 +380,18 @@ bool GestureFilter::endPress(QWindow* window, const QMouseEvent* release) {
 bool GestureFilter::handleKey(QEvent* event) {
   const auto* key = static_cast<QKeyEvent*>(event);
   const auto wanted = Qt::ControlModifier | Qt::AltModifier;
-  if (key->key() != Qt::Key_K || (key->modifiers() & wanted) != wanted) return false;
+  const bool ours = key->key() == Qt::Key_K || key->key() == Qt::Key_J;
+  if (!ours || (key->modifiers() & wanted) != wanted) return false;
   // Taken before the app's own shortcuts see it.
   if (event->type() == QEvent::ShortcutOverride) {
     event->accept();
     return true;
   }
-  KolvaneTool::triggerActions();
+  if (key->key() == Qt::Key_K) {
+    KolvaneTool::triggerActions();
+  } else {
+    KolvaneTool::triggerWindowTexts();
+  }
   return true;
 }
 
@@ -477,6 +505,7 @@ void KolvaneQt::uninstall() {
     QObject::disconnect(state.selection);
     state.host->dismissEditionScreens(false);
     state.host->dismissToolScreens({});
+    if (QWidget* texts = state.host->windowTexts()) texts->close();
     KolvaneTool::setHost(nullptr);
     qApp->removeEventFilter(state.filter.get());
   }

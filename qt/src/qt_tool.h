@@ -1,6 +1,7 @@
 // What KolvaneQt::install() puts in place: the translator, the gestures (a long press on any
-// text of the app's windows opens the edition screen; Ctrl+Alt+K the menu), the tool's host
-// that shows Kolvane's screens, and the guard that keeps cues off the clipboard. Main thread.
+// text of the app's windows opens the edition screen; Ctrl+Alt+K the menu; Ctrl+Alt+J the list
+// of the window's texts), the tool's host that shows Kolvane's screens, and the guard that keeps
+// cues off the clipboard. Main thread.
 #pragma once
 
 #include <QElapsedTimer>
@@ -77,5 +78,8 @@ std::vector<EditionPopup*> openEditionPopups();
 QLabel* shownHint();
 // The tool's popup window, when open.
 PopupWindow* openPopupWindow();
+class WindowTextsWindow;
+// The list of the window's texts, when open.
+WindowTextsWindow* openWindowTexts();
 
 }  // namespace kolvane::qt

@@ -150,23 +150,29 @@ QString KVQtTranslator::translate(const char* context, const char* sourceText,
                                                     nullptr);
   }
   try {
-    // Without a disambiguation the key is the source text: no key is made for a hit.
-    const bool plain = disambiguation == nullptr || *disambiguation == '\0';
-    if (plain) {
-      if (auto stored = storedText(sourceText, n)) return *stored;
-    }
-    const std::string key =
-        KolvaneMessageKey(sourceText, disambiguation != nullptr ? disambiguation : "");
-    if (!plain) {
-      if (auto stored = storedText(key, n)) return *stored;
-    }
-    if (auto own = appText(key, context, sourceText, disambiguation, n)) return *own;
-    const std::u16string source = toU16(QString::fromUtf8(sourceText));
-    if (auto own = bundleText(sourceText, source, context)) return QString::fromStdU16String(*own);
-    if (context != nullptr) {
-      if (auto designed = designTimeText(source)) return QString::fromStdU16String(*designed);
-    }
-    return noted(key, sourceText, kv_stringWithCues(source), developmentLanguage, n);
+    const auto answer = [&]() -> QString {
+      // Without a disambiguation the key is the source text: no key is made for a hit.
+      const bool plain = disambiguation == nullptr || *disambiguation == '\0';
+      if (plain) {
+        if (auto stored = storedText(sourceText, n)) return *stored;
+      }
+      const std::string key =
+          KolvaneMessageKey(sourceText, disambiguation != nullptr ? disambiguation : "");
+      if (!plain) {
+        if (auto stored = storedText(key, n)) return *stored;
+      }
+      if (auto own = appText(key, context, sourceText, disambiguation, n)) return *own;
+      const std::u16string source = toU16(QString::fromUtf8(sourceText));
+      if (auto own = bundleText(sourceText, source, context)) {
+        return QString::fromStdU16String(*own);
+      }
+      if (context != nullptr) {
+        if (auto designed = designTimeText(source)) return QString::fromStdU16String(*designed);
+      }
+      return noted(key, sourceText, kv_stringWithCues(source), developmentLanguage, n);
+    }();
+    if (!KolvaneTool::pseudoTranslation()) return answer;
+    return QString::fromStdU16String(KolvaneTool::shownAnswer(answer.toStdU16String()));
   } catch (...) {
     // The app keeps its own text rather than see an exception from inside Qt.
     return QString();

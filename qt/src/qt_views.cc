@@ -2,17 +2,31 @@
 
 #include <QAbstractButton>
 #include <QAbstractItemView>
+#include <QAction>
 #include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QGroupBox>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
 #include <QPlainTextEdit>
 #include <QPointer>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QScreen>
 #include <QStackedWidget>
+#include <QStyle>
+#include <QStyleOptionButton>
 #include <QTabBar>
+#include <QTextDocument>
 #include <QTextEdit>
 #include <cstdint>
 #include <functional>
+
+#include "kolvane/cues.h"
 
 namespace kolvane::qt {
 namespace {
@@ -25,10 +39,129 @@ std::vector<std::shared_ptr<KVHostView>> childViews(QWidget* widget);
 
 // What stands for one part (a tab, a section, a cell) of a widget: the same part of the same
 // widget gives the same value.
-const void* partIdentity(const QWidget* widget, int part) {
+QString withoutCues(const QString& text) {
+  return QString::fromStdU16String(kv_stringByRemovingCues(text.toStdU16String()));
+}
+
+const void* partIdentity(const void* widget, int part) {
   return reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(widget) +
                                        static_cast<std::uintptr_t>(part) + 1);
 }
+
+// What the app sets on a widget or an action (or on one of the widget's ancestors) whose texts
+// are data, not wording: the list of the window's texts does not count them as untranslatable.
+constexpr char kNotTranslatable[] = "kolvaneNotTranslatable";
+
+bool markedNotTranslatable(const QObject* object) {
+  for (; object != nullptr; object = object->parent()) {
+    if (object->property(kNotTranslatable).toBool()) return true;
+  }
+  return false;
+}
+
+// A widget's name in a text's place: the app's object name, else its class; none for a plain
+// container without a name and for Qt's own inner widgets ("qt_…"), which say nothing to the
+// reader.
+std::string widgetPathName(const QWidget* widget) {
+  const QString name = widget->objectName();
+  if (name.startsWith(QLatin1String("qt_"))) return {};
+  if (!name.isEmpty()) return name.toStdString();
+  const char* className = widget->metaObject()->className();
+  return widget->isWindow() || std::string_view(className) != "QWidget" ? className : "";
+}
+
+// `part` (in the widget's coordinates; the whole widget when none) on the screen, while the
+// widget is shown.
+std::optional<KVRect> screenRect(const QWidget* widget, const std::optional<QRect>& part) {
+  if (widget == nullptr || !widget->isVisible()) return std::nullopt;
+  const QRect local = part.value_or(widget->rect());
+  const QPoint origin = widget->mapToGlobal(local.topLeft());
+  return KVRect{static_cast<double>(origin.x()), static_cast<double>(origin.y()),
+                static_cast<double>(local.width()), static_cast<double>(local.height())};
+}
+
+// Text measured as drawn: cues take no room, and a mnemonic's "&" is not drawn.
+KVTextBox measuredBox(const QFont& font, bool mnemonics) {
+  KVTextBox box;
+  const QFontMetricsF metrics(font);
+  box.lineHeight = metrics.height();
+  box.widestCharacter = metrics.maxWidth();
+  box.advance = [metrics, mnemonics](std::u16string_view text) {
+    QString shown = QString::fromUtf16(text.data(), static_cast<qsizetype>(text.size()));
+    if (mnemonics) {
+      shown.replace(QLatin1String("&&"), QChar(1))
+          .remove(QLatin1Char('&'))
+          .replace(QChar(1), QLatin1Char('&'));
+    }
+    return metrics.horizontalAdvance(shown);
+  };
+  return box;
+}
+
+// The part of `room` (in the widget's coordinates) inside its window and on its screen: a window
+// made wider than the screen by its longer texts cuts them at the screen's edge. (A scroll area
+// clips too, but scrolling shows the rest.)
+QRect seenPart(const QWidget& widget, const QRect& room) {
+  const QWidget* window = widget.window();
+  QRect seen = room & QRect(widget.mapFrom(window, QPoint(0, 0)), window->size());
+  if (const QScreen* screen = widget.screen()) {
+    seen &= QRect(widget.mapFromGlobal(screen->geometry().topLeft()), screen->geometry().size());
+  }
+  return seen;
+}
+
+std::optional<KVTextBox> labelTextBox(const QLabel& label) {
+  const bool rich = label.textFormat() == Qt::RichText ||
+                    (label.textFormat() == Qt::AutoText && Qt::mightBeRichText(label.text()));
+  if (rich) return std::nullopt;
+  KVTextBox box = measuredBox(label.font(), label.buddy() != nullptr);
+  const int margin = label.margin();
+  const QRect room =
+      seenPart(label, label.contentsRect().adjusted(margin, margin, -margin, -margin));
+  box.width = room.width() - std::max(label.indent(), 0);
+  box.height = room.height();
+  box.wordWrap = label.wordWrap();
+  return box;
+}
+
+// The contents rectangle the widget's style draws a button's text in.
+std::optional<KVTextBox> buttonTextBox(const QAbstractButton& button) {
+  QStyle::SubElement contents;
+  if (qobject_cast<const QPushButton*>(&button) != nullptr) {
+    contents = QStyle::SE_PushButtonContents;
+  } else if (qobject_cast<const QCheckBox*>(&button) != nullptr) {
+    contents = QStyle::SE_CheckBoxContents;
+  } else if (qobject_cast<const QRadioButton*>(&button) != nullptr) {
+    contents = QStyle::SE_RadioButtonContents;
+  } else {
+    return std::nullopt;
+  }
+  QStyleOptionButton option;
+  option.initFrom(&button);
+  option.text = button.text();
+  option.icon = button.icon();
+  option.iconSize = button.iconSize();
+  const QRect room = seenPart(button, button.style()->subElementRect(contents, &option, &button));
+  KVTextBox box = measuredBox(button.font(), true);
+  const int icon = button.icon().isNull() ? 0 : button.iconSize().width() + 4;
+  box.width = room.width() - icon;
+  return box;
+}
+
+// The room a delegate draws a cell's text in: the cell less its margins and its icon.
+std::optional<KVTextBox> cellTextBox(const QAbstractItemView& view, const QModelIndex& index) {
+  const QRect cell = view.visualRect(index);
+  if (cell.isEmpty()) return std::nullopt;
+  KVTextBox box = measuredBox(view.font(), false);
+  const int margin = view.style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, &view) + 1;
+  const bool icon = index.data(Qt::DecorationRole).isValid();
+  box.width = cell.width() - 2 * margin - (icon ? view.iconSize().width() + margin : 0);
+  box.height = cell.height();
+  box.wordWrap = view.property("wordWrap").toBool();
+  return box;
+}
+
+std::vector<std::shared_ptr<KVHostLabel>> attachedTextsOf(QWidget* widget);
 
 // A widget of one kind, held weakly: once the widget is gone every call does nothing.
 template <class Interface, class Widget = QWidget>
@@ -51,6 +184,11 @@ class WidgetView : public Interface {
     widget_->updateGeometry();
     widget_->update();
   }
+  std::string pathName() const override { return widget_ ? widgetPathName(widget_) : "(gone)"; }
+  std::vector<std::shared_ptr<KVHostLabel>> attachedTexts() const override {
+    return widget_ ? attachedTextsOf(widget_) : std::vector<std::shared_ptr<KVHostLabel>>();
+  }
+  std::optional<KVRect> rectOnScreen() const override { return screenRect(widget_, {}); }
 
  protected:
   QPointer<Widget> widget_;
@@ -58,41 +196,60 @@ class WidgetView : public Interface {
 
 // A text drawn by a control that has no label of its own for it: read and written through
 // the control.
+struct Part {
+  std::string name;
+  std::function<QString()> read;
+  std::function<void(const QString&)> write;
+  // Where the part is in the widget; none for the whole widget.
+  std::function<std::optional<QRect>()> rect;
+  // The room the part's text is drawn in, when known.
+  std::function<std::optional<KVTextBox>()> box;
+  // The text is the user's: what was typed in an editable field.
+  std::function<bool()> userContent;
+};
+
 class PartLabel : public KVHostLabel {
  public:
+  PartLabel(std::shared_ptr<KVHostView> owner, QWidget* widget, int part, Part access)
+      : owner_(std::move(owner)), widget_(widget), part_(part), access_(std::move(access)) {}
   PartLabel(std::shared_ptr<KVHostView> owner, QWidget* widget, int part, std::string name,
             std::function<QString()> read, std::function<void(const QString&)> write)
-      : owner_(std::move(owner)),
-        widget_(widget),
-        part_(part),
-        name_(std::move(name)),
-        read_(std::move(read)),
-        write_(std::move(write)) {}
+      : PartLabel(std::move(owner), widget, part,
+                  Part{std::move(name), std::move(read), std::move(write), {}, {}, {}}) {}
   std::shared_ptr<KVHostView> superview() const override { return owner_; }
   std::vector<std::shared_ptr<KVHostView>> subviews() const override { return {}; }
-  std::string className() const override { return name_; }
+  std::string className() const override { return access_.name; }
   const void* identity() const override { return partIdentity(widget_.data(), part_); }
   void setNeedsLayout() override {
     if (widget_) widget_->update();
   }
   std::optional<KVAttributedText> attributedText() const override {
     if (!widget_) return std::nullopt;
-    const QString text = read_();
+    const QString text = access_.read();
     if (text.isEmpty()) return std::nullopt;
     return plainText(text);
   }
   void setText(const std::u16string& text) override {
-    if (widget_) write_(toQString(text));
+    if (widget_) access_.write(toQString(text));
   }
   void setAttributedText(const KVAttributedText& text) override { setText(text.string()); }
+  std::optional<KVRect> rectOnScreen() const override {
+    if (!widget_) return std::nullopt;
+    return screenRect(widget_, access_.rect ? access_.rect() : std::nullopt);
+  }
+  bool notForTranslation() const override {
+    return widget_ &&
+           (markedNotTranslatable(widget_) || (access_.userContent && access_.userContent()));
+  }
+  std::optional<KVTextBox> textBox() const override {
+    return widget_ && access_.box && widget_->isVisible() ? access_.box() : std::nullopt;
+  }
 
  private:
   std::shared_ptr<KVHostView> owner_;
   QPointer<QWidget> widget_;
   int part_;
-  std::string name_;
-  std::function<QString()> read_;
-  std::function<void(const QString&)> write_;
+  Part access_;
 };
 
 class WindowView : public WidgetView<KVHostWindow> {
@@ -116,6 +273,14 @@ class LabelView : public WidgetView<KVHostLabel, QLabel> {
     if (widget_) widget_->setText(toQString(text));
   }
   void setAttributedText(const KVAttributedText& text) override { setText(text.string()); }
+  bool notForTranslation() const override {
+    return widget_ && (markedNotTranslatable(widget_) ||
+                       (widget_->textInteractionFlags() & Qt::TextEditable) != 0);
+  }
+  std::optional<KVTextBox> textBox() const override {
+    if (!widget_ || !widget_->isVisible()) return std::nullopt;
+    return labelTextBox(*widget_);
+  }
 };
 
 class ButtonView : public WidgetView<KVHostButton, QAbstractButton>,
@@ -125,12 +290,16 @@ class ButtonView : public WidgetView<KVHostButton, QAbstractButton>,
   std::vector<std::shared_ptr<KVHostView>> subviews() const override {
     QPointer<QAbstractButton> button = widget_;
     if (!button) return {};
-    return {std::make_shared<PartLabel>(
-        std::const_pointer_cast<ButtonView>(shared_from_this()), button, 0, "QAbstractButton title",
-        [button] { return button ? button->text() : QString(); },
-        [button](const QString& text) {
-          if (button) button->setText(text);
-        })};
+    Part title{"title",
+               [button] { return button ? button->text() : QString(); },
+               [button](const QString& text) {
+                 if (button) button->setText(text);
+               },
+               {},
+               [button] { return buttonTextBox(*button); },
+               {}};
+    return {std::make_shared<PartLabel>(std::const_pointer_cast<ButtonView>(shared_from_this()),
+                                        button, 0, std::move(title))};
   }
   std::optional<KVAttributedText> titleLabelText() const override {
     if (!widget_) return std::nullopt;
@@ -146,11 +315,15 @@ std::shared_ptr<KVHostLabel> tabLabel(const std::shared_ptr<KVHostView>& owner, 
                                       int index) {
   QPointer<QTabBar> bar = tabs;
   return std::make_shared<PartLabel>(
-      owner, tabs, index, "QTabBar tab",
-      [bar, index] { return bar ? bar->tabText(index) : QString(); },
-      [bar, index](const QString& text) {
-        if (bar) bar->setTabText(index, text);
-      });
+      owner, tabs, index,
+      Part{"tab " + std::to_string(index + 1),
+           [bar, index] { return bar ? bar->tabText(index) : QString(); },
+           [bar, index](const QString& text) {
+             if (bar) bar->setTabText(index, text);
+           },
+           [bar, index] { return bar ? std::optional<QRect>(bar->tabRect(index)) : std::nullopt; },
+           {},
+           {}});
 }
 
 class TabBarView : public WidgetView<KVHostSegmentedControl, QTabBar>,
@@ -218,12 +391,22 @@ std::shared_ptr<KVHostLabel> cellLabel(const std::shared_ptr<KVHostView>& owner,
                                        QAbstractItemView* view, const QModelIndex& index) {
   QPointer<QAbstractItemView> list = view;
   const QPersistentModelIndex cell(index);
+  const auto rect = [list, cell]() -> std::optional<QRect> {
+    if (!list || !cell.isValid()) return std::nullopt;
+    const QRect visual = list->visualRect(cell);
+    return QRect(list->viewport()->mapTo(list, visual.topLeft()), visual.size());
+  };
   return std::make_shared<PartLabel>(
-      owner, view, index.row() * 4096 + index.column(), "QAbstractItemView cell",
-      [cell] { return cell.isValid() ? cell.data(Qt::DisplayRole).toString() : QString(); },
-      [list, cell](const QString& text) {
-        if (list && cell.isValid() && list->model()) list->model()->setData(cell, text);
-      });
+      owner, view, index.row() * 4096 + index.column(),
+      Part{
+          "cell " + std::to_string(index.row() + 1) + "," + std::to_string(index.column() + 1),
+          [cell] { return cell.isValid() ? cell.data(Qt::DisplayRole).toString() : QString(); },
+          [list, cell](const QString& text) {
+            if (list && cell.isValid() && list->model()) list->model()->setData(cell, text);
+          },
+          rect,
+          [list, cell] { return list && cell.isValid() ? cellTextBox(*list, cell) : std::nullopt; },
+          {}});
 }
 
 class ItemListView : public WidgetView<KVHostList, QAbstractItemView>,
@@ -302,11 +485,15 @@ class TextEditView : public WidgetView<KVHostTextView, Edit>,
     QPointer<Edit> edit = this->widget_;
     if (!edit) return {};
     return {std::make_shared<PartLabel>(
-        std::const_pointer_cast<TextEditView>(this->shared_from_this()), edit, 0, "text edit text",
-        [edit] { return edit ? edit->toPlainText() : QString(); },
-        [edit](const QString& text) {
-          if (edit) edit->setPlainText(text);
-        })};
+        std::const_pointer_cast<TextEditView>(this->shared_from_this()), edit, 0,
+        Part{"text",
+             [edit] { return edit ? edit->toPlainText() : QString(); },
+             [edit](const QString& text) {
+               if (edit) edit->setPlainText(text);
+             },
+             {},
+             {},
+             [edit] { return edit && !edit->isReadOnly(); }})};
   }
   KVAttributedText attributedText() const override {
     return this->widget_ ? plainText(this->widget_->toPlainText()) : KVAttributedText();
@@ -318,6 +505,222 @@ class TextEditView : public WidgetView<KVHostTextView, Edit>,
 };
 
 using ContainerView = WidgetView<KVHostView>;
+
+// One text of a widget read and written through a getter and a setter of its own.
+template <class Widget>
+std::shared_ptr<KVHostLabel> widgetText(QWidget* shown, Widget* widget, int part, std::string name,
+                                        QString (Widget::*read)() const,
+                                        void (Widget::*write)(const QString&)) {
+  QPointer<Widget> target = widget;
+  return std::make_shared<PartLabel>(
+      wrapWidget(shown), shown, part, std::move(name),
+      [target, read] { return target ? (target.data()->*read)() : QString(); },
+      [target, write](const QString& text) {
+        if (target) (target.data()->*write)(text);
+      });
+}
+
+std::shared_ptr<KVHostLabel> comboItem(QComboBox* combo, int index) {
+  QPointer<QComboBox> box = combo;
+  return std::make_shared<PartLabel>(
+      wrapWidget(combo), combo, 1000 + index, "item " + std::to_string(index + 1),
+      [box, index] { return box ? box->itemText(index) : QString(); },
+      [box, index](const QString& text) {
+        if (box) box->setItemText(index, text);
+      });
+}
+
+std::shared_ptr<KVHostLabel> lineEditText(QLineEdit* edit) {
+  QPointer<QLineEdit> field = edit;
+  return std::make_shared<PartLabel>(wrapWidget(edit), edit, 1,
+                                     Part{"text",
+                                          [field] { return field ? field->text() : QString(); },
+                                          [field](const QString& text) {
+                                            if (field) field->setText(text);
+                                          },
+                                          {},
+                                          {},
+                                          [field] { return field && !field->isReadOnly(); }});
+}
+
+// Parts numbered apart from a widget's own parts (tabs, cells, items).
+enum AttachedPart : int {
+  kToolTip = 1'000'000,
+  kStatusTip,
+  kWhatsThis,
+  kWindowTitle,
+  kGroupBoxTitle,
+};
+
+std::vector<std::shared_ptr<KVHostLabel>> attachedTextsOf(QWidget* widget) {
+  std::vector<std::shared_ptr<KVHostLabel>> texts;
+  // Most widgets have none of these: a label is made only for a text there is.
+  const auto add = [&texts, widget](auto* owner, int part, const char* name, auto read,
+                                    auto write) {
+    if (!(owner->*read)().isEmpty()) {
+      texts.push_back(widgetText(widget, owner, part, name, read, write));
+    }
+  };
+  if (widget->isWindow()) {
+    add(widget, kWindowTitle, "title", &QWidget::windowTitle, &QWidget::setWindowTitle);
+  }
+  add(widget, kToolTip, "tooltip", &QWidget::toolTip, &QWidget::setToolTip);
+  add(widget, kStatusTip, "status tip", &QWidget::statusTip, &QWidget::setStatusTip);
+  add(widget, kWhatsThis, "what's this", &QWidget::whatsThis, &QWidget::setWhatsThis);
+  if (auto* group = qobject_cast<QGroupBox*>(widget)) {
+    add(group, kGroupBoxTitle, "title", &QGroupBox::title, &QGroupBox::setTitle);
+  }
+  if (auto* combo = qobject_cast<QComboBox*>(widget)) {
+    for (int i = 0; i < std::min(combo->count(), kMostRowsLooked); ++i) {
+      if (!combo->itemText(i).isEmpty()) texts.push_back(comboItem(combo, i));
+    }
+  }
+  if (auto* edit = qobject_cast<QLineEdit*>(widget); edit != nullptr && !edit->text().isEmpty()) {
+    texts.push_back(lineEditText(edit));
+  }
+  return texts;
+}
+
+// The text of an action as a menu shows it: cues and mnemonics taken off, for a text's place.
+std::string menuPathName(const QString& text) {
+  QString shown = withoutCues(text);
+  shown.replace(QLatin1String("&&"), QChar(1))
+      .remove(QLatin1Char('&'))
+      .replace(QChar(1), QLatin1Char('&'));
+  return shown.toStdString();
+}
+
+constexpr char kItemName[] = "item";
+
+// A text of an action: its own (what a menu item or a menu's title shows) or one of its tips.
+class ActionText : public KVHostLabel {
+ public:
+  using Read = QString (QAction::*)() const;
+  using Write = void (QAction::*)(const QString&);
+  ActionText(std::shared_ptr<KVHostView> owner, QAction* action, QWidget* shownIn, std::string name,
+             Read read, Write write)
+      : owner_(std::move(owner)),
+        action_(action),
+        shownIn_(shownIn),
+        name_(std::move(name)),
+        read_(read),
+        write_(write) {}
+  std::shared_ptr<KVHostView> superview() const override { return owner_; }
+  std::vector<std::shared_ptr<KVHostView>> subviews() const override { return {}; }
+  std::string className() const override { return "QAction " + name_; }
+  // A menu item is named by its text; a menu's title and a tip by what they are.
+  std::string pathName() const override {
+    return name_ == kItemName && action_ ? menuPathName(action_->text()) : name_;
+  }
+  const void* identity() const override {
+    return partIdentity(action_.data(), isOwnText() ? 0 : 1 + static_cast<int>(name_.size()));
+  }
+  std::optional<KVAttributedText> attributedText() const override {
+    if (!action_) return std::nullopt;
+    const QString text = (action_.data()->*read_)();
+    // A tooltip Qt made of the action's text is no text of its own.
+    if (text.isEmpty() ||
+        (!isOwnText() && read_ == &QAction::toolTip &&
+         withoutCues(text) == QString::fromStdString(menuPathName(action_->text())))) {
+      return std::nullopt;
+    }
+    return plainText(text);
+  }
+  void setText(const std::u16string& text) override {
+    if (action_) (action_.data()->*write_)(toQString(text));
+  }
+  void setAttributedText(const KVAttributedText& text) override { setText(text.string()); }
+  std::vector<std::shared_ptr<KVHostLabel>> attachedTexts() const override {
+    if (!isOwnText() || !action_) return {};
+    std::vector<std::shared_ptr<KVHostLabel>> tips;
+    const std::pair<const char*, std::pair<Read, Write>> kinds[] = {
+        {"tooltip", {&QAction::toolTip, &QAction::setToolTip}},
+        {"status tip", {&QAction::statusTip, &QAction::setStatusTip}},
+        {"what's this", {&QAction::whatsThis, &QAction::setWhatsThis}}};
+    for (const auto& [name, access] : kinds) {
+      auto tip = std::make_shared<ActionText>(owner_, action_, shownIn_, name, access.first,
+                                              access.second);
+      if (tip->attributedText()) tips.push_back(std::move(tip));
+    }
+    return tips;
+  }
+  std::optional<KVRect> rectOnScreen() const override {
+    if (!action_ || !shownIn_ || !isOwnText()) return std::nullopt;
+    if (auto* menu = qobject_cast<QMenu*>(shownIn_)) {
+      return screenRect(menu, menu->actionGeometry(action_));
+    }
+    if (auto* bar = qobject_cast<QMenuBar*>(shownIn_)) {
+      return screenRect(bar, bar->actionGeometry(action_));
+    }
+    return std::nullopt;
+  }
+  bool notForTranslation() const override { return action_ && markedNotTranslatable(action_); }
+
+ private:
+  bool isOwnText() const { return read_ == &QAction::text; }
+
+  std::shared_ptr<KVHostView> owner_;
+  QPointer<QAction> action_;
+  QPointer<QWidget> shownIn_;
+  std::string name_;
+  Read read_;
+  Write write_;
+};
+
+std::shared_ptr<KVHostLabel> actionText(std::shared_ptr<KVHostView> owner, QAction* action,
+                                        QWidget* shownIn, std::string name = kItemName) {
+  return std::make_shared<ActionText>(std::move(owner), action, shownIn, std::move(name),
+                                      &QAction::text, &QAction::setText);
+}
+
+// The items of a menu bar or a menu: a menu for each submenu, a label for each other action.
+std::vector<std::shared_ptr<KVHostView>> menuItems(const std::shared_ptr<KVHostView>& owner,
+                                                   QWidget* shownIn) {
+  std::vector<std::shared_ptr<KVHostView>> items;
+  for (QAction* action : shownIn->actions()) {
+    if (action->isSeparator()) continue;
+    if (QMenu* menu = action->menu()) {
+      items.push_back(wrapWidget(menu));
+    } else {
+      items.push_back(actionText(owner, action, shownIn));
+    }
+  }
+  return items;
+}
+
+// A menu, open or not: its title (the text of its action where it is shown) and its items.
+class MenuView : public WidgetView<KVHostView, QMenu>,
+                 public std::enable_shared_from_this<MenuView> {
+ public:
+  using WidgetView::WidgetView;
+  std::shared_ptr<KVHostView> superview() const override {
+    return widget_ ? wrapWidget(widget_->parentWidget()) : nullptr;
+  }
+  std::vector<std::shared_ptr<KVHostView>> subviews() const override {
+    if (!widget_) return {};
+    return menuItems(std::const_pointer_cast<MenuView>(shared_from_this()), widget_);
+  }
+  std::string pathName() const override {
+    return widget_ ? menuPathName(widget_->title()) : "(gone)";
+  }
+  std::vector<std::shared_ptr<KVHostLabel>> attachedTexts() const override {
+    if (!widget_) return {};
+    auto title = actionText(std::const_pointer_cast<MenuView>(shared_from_this()),
+                            widget_->menuAction(), widget_->parentWidget(), "title");
+    if (!title->attributedText()) return {};
+    return {std::move(title)};
+  }
+};
+
+class MenuBarView : public WidgetView<KVHostView, QMenuBar>,
+                    public std::enable_shared_from_this<MenuBarView> {
+ public:
+  using WidgetView::WidgetView;
+  std::vector<std::shared_ptr<KVHostView>> subviews() const override {
+    if (!widget_) return {};
+    return menuItems(std::const_pointer_cast<MenuBarView>(shared_from_this()), widget_);
+  }
+};
 
 std::vector<std::shared_ptr<KVHostView>> childViews(QWidget* widget) {
   std::vector<std::shared_ptr<KVHostView>> views;
@@ -337,13 +740,24 @@ std::vector<std::shared_ptr<KVHostView>> childViews(QWidget* widget) {
 
 void markAsKolvaneWindow(QWidget* window) { window->setProperty(kKolvaneWindow, true); }
 
+void makeOverlay(QWidget* overlay, const QString& name) {
+  overlay->setWindowFlags(Qt::ToolTip | Qt::FramelessWindowHint);
+  overlay->setAttribute(Qt::WA_ShowWithoutActivating);
+  overlay->setAttribute(Qt::WA_TransparentForMouseEvents);
+  overlay->setObjectName(name);
+  markAsKolvaneWindow(overlay);
+}
+
 bool isKolvaneWindow(const QWidget* widget) {
   return widget != nullptr && widget->window()->property(kKolvaneWindow).toBool();
 }
 
 std::shared_ptr<KVHostView> wrapWidget(QWidget* widget) {
   if (widget == nullptr) return nullptr;
+  // A menu is a window of its own while it is open, and belongs to its menu bar all the same.
+  if (auto* menu = qobject_cast<QMenu*>(widget)) return std::make_shared<MenuView>(menu);
   if (widget->isWindow()) return std::make_shared<WindowView>(widget);
+  if (auto* bar = qobject_cast<QMenuBar*>(widget)) return std::make_shared<MenuBarView>(bar);
   if (auto* label = qobject_cast<QLabel*>(widget)) return std::make_shared<LabelView>(label);
   if (auto* button = qobject_cast<QAbstractButton*>(widget)) {
     return std::make_shared<ButtonView>(button);
@@ -387,6 +801,16 @@ std::shared_ptr<KVHostView> hostViewAt(const QPoint& globalPosition) {
   if (auto* tabs = qobject_cast<QTabBar*>(widget)) {
     const int index = tabs->tabAt(tabs->mapFromGlobal(globalPosition));
     if (index >= 0) return tabLabel(wrapWidget(tabs), tabs, index);
+  }
+  // A menu item or a menu's title in the bar: its own text.
+  if (qobject_cast<QMenu*>(widget) != nullptr || qobject_cast<QMenuBar*>(widget) != nullptr) {
+    QAction* action = nullptr;
+    if (auto* menu = qobject_cast<QMenu*>(widget))
+      action = menu->actionAt(menu->mapFromGlobal(globalPosition));
+    if (auto* bar = qobject_cast<QMenuBar*>(widget))
+      action = bar->actionAt(bar->mapFromGlobal(globalPosition));
+    if (action != nullptr && !action->isSeparator())
+      return actionText(wrapWidget(widget), action, widget);
   }
   return wrapWidget(widget);
 }

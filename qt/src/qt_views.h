@@ -25,6 +25,9 @@ std::shared_ptr<KVHostWindow> windowOf(QWidget* widget);
 
 // Kolvane's own windows are never looked into.
 void markAsKolvaneWindow(QWidget* window);
+// Makes `overlay` (a new top-level widget) one of Kolvane's notes over the app: frameless, never
+// active, and let through by the mouse (widgetAt finds what is under it), named `name`.
+void makeOverlay(QWidget* overlay, const QString& name);
 bool isKolvaneWindow(const QWidget* widget);
 
 inline QString toQString(const std::u16string& text) { return QString::fromStdU16String(text); }

@@ -15,8 +15,10 @@ namespace {
 
 const std::u16string kEmptyMarker{kv_beginCue, kv_endCue};
 
-void debugLine(const std::string& line) {
-  if (debugEnabled()) kvLog(line);
+// The line is made only when debug lines are on: tracing runs for every text of a window.
+template <class Line>
+void debugLine(const Line& line) {
+  if (debugEnabled()) kvLog(line());
 }
 
 std::string describe(const std::shared_ptr<const KVString>& string) {
@@ -103,8 +105,10 @@ const std::vector<std::shared_ptr<const KVString>>& KVViewStrings::kolvaneString
     std::optional<Values> values;
     if (!nested.empty()) values = std::move(nested);
     const auto found = controller.kolvaneStringWithNonNestedString(item.string, &values);
-    debugLine("Found string " + describe(found) + " for localized string " +
-              toUtf8(kv_stringShowingCues(item.string)));
+    debugLine([&] {
+      return "Found string " + describe(found) + " for localized string " +
+             toUtf8(kv_stringShowingCues(item.string));
+    });
     if (!found || std::find(strings_.begin(), strings_.end(), found) != strings_.end()) continue;
     strings_.push_back(found);
     spans_.push_back({item.range, item.level});
@@ -140,7 +144,7 @@ std::u16string KVViewStrings::rebuiltFormat(const KVString& string, int depth) c
   // deepest nesting a text can carry, the format stands as it is.
   if (found == strings_.end() || index >= values_.size() ||
       depth >= static_cast<int>(kv_maxCueNesting)) {
-    debugLine("Did not find values for kolvane string " + string.description());
+    debugLine([&] { return "Did not find values for kolvane string " + string.description(); });
     return string.localizedFormat;
   }
   const std::vector<const KVArgumentValue*> arguments =
@@ -155,11 +159,15 @@ std::u16string KVViewStrings::rebuiltFormat(const KVString& string, int depth) c
           if (const auto& record = std::get<std::shared_ptr<const KVString>>(value)) {
             return rebuiltFormat(*record, depth + 1);
           }
-          debugLine("Wrong value type for kolvane string " + string.description() + " (index " +
-                    std::to_string(rank) + " value (null))");
+          debugLine([&] {
+            return "Wrong value type for kolvane string " + string.description() + " (index " +
+                   std::to_string(rank) + " value (null))";
+          });
         }
-        debugLine("Not enough values for kolvane string " + string.description() + " (index " +
-                  std::to_string(rank) + " values " + describe(values_[index]) + ")");
+        debugLine([&] {
+          return "Not enough values for kolvane string " + string.description() + " (index " +
+                 std::to_string(rank) + " values " + describe(values_[index]) + ")";
+        });
         return std::nullopt;
       });
 }

@@ -1,5 +1,6 @@
 // The reviewer's tool as an adapter drives it, wired to the models that do the work.
 #include "base/log.h"
+#include "capture/display_checks.h"
 #include "capture/edition_gesture.h"
 #include "capture/tool_host.h"
 #include "core/locale_strings.h"
@@ -33,6 +34,20 @@ std::shared_ptr<KVEditionScreen> KolvaneTool::triggerEdition(
 }
 
 void KolvaneTool::triggerActions() { kv_openActionsOrLogin(); }
+
+void KolvaneTool::triggerWindowTexts() { kv_openWindowTexts(); }
+
+void KolvaneTool::setPseudoTranslation(bool on) { kv_setPseudoTranslation(on); }
+
+bool KolvaneTool::pseudoTranslation() { return kv_pseudoTranslation(); }
+
+std::u16string KolvaneTool::shownAnswer(std::u16string answer) {
+  return kv_pseudoTranslation() ? kv_pseudoTranslated(answer) : answer;
+}
+
+void KolvaneTool::setRightToLeft(bool on) { kv_setRightToLeft(on); }
+
+bool KolvaneTool::rightToLeft() { return kv_rightToLeft(); }
 
 void KolvaneTool::indexDesignTimeTexts() {
   if (const auto base = KVMainController::sharedInstance().baseLocaleStrings()) {

@@ -7,6 +7,7 @@
 #include "base/log.h"
 #include "base/server_text.h"
 #include "base/utf.h"
+#include "capture/display_checks.h"
 #include "capture/edition_controller.h"
 #include "capture/edition_view_controller.h"
 #include "capture/tool_host.h"
@@ -22,6 +23,7 @@
 #include "tool-ui/choice_lists.h"
 #include "tool-ui/kept_changes.h"
 #include "tool-ui/login_page.h"
+#include "tool-ui/window_texts_list.h"
 
 namespace kolvane {
 namespace {
@@ -84,6 +86,7 @@ std::shared_ptr<KVActionsPopup> KVActionsPopup::show() {
   const auto window = host->keyWindow();
   popup->editionController_ = KVEditionController::editionControllerWithStrings(
       window ? kolvaneStringsInSubviews(window) : KVCaptures{});
+  popup->windowTexts_ = KVWindowTextsList::summaryOf(kv_windowInventory(window));
   host->presentToolScreen(popup);
   return popup;
 }
@@ -93,6 +96,7 @@ std::vector<KVMenuSection> KVActionsPopup::sections() const {
   std::vector<KVMenuSection> sections = {accountSection(), translationSection(),
                                          latestTextSection()};
   if (KVSession::sharedInstance().isLoggedIn()) sections.push_back(saveSection());
+  sections.push_back(windowSection());
   // While the latest text comes, nothing else may start; the account stays reachable, so a
   // pull whose answer never comes cannot lock the reviewer in.
   if (pulling_) {
@@ -158,6 +162,32 @@ KVMenuSection KVActionsPopup::saveSection() const {
   return {{}, {menuRow(u"Save My Changes", counts, unsaved, false, unsaved)}, footer};
 }
 
+KVMenuSection KVActionsPopup::windowSection() const {
+  const auto onOff = [](bool on) { return std::u16string(on ? u"On" : u"Off"); };
+  return {u"This window",
+          {menuRow(u"Texts of this window", windowTexts_, true, true),
+           menuRow(u"Pseudo-translation", onOff(kv_pseudoTranslation())),
+           menuRow(u"Right to left", onOff(kv_rightToLeft()))},
+          u"Pseudo-translation shows every text accented, longer and in brackets: texts without "
+          u"brackets are not translatable, texts cut off will not fit."};
+}
+
+void KVActionsPopup::selectWindowRow(std::size_t row) {
+  if (row == 0) {
+    // The list lives in a window of its own, beside the app's, so the menu goes.
+    if (const auto host = kv_toolHost())
+      host->dismissToolScreens([] { KVWindowTextsList::show(); });
+    return;
+  }
+  if (row == 1) kv_setPseudoTranslation(!kv_pseudoTranslation());
+  if (row == 2) kv_setRightToLeft(!kv_rightToLeft());
+  changed();
+}
+
+std::size_t KVActionsPopup::windowSectionIndex() const {
+  return KVSession::sharedInstance().isLoggedIn() ? 4 : 3;
+}
+
 std::size_t KVActionsPopup::unsavedChanges() const {
   const auto& store = controller().localeStrings();
   if (!store) return 0;
@@ -170,6 +200,7 @@ void KVActionsPopup::selectRow(std::size_t section, std::size_t row) {
   const auto host = kv_toolHost();
   if (!host) return;
   const bool unsaved = unsavedChanges() > 0;
+  if (section == windowSectionIndex()) return selectWindowRow(row);
   switch (section) {
     case 0:
       if (!KVSession::sharedInstance().isLoggedIn()) {

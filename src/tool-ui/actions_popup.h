@@ -71,6 +71,11 @@ class KVActionsPopup : public KVActionsMenu,
   KVMenuSection translationSection() const;
   KVMenuSection latestTextSection() const;
   KVMenuSection saveSection() const;
+  // The texts of the app's window: the list of them, with their count.
+  KVMenuSection windowSection() const;
+  std::size_t windowSectionIndex() const;
+  // The list of the window's texts, or one of the two switches.
+  void selectWindowRow(std::size_t row);
   void ask(KVAlert alert);
   // Unsent changes are kept on the device over a logout, and the reviewer is asked first.
   void askLogOut();
@@ -80,6 +85,7 @@ class KVActionsPopup : public KVActionsMenu,
   bool isLoading_ = false;
   bool pulling_ = false;        // the latest text is on its way
   std::u16string sendSummary_;  // what the last sending did, shown under "Save My Changes"
+  std::u16string windowTexts_;  // the count of the window's texts and their problems
   Choices sourceLocaleChoices_;
   Choices targetLocaleChoices_;
 };

@@ -7,6 +7,7 @@
 #include "server/session.h"
 #include "tool-ui/actions_popup.h"
 #include "tool-ui/login_page.h"
+#include "tool-ui/window_texts_list.h"
 
 namespace kolvane {
 
@@ -26,6 +27,18 @@ void kv_openActionsOrLogin() {
   KVLoginPage::openLoginFormWithCompletion([](bool cancelled) {
     if (!cancelled) KVActionsPopup::show();
   });
+}
+
+}  // namespace kolvane
+
+namespace kolvane {
+
+void kv_openWindowTexts() {
+  const auto host = kv_toolHost();
+  if (!host) return;
+  host->cancelEditionPress();
+  if (!KVEditionViewController::closeOpenScreen()) return;
+  KVWindowTextsList::show();
 }
 
 }  // namespace kolvane

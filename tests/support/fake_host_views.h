@@ -24,9 +24,15 @@ class FakeNode : public Interface {
   std::string className() const override { return name_; }
   const void* identity() const override { return this; }
   void setNeedsLayout() override { ++layouts; }
+  std::string pathName() const override { return appName.empty() ? name_ : appName; }
+  std::vector<std::shared_ptr<KVHostLabel>> attachedTexts() const override { return attached; }
+  std::optional<KVRect> rectOnScreen() const override { return rect; }
 
   std::weak_ptr<KVHostView> parent;
   std::vector<std::shared_ptr<KVHostView>> children;
+  std::vector<std::shared_ptr<KVHostLabel>> attached;  // tooltips, titles
+  std::string appName;                                 // the app's name for the view
+  std::optional<KVRect> rect;                          // none: not on screen
   int layouts = 0;
 
  private:
@@ -53,8 +59,12 @@ class FakeLabel : public FakeNode<KVHostLabel> {
     text = attributed;
     ++updates;
   }
+  bool notForTranslation() const override { return data; }
+  std::optional<KVTextBox> textBox() const override { return box; }
   std::optional<KVAttributedText> text;
   int updates = 0;
+  bool data = false;  // the user's text, or marked as not for translation
+  std::optional<KVTextBox> box;
 };
 
 class FakeContainer : public FakeNode<KVHostView> {
@@ -126,6 +136,18 @@ class FakeWindow : public FakeNode<KVHostWindow> {
   std::vector<std::shared_ptr<KVHostView>> rootControllerViews() const override { return pages; }
   std::vector<std::shared_ptr<KVHostView>> pages;
 };
+
+// A text attached to `owner` (a tooltip, a title) showing `text` (cues included).
+template <class Owner>
+std::shared_ptr<FakeLabel> attachText(const std::shared_ptr<Owner>& owner, std::string name,
+                                      const std::u16string& text) {
+  auto label = std::make_shared<FakeLabel>();
+  label->parent = owner;
+  label->appName = std::move(name);
+  label->text = KVAttributedText(text);
+  owner->attached.push_back(label);
+  return label;
+}
 
 // A label under `parent` showing `text` (cues included).
 template <class Parent>
@@ -205,6 +227,11 @@ class FakeToolHost : public KVToolHost {
   void removeEditionGesture() override { editionGestureRemoved = true; }
   void setupEditionGesture() override { editionGestureRemoved = false; }
   void stringsDidChange() override { ++stringChanges; }
+  void presentWindowTexts(const std::shared_ptr<KVWindowTextsScreen>& screen) override {
+    windowTexts = screen;
+  }
+  void flashPlace(const KVRect& rect) override { flashed.push_back(rect); }
+  void setRightToLeft(bool on) override { rightToLeft = on; }
   template <typename Screen>
   std::shared_ptr<Screen> top() const {
     return screens.empty() ? nullptr : std::dynamic_pointer_cast<Screen>(screens.back());
@@ -222,6 +249,9 @@ class FakeToolHost : public KVToolHost {
   std::vector<std::string> signOnPages;
   bool editionGestureRemoved = false;
   int stringChanges = 0;
+  std::shared_ptr<KVWindowTextsScreen> windowTexts;
+  std::vector<KVRect> flashed;
+  bool rightToLeft = false;
 };
 
 }  // namespace kolvane::testing

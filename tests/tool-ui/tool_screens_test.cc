@@ -172,7 +172,8 @@ TEST_F(ToolScreensTest, TheMenuShowsTheAccountTheChoicesAndTheChangesByState) {
 
   KVSession::sharedInstance().setToken({{"access_token", "t"}, {"expires", platform().now() + 60}});
   auto sections = popup->sections();
-  ASSERT_EQ(sections.size(), 4u);
+  ASSERT_EQ(sections.size(), 5u);
+  EXPECT_EQ(sections[4].header, u"This window");
   EXPECT_EQ(sections[0].rows[1].title, u"Logout");
   EXPECT_EQ(sections[1].header, u"Translation");
   EXPECT_EQ(sections[1].rows[0].detail, u"French (France)");
@@ -196,7 +197,7 @@ TEST_F(ToolScreensTest, TheMenuShowsTheAccountTheChoicesAndTheChangesByState) {
   KVSession::sharedInstance().setToken(nullptr);
   controller().setLocaleStrings(nullptr);
   sections = popup->sections();
-  ASSERT_EQ(sections.size(), 3u);
+  ASSERT_EQ(sections.size(), 4u);
   EXPECT_EQ(sections[0].rows[0].title, u"Login");
   EXPECT_EQ(sections[0].footer, u"Log in to be able to edit translations.");
   EXPECT_EQ(sections[2].footer, u"No translations on this device");

@@ -84,7 +84,7 @@ typed() {  # typed INPUT COMMAND...: runs the command with INPUT on its standard
   printf '%s' "$input" | "$@"
 }
 pulled() {
-  printf '{"pending":null,"published":"%s/data/com.kolvane.demo/Kolvane/fr_FR_published.xlf","step":null,"strings":18,"user":"Demo Reviewer"}' "$home/$1"
+  printf '{"pending":null,"published":"%s/data/com.kolvane.demo/Kolvane/fr_FR_published.xlf","step":null,"strings":21,"user":"Demo Reviewer"}' "$home/$1"
 }
 # Runs pull on a terminal and types the password once the prompt shows; prints what the
 # terminal showed.

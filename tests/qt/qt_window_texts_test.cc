@@ -1,0 +1,248 @@
+// The texts of a real Qt window: what the adapter reports (menus, tooltips, pages not shown,
+// combo box items, titles), the problems found on widgets built to have them, and the list
+// window opened with Ctrl+Alt+J.
+#include "qt_window_texts.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QComboBox>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMainWindow>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QScreen>
+#include <QStackedWidget>
+#include <QTableWidget>
+#include <QTest>
+#include <QVBoxLayout>
+
+#include "base/utf.h"
+#include "capture/capture_fixture.h"
+#include "capture/window_inventory.h"
+#include "kolvane/qt.h"
+#include "kolvane/tool.h"
+#include "qt_edition_popup.h"
+#include "qt_tool.h"
+#include "qt_views.h"
+
+namespace kolvane {
+namespace {
+
+using ::testing::IsSupersetOf;
+
+// A label that looks its text up again when the language changes, as apps do.
+class RetranslatedLabel : public QLabel {
+ public:
+  RetranslatedLabel() : QLabel(qtTrId("hi")) {}
+  void changeEvent(QEvent* event) override {
+    if (event->type() == QEvent::LanguageChange) setText(qtTrId("hi"));
+    QLabel::changeEvent(event);
+  }
+};
+
+class QtWindowTextsTest : public testing::CaptureTest {
+ protected:
+  void SetUp() override {
+    CaptureTest::SetUp();
+    showFrench({{"hi", u"Salut"},
+                {"file", u"un fichier"},
+                {"open", u"Ouvrir"},
+                {"recent", u"Récents"},
+                {"tip", u"Ouvre un fichier"},
+                {"page", u"Page cachée"},
+                {"long", u"Un texte bien trop long pour sa place"}});
+    setBase({{"open", u"Open"}, {"hi", u"Hi"}});
+    enableEditing();
+    KolvaneQt::install();
+
+    window_ = std::make_unique<QMainWindow>();
+    window_->setWindowTitle(qtTrId("hi"));
+    QMenu* file = window_->menuBar()->addMenu(qtTrId("file"));
+    QAction* open = file->addAction(qtTrId("open"));
+    open->setStatusTip(qtTrId("tip"));
+    file->addSeparator();
+    file->addMenu(qtTrId("recent"))->addAction(QStringLiteral("notes.txt"));
+
+    auto* central = new QWidget;
+    auto* layout = new QVBoxLayout(central);
+    auto* button = new QPushButton(qtTrId("open"));
+    button->setToolTip(qtTrId("tip"));
+    layout->addWidget(button);
+    auto* stack = new QStackedWidget;
+    stack->addWidget(new QLabel(qtTrId("hi")));
+    stack->addWidget(new QLabel(qtTrId("page")));  // never shown
+    layout->addWidget(stack);
+    auto* combo = new QComboBox;
+    combo->addItems({qtTrId("hi"), qtTrId("file")});
+    layout->addWidget(combo);
+    auto* group = new QGroupBox(qtTrId("recent"));
+    (new QVBoxLayout(group))->addWidget(new QLabel(QStringLiteral("Hard-coded")));
+    layout->addWidget(group);
+    auto* typed = new QLineEdit(QStringLiteral("What the user typed"));
+    layout->addWidget(typed);
+    auto* marked = new QLabel(QStringLiteral("Ann Smith"));
+    marked->setProperty("kolvaneNotTranslatable", true);
+    layout->addWidget(marked);
+    narrow_ = new QLabel(qtTrId("long"));
+    narrow_->setFixedWidth(60);
+    layout->addWidget(narrow_);
+    elided_ = new QLabel;
+    elided_->setText(elided_->fontMetrics().elidedText(qtTrId("long"), Qt::ElideRight, 80));
+    layout->addWidget(elided_);
+    window_->setCentralWidget(central);
+    window_->resize(500, 600);
+    window_->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(window_.get()));
+  }
+  void TearDown() override {
+    KolvaneTool::setPseudoTranslation(false);
+    KolvaneTool::setRightToLeft(false);
+    KolvaneQt::uninstall();
+    window_.reset();
+    QApplication::processEvents();
+    CaptureTest::TearDown();
+  }
+  std::vector<KVInventoryEntry> inventory() {
+    return kv_windowInventory(qt::windowOf(window_.get()));
+  }
+  // Each text with its place, "text @ place", and its problems, by text.
+  static std::vector<std::string> placed(const std::vector<KVInventoryEntry>& entries) {
+    std::vector<std::string> found;
+    for (const auto& entry : entries) {
+      found.push_back(toUtf8(entry.row.text) + " @ " + toUtf8(entry.row.place));
+    }
+    return found;
+  }
+  static unsigned problemsOf(const std::vector<KVInventoryEntry>& entries,
+                             const std::u16string& text) {
+    for (const auto& entry : entries) {
+      if (entry.row.text == text) return entry.row.problems;
+    }
+    ADD_FAILURE() << "not listed: " << toUtf8(text);
+    return 0;
+  }
+
+  std::unique_ptr<QMainWindow> window_;
+  QLabel* narrow_ = nullptr;
+  QLabel* elided_ = nullptr;
+};
+
+TEST_F(QtWindowTextsTest, TheInventoryHoldsMenusTipsHiddenPagesItemsAndTitles) {
+  const auto entries = inventory();
+  EXPECT_THAT(placed(entries),
+              IsSupersetOf({"Salut @ title", "un fichier @ QMenuBar > un fichier > title",
+                            "Ouvrir @ QMenuBar > un fichier > Ouvrir",
+                            "Ouvre un fichier @ QMenuBar > un fichier > Ouvrir > "
+                            "status tip",
+                            "Récents @ QMenuBar > un fichier > Récents > title",
+                            "notes.txt @ QMenuBar > un fichier > Récents > notes.txt",
+                            "Ouvre un fichier @ QPushButton > tooltip",
+                            "Ouvrir @ QPushButton > title", "Page cachée @ QStackedWidget > QLabel",
+                            "un fichier @ QComboBox > item 2", "Récents @ QGroupBox > title"}));
+  for (const auto& entry : entries) {
+    // Pages not shown and closed menus are listed, but not on screen.
+    if (entry.row.text == u"Page cachée" || entry.row.text == u"Ouvrir") {
+      EXPECT_EQ(entry.row.onScreen,
+                entry.row.text == u"Ouvrir" &&
+                    entry.row.place.find(u"QPushButton") != std::u16string::npos)
+          << toUtf8(entry.row.place);
+    }
+  }
+}
+
+TEST_F(QtWindowTextsTest, HardCodedNarrowAndElidedTextsAreFoundButDataIsNot) {
+  const auto entries = inventory();
+  EXPECT_EQ(problemsOf(entries, u"Hard-coded"), unsigned{kKVTextNotTranslatable});
+  EXPECT_EQ(problemsOf(entries, u"notes.txt"), unsigned{kKVTextNotTranslatable});
+  EXPECT_EQ(problemsOf(entries, u"What the user typed"), 0u);
+  EXPECT_EQ(problemsOf(entries, u"Ann Smith"), 0u);
+  EXPECT_EQ(problemsOf(entries, u"Un texte bien trop long pour sa place"), unsigned{kKVTextCutOff});
+  const std::u16string elided = KolvaneQt::withoutCues(elided_->text()).toStdU16String();
+  EXPECT_EQ(problemsOf(entries, elided), unsigned{kKVTextCutOff});
+  EXPECT_EQ(problemsOf(entries, u"Ouvrir"), 0u);
+
+  // Room enough, or wrapping into room enough: it fits.
+  narrow_->setFixedWidth(400);
+  QApplication::processEvents();
+  EXPECT_EQ(problemsOf(inventory(), u"Un texte bien trop long pour sa place"), 0u);
+  // A window pushed past the screen's edge cuts what fits its labels.
+  const QRect screen = window_->screen()->geometry();
+  window_->move(screen.right() - 100, screen.top());
+  QApplication::processEvents();
+  EXPECT_EQ(problemsOf(inventory(), u"Un texte bien trop long pour sa place"),
+            unsigned{kKVTextCutOff});
+  window_->move(screen.topLeft());
+  narrow_->setFixedWidth(120);
+  narrow_->setWordWrap(true);
+  narrow_->setMinimumHeight(narrow_->heightForWidth(120));
+  QApplication::processEvents();
+  EXPECT_EQ(problemsOf(inventory(), u"Un texte bien trop long pour sa place"), 0u);
+}
+
+TEST_F(QtWindowTextsTest, CtrlAltJListsTheTextsAndARowOpensItsStringsForEditing) {
+  QTest::keyClick(window_->windowHandle(), Qt::Key_J, Qt::ControlModifier | Qt::AltModifier);
+  qt::WindowTextsWindow* list = qt::openWindowTexts();
+  ASSERT_NE(list, nullptr);
+  EXPECT_TRUE(list->isVisible());
+  const auto rows = list->screen().rows();
+  EXPECT_EQ(static_cast<std::size_t>(list->table()->rowCount()), rows.size());
+  // The stack's first page shows "Salut" as its label; nothing else is stale.
+  EXPECT_EQ(list->screen().summary(), u"18 texts, 2 not translatable, 2 cut off");
+
+  // The menu item "Ouvrir", as if long-pressed: the edit is saved, and the action is rewritten
+  // from the development language's record as every captured text is.
+  std::size_t openRow = rows.size();
+  for (std::size_t row = 0; row < rows.size(); ++row) {
+    if (rows[row].text == u"Ouvrir" && rows[row].place == u"QMenuBar > un fichier > Ouvrir") {
+      openRow = row;
+    }
+  }
+  ASSERT_LT(openRow, rows.size());
+  list->screen().selectRow(openRow);
+  const auto popups = qt::openEditionPopups();
+  ASSERT_EQ(popups.size(), 1u);
+  ASSERT_EQ(popups.back()->screen().pageCount(), 1u);
+  EXPECT_EQ(popups.back()->screen().page(0).key, "open");
+  popups.back()->screen().textViewDidChange(0, KVAttributedText(u"Ouvrir…"));
+  popups.back()->screen().validate();
+  QApplication::processEvents();
+  EXPECT_EQ(testing::shown(french_->kolvaneStringForKey("open", std::nullopt)->localizedFormat),
+            u"[Ouvrir…]");
+  QAction* open = window_->menuBar()->actions().front()->menu()->actions().front();
+  EXPECT_EQ(open->text(), QString::fromStdU16String(testing::cued(u"[Open]")));
+}
+
+TEST_F(QtWindowTextsTest, PseudoTranslationAndRightToLeftSwitchOnAndBackWithoutARestart) {
+  auto* label = new RetranslatedLabel;
+  window_->centralWidget()->layout()->addWidget(label);
+  const QString before = label->text();
+  KolvaneTool::setPseudoTranslation(true);
+  QTest::qWait(20);  // the app retranslates from an event of its own
+  EXPECT_EQ(KolvaneQt::withoutCues(label->text()),
+            QString::fromStdU16String(u"[\u1E60\u0227\u1E37\u0289\u1E6B ~~]"));
+  // Traced through its brackets and accents; a text set once keeps what it had.
+  for (const auto& entry : inventory()) {
+    if (entry.capture->view->identity() == label) {
+      ASSERT_EQ(entry.row.strings.size(), 1u);
+      EXPECT_EQ(entry.row.strings[0].key, "hi");
+      EXPECT_EQ(entry.row.problems, 0u);
+    }
+  }
+  EXPECT_EQ(french_->dirtyStrings().size(), 0u);
+  KolvaneTool::setPseudoTranslation(false);
+  QTest::qWait(20);
+  EXPECT_EQ(label->text(), before);
+
+  KolvaneTool::setRightToLeft(true);
+  EXPECT_EQ(QGuiApplication::layoutDirection(), Qt::RightToLeft);
+  EXPECT_TRUE(window_->isRightToLeft());
+  KolvaneTool::setRightToLeft(false);
+  EXPECT_EQ(QGuiApplication::layoutDirection(), Qt::LeftToRight);
+  EXPECT_FALSE(window_->isRightToLeft());
+}
+
+}  // namespace
+}  // namespace kolvane
