@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "strings/cues.h"
+#include "strings/string_forms.h"
 #include "strings/string_group.h"
 #include "support/fake_platform.h"
 
@@ -14,12 +15,7 @@ class StringRecordsTest : public testing::PlatformTest {
  protected:
   static std::shared_ptr<KVString> form(const std::string& key, std::optional<std::string> plural,
                                         std::u16string_view text, const std::string& uid = "") {
-    auto string = std::make_shared<KVString>();
-    string->key = key;
-    string->uid = uid;
-    string->pluralForm = std::move(plural);
-    string->extractFormatFromString(kv_stringWithCues(text));
-    return string;
+    return testing::markedForm(key, std::move(plural), text, uid);
   }
 };
 

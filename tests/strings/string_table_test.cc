@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "strings/cues.h"
+#include "strings/string_forms.h"
 #include "strings/xliff_parser.h"
 #include "support/fake_platform.h"
 
@@ -14,13 +15,8 @@ namespace {
 class StringTableTest : public testing::PlatformTest {
  protected:
   static std::shared_ptr<KVString> form(const std::string& key, std::optional<std::string> plural,
-                                        std::u16string_view text, const std::string& uid) {
-    auto string = std::make_shared<KVString>();
-    string->key = key;
-    string->uid = uid;
-    string->pluralForm = std::move(plural);
-    string->extractFormatFromString(kv_stringWithCues(text));
-    return string;
+                                        std::u16string_view text, const std::string& uid = "") {
+    return testing::markedForm(key, std::move(plural), text, uid);
   }
 
   static void add(KVStringGroups& groups, const std::string& foundBy,
