@@ -34,6 +34,12 @@ int main(int argc, char** argv) {
     printRatio(medians, "BM_LoadPublishedFile", "BM_SaxEmptyHandlers", size, "<= 2");
     printRatio(medians, "BM_LoadFromImage", "BM_SaxEmptyHandlers", size, "<= 0.2");
     printRatio(medians, "BM_StartToFirstAnswer", "BM_SaxEmptyHandlers", size, "<= 0.2");
+    const auto memory = medians.find("BM_HeapPerLoadedString/" + std::to_string(size) +
+                                     "/iterations:1:heap_per_text");
+    if (memory != medians.end()) {
+      std::printf("%-28s %7d  vs %-28s %6.2fx   (target <= 2)\n", "store memory", size,
+                  "its UTF-16 text", memory->second);
+    }
   }
   return 0;
 }

@@ -24,13 +24,17 @@ void visitKeys(benchmark::State& state, const Catalogue& c, Lookup lookup) {
   }
 }
 
-// The median of each benchmark, by name (arguments included), as the console shows them.
+// The median of each benchmark, by name (arguments included), as the console shows them; and
+// of each of its counters, as "name:counter".
 class MedianCollector : public benchmark::ConsoleReporter {
  public:
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& run : runs) {
       if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median") {
         medians[run.run_name.str()] = run.GetAdjustedRealTime();
+        for (const auto& [counter, value] : run.counters) {
+          medians[run.run_name.str() + ":" + counter] = value.value;
+        }
       }
     }
     ConsoleReporter::ReportRuns(runs);

@@ -60,11 +60,13 @@ std::u16string KVWindowTextsList::summaryOf(const std::vector<KVInventoryEntry>&
       {kKVTextNotTranslatable, u"not translatable"},
       {kKVTextStale, u"stale"},
       {kKVTextCutOff, u"cut off"}};
-  for (const auto& [problem, name] : kinds) {
+  // Named copies, not a structured binding: clang 14 cannot capture bindings in lambdas.
+  for (const auto& kind : kinds) {
+    const KVTextProblem problem = kind.first;
     const auto count = std::count_if(entries.begin(), entries.end(), [problem](const auto& entry) {
       return (entry.row.problems & problem) != 0;
     });
-    if (count > 0) summary += u", " + counted(static_cast<std::size_t>(count), name);
+    if (count > 0) summary += u", " + counted(static_cast<std::size_t>(count), kind.second);
   }
   return summary;
 }
