@@ -150,7 +150,6 @@ class KVLocaleStrings : public std::enable_shared_from_this<KVLocaleStrings> {
     // By key, straight to the form a lookup answers: the path of every string the app shows.
     std::unordered_map<std::string_view, Entry, KVStringHash, std::equal_to<>> byKey;
 
-    bool empty() const { return byKey.empty() && (!table || table->groupCount() == 0); }
     // The text a lookup answers (the default form, or `plural`'s when `named`).
     std::optional<std::u16string_view> textForKey(std::string_view key, std::string_view plural,
                                                   bool named) const;

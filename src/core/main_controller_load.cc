@@ -75,7 +75,7 @@ std::shared_ptr<const KVStringTable> readTable(
     const std::string& path, KVTableReader reader, unsigned status, const KVTableRead& read,
     std::vector<std::pair<std::string, std::shared_ptr<const KVStringTable>>>& newImages) {
   KVFileTable found = kv_readFileTable(path, reader, status, read);
-  if (found.imageWanted) newImages.emplace_back(path, found.table);
+  if (found.table && !found.fromImage) newImages.emplace_back(path, found.table);
   return std::move(found.table);
 }
 

@@ -47,10 +47,8 @@ KVFileTable kv_readFileTable(const std::string& path, KVTableReader reader, unsi
   const KVStringTable::SourceStamp stamp{
       bytes->bytes.size(), kv_hashText(bytes->bytes),
       static_cast<std::uint32_t>(reader) << 16 | (status & 0xffff)};
-  if (auto table = tableFromImage(path, stamp)) return {std::move(table), true, false};
-  auto table = read(bytes->bytes, stamp);
-  const bool made = table != nullptr;
-  return {std::move(table), false, made};
+  if (auto table = tableFromImage(path, stamp)) return {std::move(table), true};
+  return {read(bytes->bytes, stamp), false};
 }
 
 void kv_writeTableImage(const std::string& path, const KVStringTable& table) {

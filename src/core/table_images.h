@@ -21,8 +21,7 @@ enum class KVTableReader : std::uint32_t { xliff = 1, stringsTable = 2 };
 
 struct KVFileTable {
   std::shared_ptr<const KVStringTable> table;  // null when the file could not be read
-  bool fromImage = false;
-  bool imageWanted = false;  // read from the file: its image is to be written
+  bool fromImage = false;  // else read from the file, and its image is to be written
 };
 
 // Makes the table of the file from its bytes, stamped as given; null when it cannot.

@@ -25,7 +25,7 @@ class TableImagesTest : public LocaleStringsFixture<testing::CoreTest> {
   std::u16string readText(std::string_view key) {
     const KVFileTable found = read();
     if (!found.table) return u"(no table)";
-    if (found.imageWanted) kv_writeTableImage(published(), *found.table);
+    if (found.table && !found.fromImage) kv_writeTableImage(published(), *found.table);
     const std::uint32_t group = found.table->find(key);
     if (group == KVStringTable::npos) return u"(none)";
     return kv_stringShowingCues(std::u16string(*found.table->defaultText(group)));
