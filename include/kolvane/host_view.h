@@ -29,6 +29,13 @@ struct KVRect {
   double height = 0;
 };
 
+// A picture of a window, as PNG.
+struct KVWindowImage {
+  std::string png;
+  int width = 0;  // in pixels, which may be more than the window's screen size (a HiDPI screen)
+  int height = 0;
+};
+
 // The room a label gives its text, measured with the label's font: what decides whether the
 // text fits or is cut off.
 struct KVTextBox {
@@ -136,6 +143,9 @@ class KOLVANE_EXPORT KVHostList : public KVHostView {
 class KOLVANE_EXPORT KVHostWindow : public KVHostView {
  public:
   virtual std::vector<std::shared_ptr<KVHostView>> rootControllerViews() const = 0;
+  // The window drawn as it is now, its client area only (no frame, no window over it); none
+  // when it cannot be drawn (not shown).
+  virtual std::optional<KVWindowImage> picture() const { return std::nullopt; }
 };
 
 }  // namespace kolvane

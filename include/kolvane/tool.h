@@ -3,6 +3,7 @@
 // the host it installs (kolvane/tool_host.h). Main thread only.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -12,6 +13,7 @@
 #include "kolvane/export.h"
 #include "kolvane/host_view.h"
 #include "kolvane/tool_host.h"
+#include "kolvane/window_capture.h"
 
 namespace kolvane {
 
@@ -31,6 +33,13 @@ class KOLVANE_EXPORT KolvaneTool {
   static void triggerActions();
   // Ctrl+Alt+J: the list of the key window's texts (kolvane/window_texts.h), signed in or not.
   static void triggerWindowTexts();
+  // A capture of the key window (kolvane/window_capture.h): its picture, and the strings and
+  // place of every traced text shown in it. It is kept on this device for the review of
+  // changes and, with a reviewer signed in, sent to the translation server when that takes
+  // captures; `delivered` hears what became of it. None when there is no window to capture.
+  // The menu's "Capture this window" takes one too.
+  static std::optional<KVWindowCapture> captureWindow(
+      std::function<void(KVCaptureDelivery)> delivered = {});
 
   // Pseudo-translation, for checking an app without a translation: while it is on, every
   // answer of the lookup is shown accented, about 40% longer and in brackets, its placeholders

@@ -9,12 +9,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "kolvane/export.h"
+#include "kolvane/window_capture.h"
 #include "kolvane/window_texts.h"
 
 namespace kolvane {
@@ -160,6 +162,10 @@ struct KVReviewCard {
   std::u16string rejectReason;  // why a rejected string was rejected, as the reviewer said
   std::u16string currentText;   // "No translation" when the server has none
   std::u16string currentStatus;
+  // Where the string was seen: the newest capture of a window showing it, and its place in
+  // that capture's picture; null when no window showing it was captured.
+  std::shared_ptr<const KVWindowCapture> capture;
+  KVRect captureRect;
 };
 
 inline constexpr char16_t kKVReviewKeyPrefix[] = u"Key: ";

@@ -6,6 +6,7 @@
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QHostAddress>
+#include <QImage>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -23,6 +24,7 @@
 #include <QVariantAnimation>
 #include <algorithm>
 #include <cmath>
+#include <map>
 
 namespace kolvane::qt {
 namespace {
@@ -299,6 +301,7 @@ class CardStack : public QWidget {
 
   void setCards(std::vector<KVReviewCard> cards) {
     cards_ = std::move(cards);
+    decodePictures();
     update();
   }
   // What shows where no card is left: what the screen is busy with, or that all are dealt with.
@@ -336,15 +339,48 @@ class CardStack : public QWidget {
         painter.rotate(direction_ * throwProgress_ * kKVCardThrowAngle * 180.0 / M_PI);
         painter.translate(-centre);
       }
-      paintCard(painter, card, cards_[static_cast<std::size_t>(depth)], depth == 0);
+      paintCard(painter, card, cards_[static_cast<std::size_t>(depth)], depth == 0, pictures_);
       painter.restore();
     }
     if (cards_.empty()) painter.drawText(rect(), Qt::AlignCenter | Qt::TextWordWrap, emptyText_);
   }
 
  private:
+  using Pictures = std::map<const KVWindowCapture*, QImage>;
+
+  // Each capture's picture decoded once, not on every frame of an animation.
+  void decodePictures() {
+    Pictures pictures;
+    for (const KVReviewCard& card : cards_) {
+      const KVWindowCapture* capture = card.capture.get();
+      if (capture == nullptr || pictures.count(capture) != 0) continue;
+      const auto known = pictures_.find(capture);
+      pictures[capture] =
+          known != pictures_.end()
+              ? known->second
+              : QImage::fromData(reinterpret_cast<const uchar*>(capture->image.png.data()),
+                                 static_cast<int>(capture->image.png.size()), "PNG");
+    }
+    pictures_ = std::move(pictures);
+  }
+
+  // The window the string was seen in, fitted in `room`, its place outlined.
+  static void paintSighting(QPainter& painter, const QRectF& room, const QImage& picture,
+                            const KVRect& place) {
+    if (picture.isNull() || room.height() < 40 || room.width() < 40) return;
+    const double scale = std::min(room.width() / picture.width(), room.height() / picture.height());
+    const QRectF target(room.left(), room.top(), picture.width() * scale, picture.height() * scale);
+    painter.drawImage(target, picture);
+    painter.setPen(QColor(199, 199, 204));
+    painter.drawRect(target);
+    painter.setPen(QPen(QColor(230, 60, 40), 2));
+    painter.drawRect(QRectF(target.left() + place.x * scale, target.top() + place.y * scale,
+                            place.width * scale, place.height * scale)
+                         .adjusted(-2, -2, 2, 2));
+  }
+
   static void paintCard(QPainter& painter, const QRectF& card, const KVReviewCard& content,
-                        bool front) {
+                        bool front, const Pictures& pictures) {
     QPainterPath outline;
     outline.addRoundedRect(card, 12, 12);
     painter.fillPath(outline, front ? QColor(255, 255, 255) : QColor(242, 242, 247));
@@ -373,6 +409,11 @@ class CardStack : public QWidget {
     block(qs(kKVReviewCurrentTitle), grey, true);
     block(qs(content.currentText), Qt::black, false);
     block(qs(content.currentStatus), QColor(44, 165, 200), false);
+    if (const auto picture = pictures.find(content.capture.get()); picture != pictures.end()) {
+      text.setTop(text.top() + 10);
+      block(QStringLiteral("WHERE IT IS"), grey, true);
+      paintSighting(painter, text, picture->second, content.captureRect);
+    }
   }
 
   void animate(double* value, double from, double to, double seconds,
@@ -414,6 +455,7 @@ class CardStack : public QWidget {
   }
 
   std::vector<KVReviewCard> cards_;
+  Pictures pictures_;
   QString emptyText_;
   double throwProgress_ = 0;
   double lift_ = 0;

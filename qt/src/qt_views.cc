@@ -4,10 +4,12 @@
 #include <QAbstractItemView>
 #include <QAction>
 #include <QApplication>
+#include <QBuffer>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QGroupBox>
 #include <QHeaderView>
+#include <QImage>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
@@ -258,6 +260,16 @@ class WindowView : public WidgetView<KVHostWindow> {
   std::shared_ptr<KVHostView> superview() const override { return nullptr; }
   std::vector<std::shared_ptr<KVHostView>> rootControllerViews() const override {
     return subviews();
+  }
+  std::optional<KVWindowImage> picture() const override {
+    if (!widget_ || !widget_->isVisible()) return std::nullopt;
+    const QImage image = widget_->grab().toImage();
+    QByteArray png;
+    QBuffer buffer(&png);
+    if (image.isNull() || !buffer.open(QIODevice::WriteOnly) || !image.save(&buffer, "PNG")) {
+      return std::nullopt;
+    }
+    return KVWindowImage{png.toStdString(), image.width(), image.height()};
   }
 };
 

@@ -3,6 +3,7 @@
 #include "capture/display_checks.h"
 #include "capture/edition_gesture.h"
 #include "capture/tool_host.h"
+#include "capture/window_capture.h"
 #include "core/locale_strings.h"
 #include "core/main_controller.h"
 #include "kolvane/bundle.h"
@@ -36,6 +37,13 @@ std::shared_ptr<KVEditionScreen> KolvaneTool::triggerEdition(
 void KolvaneTool::triggerActions() { kv_openActionsOrLogin(); }
 
 void KolvaneTool::triggerWindowTexts() { kv_openWindowTexts(); }
+
+std::optional<KVWindowCapture> KolvaneTool::captureWindow(
+    std::function<void(KVCaptureDelivery)> delivered) {
+  const auto capture = kv_captureKeyWindow(std::move(delivered));
+  if (!capture) return std::nullopt;
+  return *capture;
+}
 
 void KolvaneTool::setPseudoTranslation(bool on) { kv_setPseudoTranslation(on); }
 

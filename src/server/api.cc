@@ -21,6 +21,7 @@ namespace {
 constexpr std::string_view kTokenPath = "/auth/realms/Kolvane/protocol/openid-connect/token";
 constexpr std::string_view kLogoutPath = "/auth/realms/Kolvane/protocol/openid-connect/logout";
 constexpr std::string_view kSaveFileName = "saveFile.xlf";
+constexpr std::string_view kCaptureFileName = "capture.png";
 
 std::string projectId() { return KVMainController::sharedInstance().appId().value_or(""); }
 
@@ -295,6 +296,35 @@ void KVApi::createIssueForString(const std::shared_ptr<KVStringGroup>& string,
       [completion = std::move(completion)](std::optional<KVError> error, nlohmann::json) {
         if (completion) completion(std::move(error));
       });
+}
+
+void KVApi::projectTakesCaptures(std::function<void(std::optional<KVError>, bool)> completion) {
+  projectInfoForce(false, [completion = std::move(completion)](std::optional<KVError> error,
+                                                               nlohmann::json info) {
+    if (error) return completion(std::move(error), false);
+    const auto extensions = info.is_object() ? info.find("kolvaneExtensions") : info.end();
+    const bool takes =
+        extensions != info.end() && extensions->is_array() &&
+        std::find(extensions->begin(), extensions->end(), "captures") != extensions->end();
+    completion(std::nullopt, takes);
+  });
+}
+
+void KVApi::sendCapture(const std::string& png, const std::string& regions,
+                        std::function<void(std::optional<KVError>, std::size_t)> completion) {
+  const std::string file =
+      KVMainController::kolvaneFilesFolder() + "/" + std::string(kCaptureFileName);
+  if (auto error = KVNetwork::writeData(png, file)) return completion(std::move(error), 0);
+  KVNetwork::postPath(
+      "/kolvane-api/v1/projects/" + projectId() + "/locales/" + localeId() + "/captures", file,
+      [file, completion = std::move(completion)](std::optional<KVError> error,
+                                                 nlohmann::json answer) {
+        removeFileIfPresent(file);
+        const auto& attached = payload(answer, "attachedKeys");
+        completion(std::move(error),
+                   attached.is_number_unsigned() ? attached.get<std::size_t>() : 0);
+      },
+      {{"regions", regions}});
 }
 
 }  // namespace kolvane

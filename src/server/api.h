@@ -57,6 +57,15 @@ class KVApi {
       const KVStringGroups& strings,
       std::function<void(std::optional<KVError>, std::optional<KVWriteFailures>, KVRefusalReasons)>
           completion);
+  // Captures of windows are Kolvane's own extension of the server API: a server that takes
+  // them lists "captures" in its project info's "kolvaneExtensions". Answers from the cached
+  // project info when there is one.
+  static void projectTakesCaptures(std::function<void(std::optional<KVError>, bool)> completion);
+  // Sends a window's picture (PNG) and its regions (a JSON array of {"keys", "text", "x", "y",
+  // "width", "height"}, in the picture's pixels) for the shown locale. The completion gets the
+  // error, or the server's answer ("attachedKeys": how many strings it attached it to).
+  static void sendCapture(const std::string& png, const std::string& regions,
+                          std::function<void(std::optional<KVError>, std::size_t)> completion);
   // Files a translation issue with the string's reject reason and description.
   static void createIssueForString(const std::shared_ptr<KVStringGroup>& string,
                                    std::function<void(std::optional<KVError>)> completion);

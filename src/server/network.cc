@@ -129,13 +129,14 @@ std::optional<KVHttpRequest> KVNetwork::postApiRequestForPath(std::string_view p
   return request;
 }
 
-std::optional<KVHttpRequest> KVNetwork::uploadRequestForPath(
-    std::string_view path, const std::vector<std::string>& files) {
+std::optional<KVHttpRequest> KVNetwork::uploadRequestForPath(std::string_view path,
+                                                             const std::vector<std::string>& files,
+                                                             const FormFields& fields) {
   auto request = requestTo(KVServerApi, path, "POST");
   if (!request) return std::nullopt;
   const std::string boundary = generateBoundaryString();
   request->setHeader("Content-Type", "multipart/form-data; boundary=" + boundary);
-  auto body = createBodyWithBoundary(boundary, {}, files, "file");
+  auto body = createBodyWithBoundary(boundary, fields, files, "file");
   if (!body) return std::nullopt;
   request->body = std::move(*body);
   return request;

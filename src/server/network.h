@@ -43,9 +43,11 @@ class KVNetwork {
                        const KVParametersJson& parameters, KVJsonCompletion completion);
   static void putPath(std::string_view path, bool authenticated, int server,
                       const KVParametersJson& parameters, KVJsonCompletion completion);
-  // Uploads one file as the multipart field "file"; always authenticated.
+  // Uploads one file as the multipart field "file", after the text fields `fields`; always
+  // authenticated.
+  using FormFields = std::vector<std::pair<std::string, std::string>>;
   static void postPath(std::string_view path, const std::string& fileAttachment,
-                       KVJsonCompletion completion);
+                       KVJsonCompletion completion, const FormFields& fields = {});
   // GET on the API host, authenticated, whose body replaces `file` (atomically) when the answer
   // is 200. Any other status leaves the file as it was and is a "server" error with that
   // status; otherwise the error is the connection's or the write's.
@@ -80,9 +82,11 @@ class KVNetwork {
   // The JSON POST to the API host.
   static std::optional<KVHttpRequest> postApiRequestForPath(std::string_view path,
                                                             const KVParametersJson& parameters);
-  // The multipart POST of files to the API host (field "file"); none when a file can't be read.
+  // The multipart POST of text fields and files to the API host (field "file"); none when a
+  // file can't be read.
   static std::optional<KVHttpRequest> uploadRequestForPath(std::string_view path,
-                                                           const std::vector<std::string>& files);
+                                                           const std::vector<std::string>& files,
+                                                           const FormFields& fields = {});
 
   // "Boundary-" and a fresh upper-case UUID.
   static std::string generateBoundaryString();

@@ -95,8 +95,8 @@ void KVNetwork::putPath(std::string_view path, bool authenticated, int server,
 }
 
 void KVNetwork::postPath(std::string_view path, const std::string& fileAttachment,
-                         KVJsonCompletion completion) {
-  auto request = uploadRequestForPath(path, {fileAttachment});
+                         KVJsonCompletion completion, const FormFields& fields) {
+  auto request = uploadRequestForPath(path, {fileAttachment}, fields);
   if (!request) {
     Platform::current().mainQueue().post([completion = std::move(completion), fileAttachment] {
       completion(KVError{kKVErrorDomainFile, kKVErrorCodeFileReadNoSuchFile,

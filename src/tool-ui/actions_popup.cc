@@ -12,6 +12,7 @@
 #include "capture/edition_view_controller.h"
 #include "capture/tool_host.h"
 #include "capture/view_capture.h"
+#include "capture/window_capture.h"
 #include "core/locale_identifiers.h"
 #include "core/locale_strings.h"
 #include "core/main_controller.h"
@@ -167,9 +168,12 @@ KVMenuSection KVActionsPopup::windowSection() const {
   return {u"This window",
           {menuRow(u"Texts of this window", windowTexts_, true, true),
            menuRow(u"Pseudo-translation", onOff(kv_pseudoTranslation())),
-           menuRow(u"Right to left", onOff(kv_rightToLeft()))},
+           menuRow(u"Right to left", onOff(kv_rightToLeft())),
+           menuRow(u"Capture this window", captureDetail_, !capturing_)},
           u"Pseudo-translation shows every text accented, longer and in brackets: texts without "
-          u"brackets are not translatable, texts cut off will not fit."};
+          u"brackets are not translatable, texts cut off will not fit. A capture of the window "
+          u"shows translators where each of its strings is, and the review of your changes "
+          u"too."};
 }
 
 void KVActionsPopup::selectWindowRow(std::size_t row) {
@@ -181,6 +185,45 @@ void KVActionsPopup::selectWindowRow(std::size_t row) {
   }
   if (row == 1) kv_setPseudoTranslation(!kv_pseudoTranslation());
   if (row == 2) kv_setRightToLeft(!kv_rightToLeft());
+  if (row == 3) return captureWindow();
+  changed();
+}
+
+void KVActionsPopup::captureWindow() {
+  capturing_ = true;
+  captureDetail_ = u"Sending…";
+  const auto capture = kv_captureKeyWindow([weak = weak_from_this()](KVCaptureDelivery delivery) {
+    if (const auto popup = weak.lock()) popup->captureWasDelivered(delivery);
+  });
+  if (!capture) {
+    capturing_ = false;
+    captureDetail_ = u"No window to capture";
+  }
+  changed();
+}
+
+void KVActionsPopup::captureWasDelivered(const KVCaptureDelivery& delivery) {
+  using Outcome = KVCaptureDelivery::Outcome;
+  capturing_ = false;
+  const std::u16string strings = toUtf16(std::to_string(delivery.attachedStrings));
+  switch (delivery.outcome) {
+    case Outcome::sent:
+      captureDetail_ = replacingPlaceholder(
+          delivery.attachedStrings == 1 ? u"Sent, for %@ string" : u"Sent, for %@ strings",
+          strings);
+      break;
+    case Outcome::notSignedIn:
+    case Outcome::notTakenThere:
+      captureDetail_ = u"Kept on this device";
+      break;
+    case Outcome::failed:
+      captureDetail_ = u"Not sent";
+      if (const auto host = kv_toolHost()) {
+        host->showAlert({u"Capture not sent", delivery.reason, u"Close", {}, 0, {}},
+                        [](std::size_t) {});
+      }
+      break;
+  }
   changed();
 }
 

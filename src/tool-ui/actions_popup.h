@@ -13,6 +13,7 @@
 #include "kolvane/edition_screen.h"
 #include "kolvane/locale.h"
 #include "kolvane/tool_screens.h"
+#include "kolvane/window_capture.h"
 #include "server/session.h"
 #include "tool-ui/review_view_controller.h"
 
@@ -74,8 +75,10 @@ class KVActionsPopup : public KVActionsMenu,
   // The texts of the app's window: the list of them, with their count.
   KVMenuSection windowSection() const;
   std::size_t windowSectionIndex() const;
-  // The list of the window's texts, or one of the two switches.
+  // The list of the window's texts, one of the two switches, or a capture of the window.
   void selectWindowRow(std::size_t row);
+  void captureWindow();
+  void captureWasDelivered(const KVCaptureDelivery& delivery);
   void ask(KVAlert alert);
   // Unsent changes are kept on the device over a logout, and the reviewer is asked first.
   void askLogOut();
@@ -83,9 +86,11 @@ class KVActionsPopup : public KVActionsMenu,
 
   std::shared_ptr<KVEditionController> editionController_;
   bool isLoading_ = false;
-  bool pulling_ = false;        // the latest text is on its way
-  std::u16string sendSummary_;  // what the last sending did, shown under "Save My Changes"
-  std::u16string windowTexts_;  // the count of the window's texts and their problems
+  bool pulling_ = false;          // the latest text is on its way
+  std::u16string sendSummary_;    // what the last sending did, shown under "Save My Changes"
+  std::u16string windowTexts_;    // the count of the window's texts and their problems
+  bool capturing_ = false;        // a capture of the window is on its way to the server
+  std::u16string captureDetail_;  // what became of the last capture
   Choices sourceLocaleChoices_;
   Choices targetLocaleChoices_;
 };

@@ -8,6 +8,7 @@
 #include "base/utf.h"
 #include "capture/edition_view_controller.h"
 #include "capture/tool_host.h"
+#include "capture/window_capture.h"
 #include "core/locale_strings.h"
 #include "core/main_controller.h"
 #include "core/review_locale_strings.h"
@@ -102,6 +103,10 @@ std::vector<KVReviewCard> KVReviewViewController::cards() const {
     card.currentText =
         change.upstream ? kv_shownServerText(textOf(*change.upstream)) : u"No translation";
     if (change.upstream) card.currentStatus = kv_statusText(change.upstream->status);
+    if (auto sighting = kv_lastSighting(change.sid)) {
+      card.capture = std::move(sighting->capture);
+      card.captureRect = sighting->rect;
+    }
     cards.push_back(std::move(card));
   }
   return cards;

@@ -236,7 +236,7 @@ TEST_F(WindowTextsTest, TheMenuCountsTheTextsSwitchesPseudoAndRightToLeftAndOpen
   platform().queue.runAll();  // the project's workflows, unanswered here
   const auto sections = menu->sections();
   const std::size_t last = sections.size() - 1;
-  ASSERT_EQ(sections[last].rows.size(), 3u);
+  ASSERT_EQ(sections[last].rows.size(), 4u);
   EXPECT_EQ(sections[last].rows[0].title, u"Texts of this window");
   EXPECT_EQ(sections[last].rows[0].detail, u"2 texts, 1 not translatable");
   const auto switches = [&] {

@@ -6,6 +6,7 @@
 
 #include "base/server_text.h"
 #include "base/utf.h"
+#include "capture/window_capture.h"
 #include "core/locale_strings.h"
 #include "core/main_controller.h"
 #include "core/workflow_step.h"
@@ -635,6 +636,10 @@ TEST_F(ReviewTest, TheStackCountsItsCardsShowsDecisionsAndSaysWhatItIsBusyWith) 
   rejected->rejectReason = u"WRONG_TERM";
   rejected->rejectDescription = u"Use the glossary";
   shown().rejectedStrings()["b"] = rejected;
+  // Where "b" was seen: the review shows it on its card.
+  auto capture = std::make_shared<KVWindowCapture>();
+  capture->regions.push_back({u"B", {"b"}, KVRect{4, 5, 6, 7}});
+  kv_keepCapture(capture);
   popup_->selectRow(3, 0);
   auto screen = host_->top<KVReviewViewController>();
   ASSERT_NE(screen, nullptr);
@@ -646,6 +651,10 @@ TEST_F(ReviewTest, TheStackCountsItsCardsShowsDecisionsAndSaysWhatItIsBusyWith) 
   ASSERT_EQ(cards.size(), 2u);
   EXPECT_EQ(cards[1].myStatusCode, KVStringStatusRejected);
   EXPECT_EQ(cards[1].rejectReason.substr(cards[1].rejectReason.find(u':')), u": Use the glossary");
+  EXPECT_EQ(cards[0].capture, nullptr);
+  EXPECT_EQ(cards[1].capture, capture);
+  EXPECT_EQ(cards[1].captureRect.width, 6);
+  kv_forgetCaptures();
   screen->keep();
   screen->cardWasThrown();
   EXPECT_EQ(screen->counterText(), u"2 of 2");
