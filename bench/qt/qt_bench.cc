@@ -8,6 +8,7 @@
 #include <benchmark/benchmark.h>
 
 #include <QApplication>
+#include <QBuffer>
 #include <QGridLayout>
 #include <QLabel>
 #include <QLibraryInfo>
@@ -21,6 +22,7 @@
 #include <map>
 
 #include "bench_support.h"
+#include "capture/window_capture.h"
 #include "capture/window_inventory.h"
 #include "core/main_controller.h"
 #include "core/workflow_step.h"
@@ -241,6 +243,33 @@ void BM_PlainWalkOfTheSameTexts(benchmark::State& state) {
   }
 }
 
+// A capture of that window at a laptop's size: its picture as PNG and the place of every string
+// shown in it.
+void BM_WindowCaptureWithRegions(benchmark::State& state) {
+  const auto window = bigWindow(started());
+  window->resize(1280, 800);
+  QApplication::processEvents();
+  for (auto _ : state) {
+    auto capture = kv_captureWindow(qt::windowOf(window.get()));
+    if (!capture || capture->regions.empty()) return state.SkipWithError("nothing captured");
+    benchmark::DoNotOptimize(capture);
+  }
+}
+
+// The baseline: the same window's picture alone, as PNG.
+void BM_PlainScreenshotOfTheSameWindow(benchmark::State& state) {
+  const auto window = bigWindow(started());
+  window->resize(1280, 800);
+  QApplication::processEvents();
+  for (auto _ : state) {
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    window->grab().toImage().save(&buffer, "PNG");
+    benchmark::DoNotOptimize(png);
+  }
+}
+
 BENCHMARK(BM_QtTranslatorFromQm);
 BENCHMARK(BM_KolvaneTranslator);
 BENCHMARK(BM_AppQmAlone);
@@ -248,6 +277,8 @@ BENCHMARK(BM_KolvaneOverAppQm);
 BENCHMARK(BM_PressToEditionModel)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_WindowTextsInventory)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_PlainWalkOfTheSameTexts)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_WindowCaptureWithRegions)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_PlainScreenshotOfTheSameWindow)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace kolvane::bench
@@ -277,6 +308,14 @@ int main(int argc, char** argv) {
         "Texts of a window (1,000 widgets, 200 menu items) vs a plain walk: %.1fx "
         "(aim: under 16 ms)\n",
         inventory->second / walk->second);
+  }
+  const auto capture = medians.find("BM_WindowCaptureWithRegions");
+  const auto screenshot = medians.find("BM_PlainScreenshotOfTheSameWindow");
+  if (capture != medians.end() && screenshot != medians.end()) {
+    std::printf(
+        "Capture of that window at 1280x800 with its regions vs its screenshot alone: %.2fx "
+        "(aim: under 100 ms)\n",
+        capture->second / screenshot->second);
   }
   return 0;
 }

@@ -13,6 +13,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QTabWidget>
 #include <QTextDocumentFragment>
 #include <QTextEdit>
 #include <QTimer>
@@ -181,8 +182,8 @@ class Walkthrough : public QObject {
            {[] { reportAndCloseAlert(); }, {}, ""}});
     } else {
       append({{[] { click("Get Latest Text"); }, menuReady, "the latest text"},
-              {[this] { shot("06-latest-text.png"); }, {}, ""},
-              {[] { click("Close"); }, {}, ""}});
+              {[this] { shot("06-latest-text.png"); }, {}, ""}});
+      append(captures());
       append(windowTexts());
       append(editAcceptAndReject());
       append(reviewAndSend());
@@ -215,6 +216,46 @@ class Walkthrough : public QObject {
         {[this] { shot("05-workflow-steps.png"); }, {}, ""},
         {[] { chooseListEntry("Review"); }, menuReady, "the menu after the step"},
     };
+  }
+
+  // The window captured from the menu, then every window the app opens captured through the
+  // API, as an automated run would.
+  std::vector<Step> captures() {
+    const auto sent = [] {
+      QPushButton* row = buttonTitled("Capture this window");
+      return row != nullptr && row->isEnabled() && !row->text().endsWith(QStringLiteral("…"));
+    };
+    const auto delivered = [this] { return capturesUnderWay_ == 0; };
+    return {
+        {[] { click("Capture this window"); }, sent, "the capture from the menu"},
+        {[this] { shot("06-capture-sent.png"); }, {}, ""},
+        {[] { click("Close"); }, {}, ""},
+        {[this] { tabs()->setCurrentIndex(1); }, {}, ""},
+        {[this] { capture(&window_, "the inbox's Sent tab"); }, delivered, "a capture sent"},
+        {[this] { tabs()->setCurrentIndex(0); }, {}, ""},
+        {[this] { capture(window_.openMessage(0), "a message"); }, delivered, "a capture sent"},
+        {[this] { window_.closeMessage(); }, {}, ""},
+    };
+  }
+
+  QTabWidget* tabs() { return window_.findChild<QTabWidget*>(); }
+
+  void capture(QWidget* window, const std::string& name) {
+    ++capturesUnderWay_;
+    const auto taken = kolvane::KolvaneQt::captureWindow(
+        window, [this, name](const kolvane::KVCaptureDelivery& delivery) {
+          --capturesUnderWay_;
+          std::cout << "walkthrough: captured " << name << ": "
+                    << (delivery.outcome == kolvane::KVCaptureDelivery::Outcome::sent
+                            ? "sent, for " + std::to_string(delivery.attachedStrings) + " strings"
+                            : "not sent, " +
+                                  QString::fromStdU16String(delivery.reason).toStdString())
+                    << std::endl;
+        });
+    if (!taken) {
+      --capturesUnderWay_;
+      std::cerr << "walkthrough: " << name << " could not be captured\n";
+    }
   }
 
   // The list of the window's texts, then the window pseudo-translated and right to left, both
@@ -426,6 +467,7 @@ class Walkthrough : public QObject {
   std::size_t step_ = 0;
   QUrl signOnPage_;
   bool signedIn_ = false;
+  int capturesUnderWay_ = 0;
 };
 
 }  // namespace

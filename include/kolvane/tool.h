@@ -40,6 +40,10 @@ class KOLVANE_EXPORT KolvaneTool {
   // The menu's "Capture this window" takes one too.
   static std::optional<KVWindowCapture> captureWindow(
       std::function<void(KVCaptureDelivery)> delivered = {});
+  // The same for `window`, one of the app's windows an adapter wrapped.
+  static std::optional<KVWindowCapture> captureWindow(
+      const std::shared_ptr<KVHostWindow>& window,
+      std::function<void(KVCaptureDelivery)> delivered = {});
 
   // Pseudo-translation, for checking an app without a translation: while it is on, every
   // answer of the lookup is shown accented, about 40% longer and in brackets, its placeholders

@@ -560,6 +560,15 @@ QString KolvaneQt::withoutCues(const QString& text) {
   return QString::fromStdU16String(kv_stringByRemovingCues(text.toStdU16String()));
 }
 
+std::optional<KVWindowCapture> KolvaneQt::captureWindow(
+    QWidget* window, std::function<void(const KVCaptureDelivery&)> delivered) {
+  if (window == nullptr) return std::nullopt;
+  return KolvaneTool::captureWindow(qt::windowOf(window->window()),
+                                    [delivered = std::move(delivered)](KVCaptureDelivery delivery) {
+                                      if (delivered) delivered(delivery);
+                                    });
+}
+
 QString KolvaneQt::format(const QString& format, const QStringList& values) {
   std::vector<std::u16string> filled;
   filled.reserve(static_cast<std::size_t>(values.size()));

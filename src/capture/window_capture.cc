@@ -27,7 +27,8 @@ std::optional<KVRect> inPicture(const KVRect& rect, const KVRect& window, double
   const double top = std::clamp((rect.y - window.y) * scaleY, 0.0, double(height));
   const double right = std::clamp((rect.x + rect.width - window.x) * scaleX, 0.0, double(width));
   const double bottom = std::clamp((rect.y + rect.height - window.y) * scaleY, 0.0, double(height));
-  if (right <= left || bottom <= top) return std::nullopt;
+  // Written so that a rectangle with a NaN in it is dropped too.
+  if (!(right > left && bottom > top)) return std::nullopt;
   return KVRect{left, top, right - left, bottom - top};
 }
 
@@ -135,10 +136,9 @@ void kv_deliverCapture(const KVWindowCapture& capture,
       });
 }
 
-std::shared_ptr<const KVWindowCapture> kv_captureKeyWindow(
-    std::function<void(KVCaptureDelivery)> delivered) {
-  const auto host = kv_toolHost();
-  auto capture = host ? kv_captureWindow(host->keyWindow()) : std::nullopt;
+std::shared_ptr<const KVWindowCapture> kv_captureAndDeliver(
+    const std::shared_ptr<KVHostWindow>& window, std::function<void(KVCaptureDelivery)> delivered) {
+  auto capture = kv_captureWindow(window);
   if (!capture) return nullptr;
   auto kept = std::make_shared<const KVWindowCapture>(std::move(*capture));
   kv_keepCapture(kept);
@@ -146,6 +146,12 @@ std::shared_ptr<const KVWindowCapture> kv_captureKeyWindow(
     if (delivered) delivered(std::move(delivery));
   });
   return kept;
+}
+
+std::shared_ptr<const KVWindowCapture> kv_captureKeyWindow(
+    std::function<void(KVCaptureDelivery)> delivered) {
+  const auto host = kv_toolHost();
+  return host ? kv_captureAndDeliver(host->keyWindow(), std::move(delivered)) : nullptr;
 }
 
 }  // namespace kolvane

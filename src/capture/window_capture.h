@@ -44,8 +44,11 @@ void kv_forgetCaptures();
 void kv_deliverCapture(const KVWindowCapture& capture,
                        std::function<void(KVCaptureDelivery)> completion);
 
-// Takes the capture of the host's key window, keeps it and delivers it; `delivered` hears what
-// became of it. None when there is no window to capture (`delivered` is not called then).
+// Takes the capture of `window`, keeps it and delivers it; `delivered` hears what became of
+// it. None when there is no window to capture (`delivered` is not called then).
+std::shared_ptr<const KVWindowCapture> kv_captureAndDeliver(
+    const std::shared_ptr<KVHostWindow>& window, std::function<void(KVCaptureDelivery)> delivered);
+// The same for the host's key window.
 std::shared_ptr<const KVWindowCapture> kv_captureKeyWindow(
     std::function<void(KVCaptureDelivery)> delivered);
 

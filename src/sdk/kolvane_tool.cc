@@ -40,7 +40,13 @@ void KolvaneTool::triggerWindowTexts() { kv_openWindowTexts(); }
 
 std::optional<KVWindowCapture> KolvaneTool::captureWindow(
     std::function<void(KVCaptureDelivery)> delivered) {
-  const auto capture = kv_captureKeyWindow(std::move(delivered));
+  const auto host = kv_toolHost();
+  return captureWindow(host ? host->keyWindow() : nullptr, std::move(delivered));
+}
+
+std::optional<KVWindowCapture> KolvaneTool::captureWindow(
+    const std::shared_ptr<KVHostWindow>& window, std::function<void(KVCaptureDelivery)> delivered) {
+  const auto capture = kv_captureAndDeliver(window, std::move(delivered));
   if (!capture) return std::nullopt;
   return *capture;
 }

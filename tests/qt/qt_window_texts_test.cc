@@ -8,6 +8,7 @@
 
 #include <QComboBox>
 #include <QGroupBox>
+#include <QImage>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMainWindow>
@@ -242,6 +243,44 @@ TEST_F(QtWindowTextsTest, PseudoTranslationAndRightToLeftSwitchOnAndBackWithoutA
   KolvaneTool::setRightToLeft(false);
   EXPECT_EQ(QGuiApplication::layoutDirection(), Qt::LeftToRight);
   EXPECT_FALSE(window_->isRightToLeft());
+}
+
+TEST_F(QtWindowTextsTest, ACaptureIsTheWindowsPictureWithEachShownStringWhereItsWidgetIs) {
+  const auto capture = KolvaneTool::captureWindow();
+  ASSERT_TRUE(capture);
+  const QImage picture = QImage::fromData(reinterpret_cast<const uchar*>(capture->image.png.data()),
+                                          static_cast<int>(capture->image.png.size()), "PNG");
+  const double ratio = window_->devicePixelRatioF();
+  EXPECT_EQ(picture.size(), window_->size() * ratio);
+  EXPECT_EQ(QSize(capture->image.width, capture->image.height), picture.size());
+
+  // Where a widget is in the window's picture.
+  const auto placeOf = [&](const QWidget* widget) {
+    const QPoint origin = widget->mapTo(window_.get(), QPoint(0, 0));
+    return QRectF(origin * ratio, QSizeF(widget->size()) * ratio);
+  };
+  const auto regionsOf = [&](const std::u16string& text) {
+    std::vector<QRectF> found;
+    for (const KVCaptureRegion& region : capture->regions) {
+      if (region.text == text) {
+        found.emplace_back(region.rect.x, region.rect.y, region.rect.width, region.rect.height);
+      }
+    }
+    return found;
+  };
+  auto* button = window_->findChild<QPushButton*>();
+  EXPECT_THAT(regionsOf(u"Ouvrir"), ::testing::ElementsAre(placeOf(button)));
+  EXPECT_THAT(regionsOf(u"Un texte bien trop long pour sa place"),
+              ::testing::ElementsAre(placeOf(narrow_)));
+  // Not shown, or with no string: no region.
+  EXPECT_TRUE(regionsOf(u"Page cachée").empty());
+  EXPECT_TRUE(regionsOf(u"Hard-coded").empty());
+  for (const KVCaptureRegion& region : capture->regions) {
+    EXPECT_FALSE(region.keys.empty());
+    EXPECT_TRUE(
+        QRectF(picture.rect())
+            .contains(QRectF(region.rect.x, region.rect.y, region.rect.width, region.rect.height)));
+  }
 }
 
 }  // namespace

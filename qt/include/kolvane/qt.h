@@ -16,12 +16,15 @@
 #include <QStringList>
 #include <functional>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 
 class QTranslator;
 class QUrl;
+class QWidget;
 
 #include "kolvane/export.h"
+#include "kolvane/window_capture.h"
 
 namespace kolvane {
 
@@ -65,6 +68,13 @@ class KolvaneQt {
   // traceable inside the text it was put in.
   // Example: KolvaneQt::format(qtTrId("welcome.title"), {qtTrId("app.name")})
   static QString format(const QString& format, const QStringList& values);
+  // A capture of `window` (kolvane/window_capture.h), for automated runs that go through an
+  // app's windows: its picture and the place of every string shown in it, kept for the review
+  // of changes and, with a reviewer signed in, sent to the translation server when that takes
+  // captures; `delivered` hears what became of it. None when the window is not shown.
+  // The reviewer's menu captures the app's active window ("Capture this window").
+  static std::optional<KVWindowCapture> captureWindow(
+      QWidget* window, std::function<void(const KVCaptureDelivery&)> delivered = {});
 };
 
 // Kolvane's windows (the edition screen, the menu and its screens, their alerts) as the host app
