@@ -1,6 +1,6 @@
 // The dev server's state in SQLite: projects (their settings as JSON), string units, texts by
-// locale and workflow step, tokens, authorisation codes and issues. One connection behind a
-// mutex; every call is one short transaction.
+// locale and workflow step, tokens, authorisation codes, issues and captures. One connection
+// behind a mutex; every call is one short transaction.
 #pragma once
 
 #include <sqlite3.h>
@@ -8,6 +8,7 @@
 #include <mutex>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,46 @@ struct Text {
 struct Grant {
   std::string username;
   double expires = 0;
+};
+
+// Where a traced text stands in a capture, in image pixels.
+struct TextFrame {
+  std::string text;  // as it was shown
+  double x = 0;
+  double y = 0;
+  double width = 0;
+  double height = 0;
+};
+
+// A traced text and the keys of the strings it was built from (distinct).
+struct CaptureRegion {
+  std::vector<std::string> keys;
+  TextFrame frame;
+};
+
+struct NewCapture {
+  std::string project;
+  std::string locale;
+  std::string uploader;
+  std::string image;   // PNG
+  double created = 0;  // seconds since 1970
+  int width = 0;
+  int height = 0;
+  std::vector<CaptureRegion> regions;
+};
+
+struct StoredCapture {
+  long long id = 0;
+  std::set<std::string> attachedKeys;  // keys the project has units for
+  std::set<std::string> unknownKeys;   // the others, not stored
+};
+
+// A capture as shown for one key: only the frames of that key.
+struct KeyCapture {
+  long long id = 0;
+  int width = 0;
+  int height = 0;
+  std::vector<TextFrame> frames;
 };
 
 class Store {
@@ -80,6 +121,20 @@ class Store {
   int issueCount(const std::string& project);
   std::vector<nlohmann::json> issues(const std::string& project);
 
+  // Stores the capture with each region attached to those of its keys the project has units
+  // for, and lets the oldest captures of its project and locale go beyond the `kept` newest;
+  // all in one transaction.
+  StoredCapture putCapture(const NewCapture& capture, std::size_t kept);
+  // Every key of the locale that has captures, with how many, by key.
+  std::vector<std::pair<std::string, int>> capturedKeys(const std::string& project,
+                                                        const std::string& locale);
+  // The `most` newest captures holding the key, newest first, each with the key's frames.
+  std::vector<KeyCapture> capturesOfKey(const std::string& project, const std::string& locale,
+                                        const std::string& key, std::size_t most);
+  // The PNG of a capture of the project; none for another project's or an unknown id.
+  std::optional<std::string> captureImage(const std::string& project, const std::string& id);
+  int captureCount(const std::string& project, const std::string& locale);
+
  private:
   class Statement;
   class Transaction;
@@ -87,6 +142,12 @@ class Store {
   std::optional<Grant> grantLocked(const std::string& kind, const std::string& value);
   std::optional<std::string> textOfLocked(const std::string& project, const std::string& locale,
                                           const std::string& unitId, const std::string& step);
+  bool hasKeyLocked(const std::string& project, const std::string& key);
+  struct RegionWriter;
+  void attachRegion(const std::string& project, const CaptureRegion& region, RegionWriter& writer,
+                    StoredCapture& stored);
+  void dropOldCapturesLocked(const std::string& project, const std::string& locale,
+                             std::size_t kept);
 
   std::mutex mutex_;
   sqlite3* db_ = nullptr;
