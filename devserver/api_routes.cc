@@ -67,7 +67,9 @@ void Server::installApi(httplib::Server& http) {
              envelope({{"projectId", project->at("id")},
                        {"name", project->at("name")},
                        {"sourceLocaleId", project->at("sourceLocale")},
-                       {"targetLocaleIds", project->at("locales")}}));
+                       {"targetLocaleIds", project->at("locales")},
+                       // What this server takes beyond the common API, for Kolvane's SDK.
+                       {"kolvaneExtensions", nlohmann::json::array({"captures"})}}));
   });
   http.Get(std::string(kWorkflows) + "/workflows",
            [this](const httplib::Request& request, httplib::Response& response) {
@@ -103,6 +105,11 @@ void Server::installApi(httplib::Server& http) {
 std::optional<nlohmann::json> Server::contentProjectOf(const httplib::Request& request,
                                                        httplib::Response& response) {
   if (!authorize(request, response)) return std::nullopt;
+  return localeProjectOf(request, response);
+}
+
+std::optional<nlohmann::json> Server::localeProjectOf(const httplib::Request& request,
+                                                      httplib::Response& response) {
   auto project = projectOf(request, response);
   if (!project) return std::nullopt;
   const std::string locale = request.matches[2];

@@ -49,24 +49,46 @@ std::pair<const char*, const char*> errorWords(int status) {
 
 }  // namespace
 
+ClientJson readClientJson(std::string_view text) {
+  if (text.size() > kMaxJsonBody) {
+    return {nlohmann::json::value_t::discarded, 413, "TOO_LARGE", "JSON may hold at most 4 MiB"};
+  }
+  if (kolvane::jsonNestingDepth(text, kolvane::kMaxJsonDepth) > kolvane::kMaxJsonDepth) {
+    return {nlohmann::json::value_t::discarded, 400, "TOO_DEEP",
+            "JSON may nest arrays and objects at most " + std::to_string(kolvane::kMaxJsonDepth) +
+                " levels deep"};
+  }
+  ClientJson json;
+  json.value = nlohmann::json::parse(text, nullptr, /*allow_exceptions=*/false);
+  if (json.value.is_discarded()) json = {std::move(json.value), 400, "INVALID_JSON", "Not JSON"};
+  return json;
+}
+
 std::optional<nlohmann::json> jsonBody(const httplib::Request& request,
                                        httplib::Response& response) {
-  if (request.body.size() > kMaxJsonBody) {
-    sendError(response, 413, "TOO_LARGE", "A JSON body may hold at most 4 MiB");
+  auto body = readClientJson(request.body);
+  if (body.status != 200) {
+    sendError(response, body.status, body.code, body.message);
     return std::nullopt;
   }
-  if (kolvane::jsonNestingDepth(request.body, kolvane::kMaxJsonDepth) > kolvane::kMaxJsonDepth) {
-    sendError(response, 400, "TOO_DEEP",
-              "A JSON body may nest arrays and objects at most " +
-                  std::to_string(kolvane::kMaxJsonDepth) + " levels deep");
-    return std::nullopt;
+  return std::move(body.value);
+}
+
+std::string htmlEscaped(std::string_view text) {
+  std::string out;
+  for (char c : text) {
+    if (c == '&')
+      out += "&amp;";
+    else if (c == '<')
+      out += "&lt;";
+    else if (c == '>')
+      out += "&gt;";
+    else if (c == '"')
+      out += "&quot;";
+    else
+      out += c;
   }
-  auto body = nlohmann::json::parse(request.body, nullptr, /*allow_exceptions=*/false);
-  if (body.is_discarded()) {
-    sendError(response, 400, "INVALID_JSON", "The body is not JSON");
-    return std::nullopt;
-  }
-  return body;
+  return out;
 }
 
 double now() {
@@ -102,6 +124,7 @@ void Server::install(httplib::Server& http) {
   });
   installSignOn(http);
   installApi(http);
+  installCaptures(http);
   if (options_.faultsEnabled) installFaults(http);
 }
 
@@ -138,7 +161,10 @@ void Server::installFaults(httplib::Server& http) {
         }
       }
     }
-    sendJson(response, 200, {{"texts", texts}, {"issues", store_.issues(project)}});
+    sendJson(response, 200,
+             {{"texts", texts},
+              {"issues", store_.issues(project)},
+              {"captures", store_.captureCount(project, locale)}});
   });
   http.Delete("/_dev/faults", [this](const httplib::Request&, httplib::Response& response) {
     std::lock_guard lock(faultMutex_);
@@ -175,14 +201,18 @@ std::set<std::string> Server::failingHashcodes() {
   return fault_ ? fault_->failHashcodes : std::set<std::string>{};
 }
 
-std::optional<std::string> Server::authorize(const httplib::Request& request,
-                                             httplib::Response& response) {
+std::optional<std::string> Server::bearerUser(const httplib::Request& request) {
   const std::string header = request.get_header_value("Authorization");
   constexpr std::string_view kBearer = "Bearer ";
-  if (header.rfind(kBearer, 0) == 0) {
-    const auto grant = store_.grant("access", header.substr(kBearer.size()));
-    if (grant && grant->expires > now()) return grant->username;
-  }
+  if (header.rfind(kBearer, 0) != 0) return std::nullopt;
+  const auto grant = store_.grant("access", header.substr(kBearer.size()));
+  if (grant && grant->expires > now()) return grant->username;
+  return std::nullopt;
+}
+
+std::optional<std::string> Server::authorize(const httplib::Request& request,
+                                             httplib::Response& response) {
+  if (auto user = bearerUser(request)) return user;
   sendError(response, 401, "AUTHENTICATION_FAILED", "A valid bearer token is needed");
   return std::nullopt;
 }

@@ -1,5 +1,6 @@
-// The routes of the dev server: the sign-on endpoints, the REST API the SDK calls, and the
-// fault switches tests use. State lives in the Store; the options fix token lifetimes.
+// The routes of the dev server: the sign-on endpoints, the REST API the SDK calls, the captures
+// of app windows, and the fault switches tests use. State lives in the Store; the options fix token
+// lifetimes.
 #pragma once
 
 #include <httplib.h>
@@ -10,6 +11,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 
 #include "store.h"
 
@@ -42,6 +44,7 @@ class Server {
  private:
   void installSignOn(httplib::Server& http);
   void installApi(httplib::Server& http);
+  void installCaptures(httplib::Server& http);
   void installFaults(httplib::Server& http);
   // Applies a fault to the request, if one is set; true when the answer is already made.
   bool applyFault(const httplib::Request& request, httplib::Response& response);
@@ -49,6 +52,8 @@ class Server {
   // The user of a valid bearer token; answers 401 and gives none otherwise.
   std::optional<std::string> authorize(const httplib::Request& request,
                                        httplib::Response& response);
+  // The user of the request's bearer token when it is valid; answers nothing.
+  std::optional<std::string> bearerUser(const httplib::Request& request);
   // The project of the path; answers 404 and gives none when it is unknown.
   std::optional<nlohmann::json> projectOf(const httplib::Request& request,
                                           httplib::Response& response);
@@ -56,6 +61,10 @@ class Server {
   // 401 or 404 and gives none otherwise.
   std::optional<nlohmann::json> contentProjectOf(const httplib::Request& request,
                                                  httplib::Response& response);
+  // The project of a path naming a project and one of its locales; answers 404 and gives none
+  // otherwise.
+  std::optional<nlohmann::json> localeProjectOf(const httplib::Request& request,
+                                                httplib::Response& response);
   nlohmann::json tokenAnswer(const std::string& username);
   // The sign-in form posted: a code to the app's redirect, bound to the authorisation request.
   void issueCode(const httplib::Request& request, httplib::Response& response);
@@ -65,6 +74,23 @@ class Server {
   void exportContent(const httplib::Request& request, httplib::Response& response);
   void importContent(const httplib::Request& request, httplib::Response& response);
   void changeStatus(const httplib::Request& request, httplib::Response& response, bool submit);
+
+  // The project of a capture path when a user of the project asks with a bearer token, and that
+  // user; answers 401, 403 or 404 and gives none otherwise.
+  struct Member {
+    nlohmann::json project;
+    std::string username;
+  };
+  std::optional<Member> memberOf(const httplib::Request& request, httplib::Response& response);
+  // True when a browser may see the project's captures: a user of the project asks with a
+  // bearer token or with Basic credentials. Answers 401 with a Basic challenge (403 for
+  // another project's token) otherwise.
+  bool admitsViewer(const httplib::Request& request, httplib::Response& response,
+                    const nlohmann::json& project);
+  void putCapture(const httplib::Request& request, httplib::Response& response);
+  void listCaptures(const httplib::Request& request, httplib::Response& response);
+  void sendCaptureImage(const httplib::Request& request, httplib::Response& response);
+  void sendCapturesPage(const httplib::Request& request, httplib::Response& response);
 
   Store& store_;
   Options options_;
@@ -78,11 +104,21 @@ void sendJson(httplib::Response& response, int status, const nlohmann::json& bod
 // An error envelope: {"response": {"code": code, "errors": [{"code":..., "message": ...}]}}.
 void sendError(httplib::Response& response, int status, const std::string& code,
                const std::string& message);
-// The request's JSON body. Its size and nesting are bounded before anything reads it, since
-// parsing, storing and answering it all recurse; answers 400 (413 when too large) and gives
-// none when it is not JSON or goes past the bounds.
+// JSON a client sent, or why it is refused. Its size and nesting are bounded before anything
+// reads it, since parsing, storing and answering it all recurse.
+struct ClientJson {
+  nlohmann::json value;  // discarded when refused
+  int status = 200;      // 400, or 413 when too large, when refused
+  std::string code;
+  std::string message;
+};
+ClientJson readClientJson(std::string_view text);
+// The request's JSON body; answers the refusal and gives none when it is not JSON or goes past
+// the bounds.
 std::optional<nlohmann::json> jsonBody(const httplib::Request& request,
                                        httplib::Response& response);
+// Text for HTML, in an element or a double-quoted attribute.
+std::string htmlEscaped(std::string_view text);
 double now();
 std::string randomHex(std::size_t bytes);
 

@@ -12,21 +12,6 @@ namespace {
 constexpr const char* kRealm = "/auth/realms/Kolvane/protocol/openid-connect";
 constexpr double kCodeLifetime = 60;
 
-std::string htmlEscaped(const std::string& text) {
-  std::string out;
-  for (char c : text) {
-    if (c == '&')
-      out += "&amp;";
-    else if (c == '<')
-      out += "&lt;";
-    else if (c == '"')
-      out += "&quot;";
-    else
-      out += c;
-  }
-  return out;
-}
-
 // The form posts back to the page with every parameter of the request (state, challenge,
 // redirect), so that the code it leads to is bound to the same authorisation request.
 std::string loginPage(const httplib::Request& request, const std::string& message) {
