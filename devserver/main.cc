@@ -10,6 +10,8 @@
 #include <httplib.h>
 #include <signal.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
@@ -140,14 +142,21 @@ int main(int argc, char** argv) {
       std::cerr << "kolvane-devserver: cannot listen on port " << line.port << "\n";
       return 1;
     }
-    std::thread stopper([&http, &signals] {
+    std::atomic<bool> listened{false};
+    std::thread stopper([&http, &signals, &listened] {
       int received = 0;
       sigwait(&signals, &received);
+      // A signal may come as soon as the line below is out, before the server runs; stopping a
+      // server that does not run yet does nothing, so wait until it does (or gave up).
+      while (!http.is_running() && !listened) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+      }
       http.stop();
     });
     std::printf("listening on http://127.0.0.1:%d\n", port);
     std::fflush(stdout);
     http.listen_after_bind();
+    listened = true;
     stopper.join();
   } catch (const std::exception& error) {
     std::cerr << "kolvane-devserver: " << error.what() << "\n";
