@@ -21,6 +21,7 @@
 #include <QScreen>
 #include <QStackedWidget>
 #include <QStyle>
+#include <QStyleOption>
 #include <QStyleOptionButton>
 #include <QTabBar>
 #include <QTextDocument>
@@ -202,7 +203,8 @@ struct Part {
   std::string name;
   std::function<QString()> read;
   std::function<void(const QString&)> write;
-  // Where the part is in the widget; none for the whole widget.
+  // Where the part is drawn in the widget, none when it is not drawn (a tooltip, an item not
+  // shown); no function for the whole widget.
   std::function<std::optional<QRect>()> rect;
   // The room the part's text is drawn in, when known.
   std::function<std::optional<KVTextBox>()> box;
@@ -237,7 +239,9 @@ class PartLabel : public KVHostLabel {
   void setAttributedText(const KVAttributedText& text) override { setText(text.string()); }
   std::optional<KVRect> rectOnScreen() const override {
     if (!widget_) return std::nullopt;
-    return screenRect(widget_, access_.rect ? access_.rect() : std::nullopt);
+    if (!access_.rect) return screenRect(widget_, std::nullopt);
+    const auto part = access_.rect();
+    return part ? screenRect(widget_, part) : std::nullopt;
   }
   bool notForTranslation() const override {
     return widget_ &&
@@ -518,28 +522,59 @@ class TextEditView : public WidgetView<KVHostTextView, Edit>,
 
 using ContainerView = WidgetView<KVHostView>;
 
-// One text of a widget read and written through a getter and a setter of its own.
+// Where a text the widget holds but does not draw (a tip, a window's title) is drawn: nowhere.
+std::optional<QRect> notDrawn() { return std::nullopt; }
+
+// One text of a widget read and written through a getter and a setter of its own, drawn at
+// `rect` in it.
 template <class Widget>
 std::shared_ptr<KVHostLabel> widgetText(QWidget* shown, Widget* widget, int part, std::string name,
                                         QString (Widget::*read)() const,
-                                        void (Widget::*write)(const QString&)) {
+                                        void (Widget::*write)(const QString&),
+                                        std::function<std::optional<QRect>()> rect) {
   QPointer<Widget> target = widget;
   return std::make_shared<PartLabel>(
-      wrapWidget(shown), shown, part, std::move(name),
-      [target, read] { return target ? (target.data()->*read)() : QString(); },
-      [target, write](const QString& text) {
-        if (target) (target.data()->*write)(text);
-      });
+      wrapWidget(shown), shown, part,
+      Part{std::move(name),
+           [target, read] { return target ? (target.data()->*read)() : QString(); },
+           [target, write](const QString& text) {
+             if (target) (target.data()->*write)(text);
+           },
+           std::move(rect),
+           {},
+           {}});
 }
 
+// A group box draws its title in a place of its own, which its style knows.
+std::optional<QRect> groupBoxTitleRect(const QPointer<QGroupBox>& group) {
+  if (!group) return std::nullopt;
+  QStyleOptionGroupBox option;
+  option.initFrom(group);
+  option.text = group->title();
+  option.subControls = QStyle::SC_GroupBoxLabel;
+  option.lineWidth = 1;
+  option.textAlignment = group->alignment();
+  if (group->isFlat()) option.features |= QStyleOptionFrame::Flat;
+  return group->style()->subControlRect(QStyle::CC_GroupBox, &option, QStyle::SC_GroupBoxLabel,
+                                        group);
+}
+
+// A combo box draws its current item; the others only in its list, when it is open.
 std::shared_ptr<KVHostLabel> comboItem(QComboBox* combo, int index) {
   QPointer<QComboBox> box = combo;
   return std::make_shared<PartLabel>(
-      wrapWidget(combo), combo, 1000 + index, "item " + std::to_string(index + 1),
-      [box, index] { return box ? box->itemText(index) : QString(); },
-      [box, index](const QString& text) {
-        if (box) box->setItemText(index, text);
-      });
+      wrapWidget(combo), combo, 1000 + index,
+      Part{"item " + std::to_string(index + 1),
+           [box, index] { return box ? box->itemText(index) : QString(); },
+           [box, index](const QString& text) {
+             if (box) box->setItemText(index, text);
+           },
+           [box, index]() -> std::optional<QRect> {
+             if (!box || box->currentIndex() != index) return std::nullopt;
+             return box->rect();
+           },
+           {},
+           {}});
 }
 
 std::shared_ptr<KVHostLabel> lineEditText(QLineEdit* edit) {
@@ -567,20 +602,21 @@ enum AttachedPart : int {
 std::vector<std::shared_ptr<KVHostLabel>> attachedTextsOf(QWidget* widget) {
   std::vector<std::shared_ptr<KVHostLabel>> texts;
   // Most widgets have none of these: a label is made only for a text there is.
-  const auto add = [&texts, widget](auto* owner, int part, const char* name, auto read,
-                                    auto write) {
+  const auto add = [&texts, widget](auto* owner, int part, const char* name, auto read, auto write,
+                                    std::function<std::optional<QRect>()> rect) {
     if (!(owner->*read)().isEmpty()) {
-      texts.push_back(widgetText(widget, owner, part, name, read, write));
+      texts.push_back(widgetText(widget, owner, part, name, read, write, std::move(rect)));
     }
   };
   if (widget->isWindow()) {
-    add(widget, kWindowTitle, "title", &QWidget::windowTitle, &QWidget::setWindowTitle);
+    add(widget, kWindowTitle, "title", &QWidget::windowTitle, &QWidget::setWindowTitle, notDrawn);
   }
-  add(widget, kToolTip, "tooltip", &QWidget::toolTip, &QWidget::setToolTip);
-  add(widget, kStatusTip, "status tip", &QWidget::statusTip, &QWidget::setStatusTip);
-  add(widget, kWhatsThis, "what's this", &QWidget::whatsThis, &QWidget::setWhatsThis);
+  add(widget, kToolTip, "tooltip", &QWidget::toolTip, &QWidget::setToolTip, notDrawn);
+  add(widget, kStatusTip, "status tip", &QWidget::statusTip, &QWidget::setStatusTip, notDrawn);
+  add(widget, kWhatsThis, "what's this", &QWidget::whatsThis, &QWidget::setWhatsThis, notDrawn);
   if (auto* group = qobject_cast<QGroupBox*>(widget)) {
-    add(group, kGroupBoxTitle, "title", &QGroupBox::title, &QGroupBox::setTitle);
+    add(group, kGroupBoxTitle, "title", &QGroupBox::title, &QGroupBox::setTitle,
+        [group = QPointer<QGroupBox>(group)] { return groupBoxTitleRect(group); });
   }
   if (auto* combo = qobject_cast<QComboBox*>(widget)) {
     for (int i = 0; i < std::min(combo->count(), kMostRowsLooked); ++i) {

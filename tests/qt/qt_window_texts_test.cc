@@ -272,7 +272,19 @@ TEST_F(QtWindowTextsTest, ACaptureIsTheWindowsPictureWithEachShownStringWhereIts
   EXPECT_THAT(regionsOf(u"Ouvrir"), ::testing::ElementsAre(placeOf(button)));
   EXPECT_THAT(regionsOf(u"Un texte bien trop long pour sa place"),
               ::testing::ElementsAre(placeOf(narrow_)));
-  // Not shown, or with no string: no region.
+  // The shown page of the stack, and the combo box's current item; not its other item.
+  EXPECT_THAT(regionsOf(u"Salut"),
+              ::testing::UnorderedElementsAre(
+                  placeOf(window_->findChild<QStackedWidget*>()->currentWidget()),
+                  placeOf(window_->findChild<QComboBox*>())));
+  EXPECT_TRUE(regionsOf(u"un fichier").size() == 1u);  // the menu's title, not the item
+  // A group box's title where its style draws it, at the top of the box.
+  auto* group = window_->findChild<QGroupBox*>();
+  ASSERT_EQ(regionsOf(u"Récents").size(), 1u);
+  EXPECT_TRUE(placeOf(group).contains(regionsOf(u"Récents")[0]));
+  EXPECT_LT(regionsOf(u"Récents")[0].height(), placeOf(group).height() / 2);
+  // Not drawn in the window (tips, its title), not shown, or with no string: no region.
+  EXPECT_TRUE(regionsOf(u"Ouvre un fichier").empty());
   EXPECT_TRUE(regionsOf(u"Page cachée").empty());
   EXPECT_TRUE(regionsOf(u"Hard-coded").empty());
   for (const KVCaptureRegion& region : capture->regions) {
