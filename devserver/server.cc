@@ -164,7 +164,8 @@ void Server::installFaults(httplib::Server& http) {
     sendJson(response, 200,
              {{"texts", texts},
               {"issues", store_.issues(project)},
-              {"captures", store_.captureCount(project, locale)}});
+              {"captures", store_.captureCount(project, locale)},
+              {"capturedStrings", store_.capturedKeys(project, locale).size()}});
   });
   http.Delete("/_dev/faults", [this](const httplib::Request&, httplib::Response& response) {
     std::lock_guard lock(faultMutex_);

@@ -13,6 +13,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScrollArea>
 #include <QTabWidget>
 #include <QTextDocumentFragment>
 #include <QTextEdit>
@@ -228,7 +229,12 @@ class Walkthrough : public QObject {
     const auto delivered = [this] { return capturesUnderWay_ == 0; };
     return {
         {[] { click("Capture this window"); }, sent, "the capture from the menu"},
-        {[this] { shot("06-capture-sent.png"); }, {}, ""},
+        {[this] {
+           showRow("Capture this window");
+           shot("06-capture-sent.png");
+         },
+         {},
+         ""},
         {[] { click("Close"); }, {}, ""},
         {[this] { tabs()->setCurrentIndex(1); }, {}, ""},
         {[this] { capture(&window_, "the inbox's Sent tab"); }, delivered, "a capture sent"},
@@ -236,6 +242,14 @@ class Walkthrough : public QObject {
         {[this] { capture(window_.openMessage(0), "a message"); }, delivered, "a capture sent"},
         {[this] { window_.closeMessage(); }, {}, ""},
     };
+  }
+
+  // Scrolls the menu to its row `title`, for the screenshot.
+  static void showRow(const QString& title) {
+    QPushButton* row = buttonTitled(title);
+    for (QScrollArea* area : shown<QScrollArea>()) {
+      if (row != nullptr && area->isAncestorOf(row)) area->ensureWidgetVisible(row);
+    }
   }
 
   QTabWidget* tabs() { return window_.findChild<QTabWidget*>(); }

@@ -4,12 +4,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
+
 #include "base/utf.h"
 #include "core/locale_strings.h"
 #include "core/main_controller.h"
 #include "core/workflow_step.h"
 #include "server/api.h"
 #include "server/network.h"
+#include "server/server_url.h"
 #include "server/session.h"
 #include "strings/cues.h"
 #include "support/devserver_process.h"
@@ -305,6 +308,56 @@ TEST(DevServerTest, StateSurvivesARestartWithAFileAndBadRequestsGetEnvelopes) {
     EXPECT_EQ(refreshed.status, 200) << refreshed.body;
   }
   std::remove(db.c_str());
+}
+
+// The start of a PNG of `width` x `height`: its signature and header, all the server reads.
+std::string pngHeader(std::uint32_t width, std::uint32_t height) {
+  std::string png("\x89PNG\r\n\x1a\n\0\0\0\x0dIHDR", 16);
+  for (const std::uint32_t value : {width, height}) {
+    for (int shift = 24; shift >= 0; shift -= 8) png += static_cast<char>((value >> shift) & 0xff);
+  }
+  return png + std::string("\x08\x02\0\0\0-crc", 9);
+}
+
+TEST_F(ReviewRoundTripTest, ACaptureSentToTheServerIsServedBackWithItsRegions) {
+  ASSERT_EQ(signIn(), std::nullopt);
+  std::optional<bool> takes;
+  KVApi::projectTakesCaptures([&takes](auto, bool answer) { takes = answer; });
+  ASSERT_TRUE(wait(takes));
+
+  const std::string png = pngHeader(400, 300);
+  const nlohmann::json regions = {
+      {{"keys", {"welcome.title", "app.name"}},
+       {"text", "Bienvenue dans Courrier"},
+       {"x", 10},
+       {"y", 20},
+       {"width", 200},
+       {"height", 30}},
+      {{"keys", {"no.such.key"}}, {"text", "?"}, {"x", 0}, {"y", 0}, {"width", 5}, {"height", 5}}};
+  std::optional<std::pair<std::optional<KVError>, std::size_t>> sent;
+  KVApi::sendCapture(png, regions.dump(),
+                     [&sent](auto error, std::size_t attached) { sent.emplace(error, attached); });
+  const auto [error, attached] = wait(sent);
+  ASSERT_EQ(error, std::nullopt);
+  EXPECT_EQ(attached, 2u);  // the key the project does not have is left out
+
+  std::optional<nlohmann::json> served;
+  KVNetwork::getPath("/kolvane-api/v1/projects/demo/locales/fr-FR/captures", true, KVServerApi,
+                     {{"key", "app.name"}},
+                     [&served](auto, nlohmann::json answer) { served = std::move(answer); });
+  const nlohmann::json captures = wait(served)["response"]["data"]["captures"];
+  ASSERT_EQ(captures.size(), 1u);
+  EXPECT_EQ(captures[0]["width"], 400);
+  EXPECT_EQ(captures[0]["height"], 300);
+  ASSERT_EQ(captures[0]["regions"].size(), 1u);
+  EXPECT_EQ(captures[0]["regions"][0]["text"], "Bienvenue dans Courrier");
+  EXPECT_EQ(captures[0]["regions"][0]["x"], 10);
+  EXPECT_EQ(captures[0]["regions"][0]["width"], 200);
+  const auto image =
+      testing::directRequest("GET", server_->baseUrl() + captures[0]["image"].get<std::string>(),
+                             {}, {}, {"Authorization: Bearer " + *session().accessToken()});
+  EXPECT_EQ(image.status, 200);
+  EXPECT_EQ(image.body, png);
 }
 
 }  // namespace
