@@ -365,6 +365,15 @@ class TabBarView : public WidgetView<KVHostSegmentedControl, QTabBar>,
   }
 };
 
+// Where a header draws its section; none for a hidden one.
+std::optional<QRect> sectionRect(const QPointer<QHeaderView>& header, int section) {
+  if (!header || header->isSectionHidden(section)) return std::nullopt;
+  const int start = header->sectionViewportPosition(section);
+  const int size = header->sectionSize(section);
+  return header->orientation() == Qt::Horizontal ? QRect(start, 0, size, header->height())
+                                                 : QRect(0, start, header->width(), size);
+}
+
 // One section of a header view.
 class HeaderSectionView : public KVHostTableHeader,
                           public std::enable_shared_from_this<HeaderSectionView> {
@@ -376,12 +385,16 @@ class HeaderSectionView : public KVHostTableHeader,
     const int section = section_;
     return {std::make_shared<PartLabel>(
         std::const_pointer_cast<HeaderSectionView>(shared_from_this()), header_, section,
-        "QHeaderView section", [this] { return QString::fromStdU16String(textLabelText()); },
-        [header, section](const QString& text) {
-          if (header && header->model()) {
-            header->model()->setHeaderData(section, header->orientation(), text);
-          }
-        })};
+        Part{"QHeaderView section",
+             [this] { return QString::fromStdU16String(textLabelText()); },
+             [header, section](const QString& text) {
+               if (header && header->model()) {
+                 header->model()->setHeaderData(section, header->orientation(), text);
+               }
+             },
+             [header, section] { return sectionRect(header, section); },
+             {},
+             {}})};
   }
   std::string className() const override { return "QHeaderView section"; }
   const void* identity() const override { return partIdentity(header_.data(), section_); }

@@ -8,6 +8,7 @@
 
 #include <QComboBox>
 #include <QGroupBox>
+#include <QHeaderView>
 #include <QImage>
 #include <QLabel>
 #include <QLineEdit>
@@ -54,7 +55,9 @@ class QtWindowTextsTest : public testing::CaptureTest {
                 {"recent", u"Récents"},
                 {"tip", u"Ouvre un fichier"},
                 {"page", u"Page cachée"},
-                {"long", u"Un texte bien trop long pour sa place"}});
+                {"long", u"Un texte bien trop long pour sa place"},
+                {"from", u"De"},
+                {"subject", u"Objet"}});
     setBase({{"open", u"Open"}, {"hi", u"Hi"}});
     enableEditing();
     KolvaneQt::install();
@@ -246,6 +249,10 @@ TEST_F(QtWindowTextsTest, PseudoTranslationAndRightToLeftSwitchOnAndBackWithoutA
 }
 
 TEST_F(QtWindowTextsTest, ACaptureIsTheWindowsPictureWithEachShownStringWhereItsWidgetIs) {
+  auto* table = new QTableWidget(1, 2);
+  table->setHorizontalHeaderLabels({qtTrId("from"), qtTrId("subject")});
+  window_->centralWidget()->layout()->addWidget(table);
+  QApplication::processEvents();
   const auto capture = KolvaneTool::captureWindow();
   ASSERT_TRUE(capture);
   const QImage picture = QImage::fromData(reinterpret_cast<const uchar*>(capture->image.png.data()),
@@ -283,6 +290,16 @@ TEST_F(QtWindowTextsTest, ACaptureIsTheWindowsPictureWithEachShownStringWhereIts
   ASSERT_EQ(regionsOf(u"Récents").size(), 1u);
   EXPECT_TRUE(placeOf(group).contains(regionsOf(u"Récents")[0]));
   EXPECT_LT(regionsOf(u"Récents")[0].height(), placeOf(group).height() / 2);
+  // Each header section where it is drawn.
+  QHeaderView* header = table->horizontalHeader();
+  const QRectF headerPlace = placeOf(header);
+  for (int section = 0; section < 2; ++section) {
+    const auto found = regionsOf(section == 0 ? u"De" : u"Objet");
+    ASSERT_EQ(found.size(), 1u);
+    EXPECT_EQ(found[0].left(),
+              headerPlace.left() + header->sectionViewportPosition(section) * ratio);
+    EXPECT_EQ(found[0].width(), header->sectionSize(section) * ratio);
+  }
   // Not drawn in the window (tips, its title), not shown, or with no string: no region.
   EXPECT_TRUE(regionsOf(u"Ouvre un fichier").empty());
   EXPECT_TRUE(regionsOf(u"Page cachée").empty());
