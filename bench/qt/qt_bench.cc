@@ -243,12 +243,17 @@ void BM_PlainWalkOfTheSameTexts(benchmark::State& state) {
   }
 }
 
-// A capture of that window at a laptop's size: its picture as PNG and the place of every string
-// shown in it.
-void BM_WindowCaptureWithRegions(benchmark::State& state) {
-  const auto window = bigWindow(started());
+// That window at a laptop's size.
+std::unique_ptr<QMainWindow> laptopSizedBigWindow() {
+  auto window = bigWindow(started());
   window->resize(1280, 800);
   QApplication::processEvents();
+  return window;
+}
+
+// A capture of that window: its picture as PNG and the place of every string shown in it.
+void BM_WindowCaptureWithRegions(benchmark::State& state) {
+  const auto window = laptopSizedBigWindow();
   for (auto _ : state) {
     auto capture = kv_captureWindow(qt::windowOf(window.get()));
     if (!capture || capture->regions.empty()) return state.SkipWithError("nothing captured");
@@ -258,9 +263,7 @@ void BM_WindowCaptureWithRegions(benchmark::State& state) {
 
 // The baseline: the same window's picture alone, as PNG.
 void BM_PlainScreenshotOfTheSameWindow(benchmark::State& state) {
-  const auto window = bigWindow(started());
-  window->resize(1280, 800);
-  QApplication::processEvents();
+  const auto window = laptopSizedBigWindow();
   for (auto _ : state) {
     QByteArray png;
     QBuffer buffer(&png);
