@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -29,10 +30,13 @@ struct KVRect {
   double height = 0;
 };
 
-// A picture of a window, as PNG.
-struct KVWindowImage {
-  std::string png;
-  int width = 0;  // in pixels, which may be more than the window's screen size (a HiDPI screen)
+// A window drawn, as the toolkit holds it: 32-bit pixels 0xAARRGGBB (Qt's QRgb), read in
+// place rather than copied.
+struct KVWindowPixels {
+  std::shared_ptr<const void> owner;  // keeps `rows` alive
+  const std::uint32_t* rows = nullptr;
+  std::size_t stride = 0;  // pixels from the start of a row to the start of the next
+  int width = 0;           // in pixels, which may be more than the window's screen size (HiDPI)
   int height = 0;
 };
 
@@ -145,7 +149,7 @@ class KOLVANE_EXPORT KVHostWindow : public KVHostView {
   virtual std::vector<std::shared_ptr<KVHostView>> rootControllerViews() const = 0;
   // The window drawn as it is now, its client area only (no frame, no window over it); none
   // when it cannot be drawn (not shown).
-  virtual std::optional<KVWindowImage> picture() const { return std::nullopt; }
+  virtual std::optional<KVWindowPixels> picture() const { return std::nullopt; }
 };
 
 }  // namespace kolvane

@@ -12,6 +12,13 @@
 
 namespace kolvane {
 
+// A window's picture, as PNG.
+struct KVWindowImage {
+  std::string png;
+  int width = 0;  // in pixels
+  int height = 0;
+};
+
 // One traced text in the picture.
 struct KVCaptureRegion {
   std::u16string text;            // as shown, without cues

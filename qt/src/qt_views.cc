@@ -4,7 +4,6 @@
 #include <QAbstractItemView>
 #include <QAction>
 #include <QApplication>
-#include <QBuffer>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QGroupBox>
@@ -258,6 +257,19 @@ class PartLabel : public KVHostLabel {
   Part access_;
 };
 
+// The image's pixels where they are, in 32-bit 0xAARRGGBB (a window is drawn in it, or close).
+std::optional<KVWindowPixels> pixelsOf(QImage image) {
+  if (image.isNull()) return std::nullopt;
+  if (image.format() != QImage::Format_RGB32 && image.format() != QImage::Format_ARGB32 &&
+      image.format() != QImage::Format_ARGB32_Premultiplied) {
+    image = image.convertToFormat(QImage::Format_RGB32);
+  }
+  auto held = std::make_shared<const QImage>(std::move(image));
+  const auto* rows = reinterpret_cast<const std::uint32_t*>(held->constBits());
+  return KVWindowPixels{held, rows, static_cast<std::size_t>(held->bytesPerLine()) / 4,
+                        held->width(), held->height()};
+}
+
 class WindowView : public WidgetView<KVHostWindow> {
  public:
   using WidgetView::WidgetView;
@@ -265,15 +277,9 @@ class WindowView : public WidgetView<KVHostWindow> {
   std::vector<std::shared_ptr<KVHostView>> rootControllerViews() const override {
     return subviews();
   }
-  std::optional<KVWindowImage> picture() const override {
+  std::optional<KVWindowPixels> picture() const override {
     if (!widget_ || !widget_->isVisible()) return std::nullopt;
-    const QImage image = widget_->grab().toImage();
-    QByteArray png;
-    QBuffer buffer(&png);
-    if (image.isNull() || !buffer.open(QIODevice::WriteOnly) || !image.save(&buffer, "PNG")) {
-      return std::nullopt;
-    }
-    return KVWindowImage{png.toStdString(), image.width(), image.height()};
+    return pixelsOf(widget_->grab().toImage());
   }
 };
 

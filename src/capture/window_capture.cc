@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "base/utf.h"
+#include "capture/png_writer.h"
 #include "capture/tool_host.h"
 #include "server/api.h"
 #include "server/session.h"
@@ -73,12 +74,14 @@ std::vector<KVCaptureRegion> kv_captureRegions(const std::vector<KVInventoryEntr
 std::optional<KVWindowCapture> kv_captureWindow(const std::shared_ptr<KVHostWindow>& window) {
   if (!window) return std::nullopt;
   const auto rect = window->rectOnScreen();
-  auto picture = window->picture();
-  if (!rect || !picture || picture->width <= 0 || picture->height <= 0) return std::nullopt;
+  const auto picture = window->picture();
+  if (!rect || !picture) return std::nullopt;
+  auto png = kv_pngFromPixels(*picture);
+  if (!png) return std::nullopt;
   KVWindowCapture capture;
+  capture.image = {std::move(*png), picture->width, picture->height};
   capture.regions =
       kv_captureRegions(kv_windowInventory(window), *rect, picture->width, picture->height);
-  capture.image = std::move(*picture);
   return capture;
 }
 

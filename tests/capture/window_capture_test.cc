@@ -26,7 +26,7 @@ std::tuple<double, double, double, double> tied(const KVRect& rect) {
   return {rect.x, rect.y, rect.width, rect.height};
 }
 
-constexpr char kPng[] = "\x89PNG\r\n\x1a\n-picture-";
+constexpr char kPngSignature[] = "\x89PNG\r\n\x1a\n";
 
 class WindowCaptureTest : public testing::CaptureTest {
  protected:
@@ -35,7 +35,8 @@ class WindowCaptureTest : public testing::CaptureTest {
     showFrench({{"sent", u"Envoyé %@ aujourd'hui"}, {"hi", u"Salut"}, {"file", u"un fichier"}});
     // At (100, 50) on screen, drawn at twice its size (a HiDPI screen).
     window_->rect = KVRect{100, 50, 400, 300};
-    window_->image = KVWindowImage{kPng, 800, 600};
+    auto grey = std::make_shared<std::vector<std::uint32_t>>(800 * 600, 0xff7f7f7f);
+    window_->image = KVWindowPixels{grey, grey->data(), 800, 800, 600};
     page_->parent = window_;
     page_->rect = window_->rect;
     window_->pages.push_back(page_);
@@ -91,7 +92,9 @@ TEST_F(WindowCaptureTest, RegionsAreTheTracedTextsShownInThePictureInItsPixels) 
 
   const auto capture = KolvaneTool::captureWindow();
   ASSERT_TRUE(capture);
-  EXPECT_EQ(capture->image.png, kPng);
+  EXPECT_EQ(capture->image.png.substr(0, 8), kPngSignature);
+  EXPECT_EQ(capture->image.width, 800);
+  EXPECT_EQ(capture->image.height, 600);
   ASSERT_EQ(capture->regions.size(), 3u);
   EXPECT_EQ(capture->regions[0].text, u"Salut");
   EXPECT_THAT(capture->regions[0].keys, ElementsAre("hi"));
@@ -109,6 +112,8 @@ TEST_F(WindowCaptureTest, RegionsAreTheTracedTextsShownInThePictureInItsPixels) 
                                      {"width", 400.0},
                                      {"height", 40.0}}));
 
+  window_->image->stride = 799;  // pixels that cannot be read
+  EXPECT_FALSE(KolvaneTool::captureWindow());
   window_->image.reset();  // a window that cannot be drawn has no capture
   EXPECT_FALSE(KolvaneTool::captureWindow());
   host_->window = nullptr;
@@ -165,7 +170,7 @@ TEST_F(WindowCaptureTest, ACaptureGoesToTheServerAsItsPictureAndRegionsAndTheMen
   EXPECT_THAT(post.url, HasSubstr("/locales/fr-FR/captures"));
   EXPECT_THAT(post.body, HasSubstr("name=\"regions\"\r\n\r\n[{\"height\":32.0,\"keys\":[\"hi\"]"));
   EXPECT_THAT(post.body, HasSubstr("name=\"file\"; filename=\"capture.png\""));
-  EXPECT_THAT(post.body, HasSubstr(kPng));
+  EXPECT_THAT(post.body, HasSubstr(kPngSignature));
   EXPECT_FALSE(
       platform().files.fileExists(KVMainController::kolvaneFilesFolder() + "/capture.png"));
 

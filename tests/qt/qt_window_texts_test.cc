@@ -260,6 +260,8 @@ TEST_F(QtWindowTextsTest, ACaptureIsTheWindowsPictureWithEachShownStringWhereIts
   const double ratio = window_->devicePixelRatioF();
   EXPECT_EQ(picture.size(), window_->size() * ratio);
   EXPECT_EQ(QSize(capture->image.width, capture->image.height), picture.size());
+  // The window as Qt draws it, pixel for pixel.
+  EXPECT_TRUE(picture == window_->grab().toImage().convertToFormat(picture.format()));
 
   // Where a widget is in the window's picture.
   const auto placeOf = [&](const QWidget* widget) {

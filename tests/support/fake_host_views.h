@@ -134,9 +134,9 @@ class FakeWindow : public FakeNode<KVHostWindow> {
  public:
   FakeWindow() : FakeNode("Window") {}
   std::vector<std::shared_ptr<KVHostView>> rootControllerViews() const override { return pages; }
-  std::optional<KVWindowImage> picture() const override { return image; }
+  std::optional<KVWindowPixels> picture() const override { return image; }
   std::vector<std::shared_ptr<KVHostView>> pages;
-  std::optional<KVWindowImage> image;  // none: it cannot be drawn
+  std::optional<KVWindowPixels> image;  // none: it cannot be drawn
 };
 
 // A text attached to `owner` (a tooltip, a title) showing `text` (cues included).
