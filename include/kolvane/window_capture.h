@@ -37,7 +37,10 @@ struct KVCaptureDelivery {
     sent,           // the server keeps it, attached to its strings
     notSignedIn,    // kept on this device only: nobody is signed in
     notTakenThere,  // kept on this device only: the server does not take captures
-    failed,         // kept on this device only: the server could not be reached, or refused
+    // Kept on this device only: it holds nothing for translators (no language is shown, or no
+    // string), or it would mislead them (pseudo-translation or right to left is on).
+    notForTranslators,
+    failed,  // kept on this device only: the server could not be reached, or refused
   };
   Outcome outcome = Outcome::failed;
   // The strings the server attached it to (those it knows).

@@ -364,19 +364,31 @@ class CardStack : public QWidget {
     pictures_ = std::move(pictures);
   }
 
-  // The window the string was seen in, fitted in `room`, its place outlined.
+  // The part of the window around the string, at its size where the card has room (else as
+  // large as the string allows), the string's place outlined.
   static void paintSighting(QPainter& painter, const QRectF& room, const QImage& picture,
                             const KVRect& place) {
     if (picture.isNull() || room.height() < 40 || room.width() < 40) return;
-    const double scale = std::min(room.width() / picture.width(), room.height() / picture.height());
-    const QRectF target(room.left(), room.top(), picture.width() * scale, picture.height() * scale);
-    painter.drawImage(target, picture);
+    const QRectF spot(place.x, place.y, place.width, place.height);
+    constexpr double kMargin = 24;
+    const double scale = std::min({1.0, room.width() / (spot.width() + 2 * kMargin),
+                                   room.height() / (spot.height() + 2 * kMargin)});
+    // What of the picture is shown: the room's size at that scale, centred on the string and
+    // kept within the picture.
+    QRectF source(0, 0, std::min<double>(room.width() / scale, picture.width()),
+                  std::min<double>(room.height() / scale, picture.height()));
+    source.moveCenter(spot.center());
+    source.moveLeft(std::clamp(source.left(), 0.0, picture.width() - source.width()));
+    source.moveTop(std::clamp(source.top(), 0.0, picture.height() - source.height()));
+    const QRectF target(room.topLeft(), source.size() * scale);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.drawImage(target, picture, source);
     painter.setPen(QColor(199, 199, 204));
     painter.drawRect(target);
     painter.setPen(QPen(QColor(230, 60, 40), 2));
-    painter.drawRect(QRectF(target.left() + place.x * scale, target.top() + place.y * scale,
-                            place.width * scale, place.height * scale)
-                         .adjusted(-2, -2, 2, 2));
+    painter.drawRect(
+        QRectF(target.topLeft() + (spot.topLeft() - source.topLeft()) * scale, spot.size() * scale)
+            .adjusted(-2, -2, 2, 2));
   }
 
   static void paintCard(QPainter& painter, const QRectF& card, const KVReviewCard& content,

@@ -3,6 +3,7 @@
 #include <zlib.h>
 
 #include <cstdint>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -89,9 +90,14 @@ DeflatedPart deflatedRows(const KVWindowPixels& pixels, int first, int end, bool
 std::optional<std::string> zlibStreamOfRows(const KVWindowPixels& pixels) {
   const int middle = pixels.height / 2;
   DeflatedPart top;
-  std::thread topThread([&] { top = deflatedRows(pixels, 0, middle, false); });
+  std::optional<std::thread> topThread;
+  try {
+    topThread.emplace([&] { top = deflatedRows(pixels, 0, middle, false); });
+  } catch (const std::system_error&) {
+    top = deflatedRows(pixels, 0, middle, false);  // no thread to be had: one after the other
+  }
   const DeflatedPart bottom = deflatedRows(pixels, middle, pixels.height, true);
-  topThread.join();
+  if (topThread) topThread->join();
   if (!top.ok || !bottom.ok) return std::nullopt;
   std::string stream("\x78\x01", 2);  // deflate, 32 KiB window, fastest
   stream += top.bytes;

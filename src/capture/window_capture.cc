@@ -5,8 +5,10 @@
 #include <nlohmann/json.hpp>
 
 #include "base/utf.h"
+#include "capture/display_checks.h"
 #include "capture/png_writer.h"
 #include "capture/tool_host.h"
+#include "core/main_controller.h"
 #include "server/api.h"
 #include "server/session.h"
 
@@ -33,8 +35,35 @@ std::optional<KVRect> inPicture(const KVRect& rect, const KVRect& window, double
   return KVRect{left, top, right - left, bottom - top};
 }
 
+// What a server is asked to take at most, so that no window's capture is refused whole for
+// one text out of the ordinary: regions, keys of a region, bytes of a key, characters of a text
+// (at most four bytes each in UTF-8).
+constexpr std::size_t kMostRegions = 20'000;
+constexpr std::size_t kMostKeysPerRegion = 64;
+constexpr std::size_t kLongestKey = 4096;
+constexpr std::size_t kLongestText = 1024;
+
+std::u16string boundedText(std::u16string text) {
+  if (text.size() <= kLongestText) return text;
+  std::size_t cut = kLongestText;
+  // Not between the two halves of a character.
+  if (text[cut - 1] >= 0xD800 && text[cut - 1] <= 0xDBFF) --cut;
+  text.resize(cut);
+  return text;
+}
+
 KVCaptureDelivery notSent(KVCaptureDelivery::Outcome outcome, std::u16string reason) {
   return {outcome, 0, std::move(reason)};
+}
+
+// Why translators should not get `capture`, if they should not.
+std::optional<std::u16string> reasonNotForTranslators(const KVWindowCapture& capture) {
+  if (!KVMainController::sharedInstance().locale()) return u"No language is shown.";
+  // The window is not as translators will see it.
+  if (kv_pseudoTranslation()) return u"Pseudo-translation is on.";
+  if (kv_rightToLeft()) return u"Right to left is on.";
+  if (capture.regions.empty()) return u"No string is shown in this window.";
+  return std::nullopt;
 }
 
 void send(const std::string& png, const std::string& regions,
@@ -64,9 +93,15 @@ std::vector<KVCaptureRegion> kv_captureRegions(const std::vector<KVInventoryEntr
     const auto rect =
         inPicture(*entry.rect, windowRect, scaleX, scaleY, pictureWidth, pictureHeight);
     if (!rect) continue;
-    KVCaptureRegion region{entry.row.text, {}, *rect};
-    for (const KVWindowTextString& string : entry.row.strings) region.keys.push_back(string.key);
+    KVCaptureRegion region{boundedText(entry.row.text), {}, *rect};
+    for (const KVWindowTextString& string : entry.row.strings) {
+      if (string.key.size() <= kLongestKey && region.keys.size() < kMostKeysPerRegion) {
+        region.keys.push_back(string.key);
+      }
+    }
+    if (region.keys.empty()) continue;
     regions.push_back(std::move(region));
+    if (regions.size() == kMostRegions) break;
   }
   return regions;
 }
@@ -125,6 +160,9 @@ void kv_deliverCapture(const KVWindowCapture& capture,
   using Outcome = KVCaptureDelivery::Outcome;
   if (!KVSession::sharedInstance().isLoggedIn()) {
     return completion(notSent(Outcome::notSignedIn, u"Nobody is signed in."));
+  }
+  if (auto reason = reasonNotForTranslators(capture)) {
+    return completion(notSent(Outcome::notForTranslators, std::move(*reason)));
   }
   KVApi::projectTakesCaptures(
       [png = capture.image.png, regions = kv_captureRegionsJson(capture.regions),

@@ -88,6 +88,18 @@ void forEachFailure(const nlohmann::json& entries, const char* hashKey, const KV
   }
 }
 
+// The message of the first error of an error answer; empty when there is none.
+std::string firstErrorMessage(const nlohmann::json& answer) {
+  const auto* errors = answer.is_object() && answer.contains("response") &&
+                               answer["response"].is_object() &&
+                               answer["response"].contains("errors")
+                           ? &answer["response"]["errors"]
+                           : nullptr;
+  if (errors == nullptr || !errors->is_array() || errors->empty()) return {};
+  const auto& first = errors->front();
+  return first.is_object() ? reasonText(first.value("message", nlohmann::json())) : std::string();
+}
+
 KVRefusalReasons reasonForAll(const KVGroupList& strings, const KVError& error) {
   KVRefusalReasons reasons;
   for (const auto& string : strings) {
@@ -320,6 +332,10 @@ void KVApi::sendCapture(const std::string& png, const std::string& regions,
       [file, completion = std::move(completion)](std::optional<KVError> error,
                                                  nlohmann::json answer) {
         removeFileIfPresent(file);
+        // A refusal in the server's own words, rather than a count of its errors.
+        if (const auto said = firstErrorMessage(answer); error && !said.empty()) {
+          error->localizedDescription = said;
+        }
         const auto& attached = payload(answer, "attachedKeys");
         completion(std::move(error),
                    attached.is_number_unsigned() ? attached.get<std::size_t>() : 0);

@@ -169,7 +169,7 @@ KVMenuSection KVActionsPopup::windowSection() const {
           {menuRow(u"Texts of this window", windowTexts_, true, true),
            menuRow(u"Pseudo-translation", onOff(kv_pseudoTranslation())),
            menuRow(u"Right to left", onOff(kv_rightToLeft())),
-           menuRow(u"Capture this window", captureDetail_, !capturing_)},
+           menuRow(u"Capture this window", captureDetail_)},
           u"Pseudo-translation shows every text accented, longer and in brackets: texts without "
           u"brackets are not translatable, texts cut off will not fit. A capture of the window "
           u"shows translators where each of its strings is, and the review of your changes "
@@ -190,6 +190,8 @@ void KVActionsPopup::selectWindowRow(std::size_t row) {
 }
 
 void KVActionsPopup::captureWindow() {
+  // One at a time; the row stays enabled, since a disabled row would lose the keyboard focus.
+  if (capturing_) return;
   capturing_ = true;
   captureDetail_ = u"Sending…";
   const auto capture = kv_captureKeyWindow([weak = weak_from_this()](KVCaptureDelivery delivery) {
@@ -215,6 +217,9 @@ void KVActionsPopup::captureWasDelivered(const KVCaptureDelivery& delivery) {
     case Outcome::notSignedIn:
     case Outcome::notTakenThere:
       captureDetail_ = u"Kept on this device";
+      break;
+    case Outcome::notForTranslators:
+      captureDetail_ = u"Kept on this device. " + delivery.reason;
       break;
     case Outcome::failed:
       captureDetail_ = u"Not sent";

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <tuple>
 
 #include "capture/capture_fixture.h"
@@ -160,9 +161,14 @@ TEST_F(WindowCaptureTest, ACaptureGoesToTheServerAsItsPictureAndRegionsAndTheMen
   EXPECT_EQ(captureRow().title, u"Capture this window");
   menu->selectRow(last, 3);
   EXPECT_EQ(captureRow().detail, u"Sending…");
-  EXPECT_FALSE(captureRow().enabled);  // one at a time
+  menu->selectRow(last, 3);  // one at a time
   platform().queue.runAll();
   EXPECT_EQ(captureRow().detail, u"Sent, for 1 string");
+  EXPECT_EQ(std::count_if(platform().transport.sent.begin(), platform().transport.sent.end(),
+                          [](const HttpRequest& sent) {
+                            return sent.url.find("/captures") != std::string::npos;
+                          }),
+            1);
 
   const HttpRequest& post = platform().transport.sent.back();
   EXPECT_EQ(post.method, "POST");
@@ -174,14 +180,35 @@ TEST_F(WindowCaptureTest, ACaptureGoesToTheServerAsItsPictureAndRegionsAndTheMen
   EXPECT_FALSE(
       platform().files.fileExists(KVMainController::kolvaneFilesFolder() + "/capture.png"));
 
-  // A refusal is told in words; the capture stays on the device.
-  answer(R"({"kolvaneExtensions": ["captures"]})", 500, R"({"response": {"code": "TOO_LARGE"}})");
+  // A refusal is told in the server's words; the capture stays on the device.
+  answer(R"({"kolvaneExtensions": ["captures"]})", 400,
+         R"({"response": {"code": "INVALID_REGIONS", "errors": [{"code": "INVALID_REGIONS",
+             "message": "A region needs a key"}]}})");
   menu->selectRow(last, 3);
   platform().queue.runAll();
   EXPECT_EQ(captureRow().detail, u"Not sent");
   ASSERT_EQ(host_->alerts.size(), 1u);
   EXPECT_EQ(host_->alerts[0].title, u"Capture not sent");
-  EXPECT_EQ(host_->alerts[0].message, u"TOO_LARGE");
+  EXPECT_EQ(host_->alerts[0].message, u"A region needs a key");
+}
+
+TEST_F(WindowCaptureTest, WindowsNotAsTranslatorsWillSeeThemOrWithoutStringsAreNotSent) {
+  logIn();
+  answer(R"({"kolvaneExtensions": ["captures"]})", 200, "{}");
+  const auto kept = [this](const std::u16string& reason) {
+    const auto delivered = deliver();
+    EXPECT_EQ(delivered.outcome, KVCaptureDelivery::Outcome::notForTranslators);
+    EXPECT_EQ(delivered.reason, reason);
+  };
+  label(u"Hard-coded", KVRect{110, 70, 100, 16});
+  kept(u"No string is shown in this window.");
+  label(u"[Salut]", KVRect{110, 90, 100, 16});
+  KolvaneTool::setPseudoTranslation(true);
+  kept(u"Pseudo-translation is on.");
+  KolvaneTool::setPseudoTranslation(false);
+  controller().setLocaleStrings(nullptr);
+  kept(u"No language is shown.");
+  EXPECT_TRUE(platform().transport.sent.empty());
 }
 
 }  // namespace
