@@ -124,7 +124,8 @@ void Server::putCapture(const httplib::Request& request, httplib::Response& resp
                            .regions = std::move(*regions)};
   const StoredCapture stored = store_.putCapture(capture, kMaxCapturesKept);
   sendJson(response, 200,
-           envelope({{"captureId", std::to_string(stored.id)},
+           envelope({{"captureId", stored.id == 0 ? nlohmann::json()
+                                                  : nlohmann::json(std::to_string(stored.id))},
                      {"width", size->width},
                      {"height", size->height},
                      {"attachedKeys", stored.attachedKeys.size()},

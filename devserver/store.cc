@@ -330,6 +330,12 @@ StoredCapture Store::putCapture(const NewCapture& capture, std::size_t kept) {
   for (const CaptureRegion& region : capture.regions) {
     attachRegion(capture.project, region, writer, stored);
   }
+  // A capture that shows no string of the project is shown nowhere: it is not kept, so it
+  // cannot push out captures that are.
+  if (stored.attachedKeys.empty()) {
+    stored.id = 0;
+    return stored;
+  }
   dropOldCapturesLocked(capture.project, capture.locale, kept);
   transaction.commit();
   return stored;

@@ -58,7 +58,7 @@ struct NewCapture {
 };
 
 struct StoredCapture {
-  long long id = 0;
+  long long id = 0;                    // 0: not kept, since it shows no key of the project
   std::set<std::string> attachedKeys;  // keys the project has units for
   std::set<std::string> unknownKeys;   // the others, not stored
 };

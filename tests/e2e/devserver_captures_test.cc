@@ -180,7 +180,11 @@ TEST_F(DevServerCapturesTest, ACaptureIsServedBackByKeyWithItsRegionsClipped) {
   EXPECT_EQ(dataOf(stored), nlohmann::json::parse(R"({"captureId": ")" + id + R"(", "width": 40,
       "height": 30, "attachedKeys": 1, "unknownKeys": ["no.such.key"]})"));
   ASSERT_EQ(send(png(8, 8), listOf({region(R"(["welcome.title"])", 1, 1, 2, 2)})).status, 200);
-  ASSERT_EQ(send(png(8, 8), std::nullopt).status, 200);
+  // Showing no string of the project, a capture is shown nowhere: it is not kept.
+  const auto keyless = send(png(8, 8), std::nullopt);
+  ASSERT_EQ(keyless.status, 200);
+  EXPECT_TRUE(dataOf(keyless)["captureId"].is_null());
+  EXPECT_EQ(storedCaptures(), 2);
 
   EXPECT_EQ(dataOf(get(kCaptures))["strings"],
             nlohmann::json::parse(R"([{"key": "welcome.title", "captures": 2}])"));
@@ -200,7 +204,7 @@ TEST_F(DevServerCapturesTest, ACaptureIsServedBackByKeyWithItsRegionsClipped) {
   EXPECT_EQ(headerOf(byKey[1]["image"].get<std::string>(), "Content-Type", "reviewer:reviewer"),
             "image/png");
   EXPECT_EQ(served.body, image);
-  EXPECT_EQ(storedCaptures(), 3);
+  EXPECT_EQ(storedCaptures(), 2);
   EXPECT_EQ(storedCaptures("de-DE"), 0);
 }
 
