@@ -74,12 +74,20 @@ std::string widgetPathName(const QWidget* widget) {
 
 // `part` (in the widget's coordinates; the whole widget when none) on the screen, while the
 // widget is shown.
+// Where `part` of the widget (all of it when none) is seen on screen: clipped by the widget and
+// every ancestor up to its window (a scroll area's viewport hides what is scrolled away); none
+// when nothing of it is seen.
 std::optional<KVRect> screenRect(const QWidget* widget, const std::optional<QRect>& part) {
   if (widget == nullptr || !widget->isVisible()) return std::nullopt;
-  const QRect local = part.value_or(widget->rect());
-  const QPoint origin = widget->mapToGlobal(local.topLeft());
-  return KVRect{static_cast<double>(origin.x()), static_cast<double>(origin.y()),
-                static_cast<double>(local.width()), static_cast<double>(local.height())};
+  QRect seen = part.value_or(widget->rect()) & widget->rect();
+  seen.moveTopLeft(widget->mapToGlobal(seen.topLeft()));
+  for (const QWidget* above = widget; !above->isWindow() && !seen.isEmpty();) {
+    above = above->parentWidget();
+    seen &= QRect(above->mapToGlobal(QPoint(0, 0)), above->size());
+  }
+  if (seen.isEmpty()) return std::nullopt;
+  return KVRect{static_cast<double>(seen.x()), static_cast<double>(seen.y()),
+                static_cast<double>(seen.width()), static_cast<double>(seen.height())};
 }
 
 // Text measured as drawn: cues take no room, and a mnemonic's "&" is not drawn.

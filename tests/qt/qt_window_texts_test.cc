@@ -16,6 +16,7 @@
 #include <QMenuBar>
 #include <QPushButton>
 #include <QScreen>
+#include <QScrollArea>
 #include <QStackedWidget>
 #include <QTableWidget>
 #include <QTest>
@@ -57,7 +58,8 @@ class QtWindowTextsTest : public testing::CaptureTest {
                 {"page", u"Page cachée"},
                 {"long", u"Un texte bien trop long pour sa place"},
                 {"from", u"De"},
-                {"subject", u"Objet"}});
+                {"subject", u"Objet"},
+                {"below", u"Tout en bas"}});
     setBase({{"open", u"Open"}, {"hi", u"Hi"}});
     enableEditing();
     KolvaneQt::install();
@@ -252,6 +254,14 @@ TEST_F(QtWindowTextsTest, ACaptureIsTheWindowsPictureWithEachShownStringWhereIts
   auto* table = new QTableWidget(1, 2);
   table->setHorizontalHeaderLabels({qtTrId("from"), qtTrId("subject")});
   window_->centralWidget()->layout()->addWidget(table);
+  // A label just past its scroll area's view, over widgets of the window below it.
+  auto* scrolled = new QWidget;
+  scrolled->setMinimumHeight(400);
+  (new QLabel(qtTrId("below"), scrolled))->move(0, 60);
+  auto* scroll = new QScrollArea;
+  scroll->setFixedHeight(50);
+  scroll->setWidget(scrolled);
+  qobject_cast<QVBoxLayout*>(window_->centralWidget()->layout())->insertWidget(0, scroll);
   QApplication::processEvents();
   const auto capture = KolvaneTool::captureWindow();
   ASSERT_TRUE(capture);
@@ -306,6 +316,7 @@ TEST_F(QtWindowTextsTest, ACaptureIsTheWindowsPictureWithEachShownStringWhereIts
   EXPECT_TRUE(regionsOf(u"Ouvre un fichier").empty());
   EXPECT_TRUE(regionsOf(u"Page cachée").empty());
   EXPECT_TRUE(regionsOf(u"Hard-coded").empty());
+  EXPECT_TRUE(regionsOf(u"Tout en bas").empty());
   for (const KVCaptureRegion& region : capture->regions) {
     EXPECT_FALSE(region.keys.empty());
     EXPECT_TRUE(
