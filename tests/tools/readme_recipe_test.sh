@@ -8,7 +8,7 @@ readme=$1
 build=$2
 work=$(mktemp -d)
 server_pid=
-trap '[ -n "$server_pid" ] && kill "$server_pid" 2>/dev/null; rm -rf "$work"' EXIT
+trap '[ -n "$server_pid" ] && kill "$server_pid" 2>/dev/null && wait "$server_pid"; rm -rf "$work"' EXIT
 
 recipe=$(sed -n '/<!-- recipe: devserver -->/,/<!-- end recipe -->/p' "$readme" |
   sed -n 's/^    //p')
@@ -24,7 +24,9 @@ while IFS= read -r line; do
   case $line in
     cmake*) continue ;;  # the tree under test is built already
     *" &")
-      eval "${line% &}" >"$work/server.log" 2>&1 &
+      # exec: the server itself is the background job, so that the trap stops it, not a shell
+      # that would leave it running.
+      eval "exec ${line% &}" >"$work/server.log" 2>&1 &
       server_pid=$!
       for _ in $(seq 100); do
         grep -q 'listening on' "$work/server.log" && break
