@@ -30,11 +30,12 @@ std::string localeId() {
   return locale ? kolvaneLocaleIdentifier(*locale) : std::string();
 }
 
-// "response" → "data" → `name` of an answer, or null.
-const nlohmann::json& payload(const nlohmann::json& answer, const char* name = nullptr) {
+// The value at `path` in an answer, or null; a null step ends the path there.
+const nlohmann::json& valueAt(const nlohmann::json& answer,
+                              std::initializer_list<const char*> path) {
   static const nlohmann::json none;
   const nlohmann::json* value = &answer;
-  for (const char* step : {"response", "data", name}) {
+  for (const char* step : path) {
     if (step == nullptr) break;
     if (!value->is_object()) return none;
     const auto found = value->find(step);
@@ -42,6 +43,11 @@ const nlohmann::json& payload(const nlohmann::json& answer, const char* name = n
     value = &*found;
   }
   return *value;
+}
+
+// "response" → "data" → `name` of an answer, or null.
+const nlohmann::json& payload(const nlohmann::json& answer, const char* name = nullptr) {
+  return valueAt(answer, {"response", "data", name});
 }
 
 // A reason the server gave: a text, or texts joined; nothing else reads as one. Bounded, as
@@ -90,14 +96,9 @@ void forEachFailure(const nlohmann::json& entries, const char* hashKey, const KV
 
 // The message of the first error of an error answer; empty when there is none.
 std::string firstErrorMessage(const nlohmann::json& answer) {
-  const auto* errors = answer.is_object() && answer.contains("response") &&
-                               answer["response"].is_object() &&
-                               answer["response"].contains("errors")
-                           ? &answer["response"]["errors"]
-                           : nullptr;
-  if (errors == nullptr || !errors->is_array() || errors->empty()) return {};
-  const auto& first = errors->front();
-  return first.is_object() ? reasonText(first.value("message", nlohmann::json())) : std::string();
+  const auto& errors = valueAt(answer, {"response", "errors"});
+  if (!errors.is_array() || errors.empty() || !errors.front().is_object()) return {};
+  return reasonText(errors.front().value("message", nlohmann::json()));
 }
 
 KVRefusalReasons reasonForAll(const KVGroupList& strings, const KVError& error) {
