@@ -21,8 +21,8 @@ using testing::directRequest;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-constexpr const char* kRealm = "/auth/realms/Kolvane/protocol/openid-connect";
-constexpr const char* kForm = "application/x-www-form-urlencoded";
+using testing::kFormType;
+using testing::kSignOnRealm;
 constexpr const char* kCaptures = "/kolvane-api/v1/projects/demo/locales/fr-FR/captures";
 constexpr const char* kPage = "/kolvane/projects/demo/locales/fr-FR/captures";
 
@@ -107,14 +107,14 @@ class DevServerCapturesTest : public ::testing::Test {
   std::string url(const std::string& path) const { return server_->baseUrl() + path; }
   // Signs in on the form, its password its name, and exchanges the code.
   std::string tokenOf(const std::string& user) {
-    const auto form =
-        directRequest("POST", url(std::string(kRealm) + "/auth?redirect_uri=kolvane-test://login/"),
-                      "username=" + user + "&password=" + user, kForm);
+    const auto form = directRequest(
+        "POST", url(std::string(kSignOnRealm) + "/auth?redirect_uri=kolvane-test://login/"),
+        "username=" + user + "&password=" + user, kFormType);
     const auto tokens =
-        directRequest("POST", url(std::string(kRealm) + "/token"),
+        directRequest("POST", url(std::string(kSignOnRealm) + "/token"),
                       "grant_type=authorization_code&redirect_uri=kolvane-test://login/&code=" +
                           form.location.substr(form.location.find("code=") + 5),
-                      kForm);
+                      kFormType);
     return nlohmann::json::parse(tokens.body, nullptr, false).value("access_token", "");
   }
   testing::DirectAnswer send(const std::optional<std::string>& image,

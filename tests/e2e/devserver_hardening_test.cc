@@ -24,8 +24,8 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
 
-constexpr const char* kRealm = "/auth/realms/Kolvane/protocol/openid-connect";
-constexpr const char* kForm = "application/x-www-form-urlencoded";
+using testing::kFormType;
+using testing::kSignOnRealm;
 constexpr const char* kAppRedirect = "kolvane-test://login/";
 
 // The example of RFC 7636, appendix B.
@@ -62,16 +62,16 @@ class DevServerHardeningTest : public ::testing::Test {
   std::string url(const std::string& path) const { return server_.baseUrl() + path; }
   // Posts the sign-in form; `query` is the authorisation request's, starting at the redirect.
   testing::DirectAnswer signIn(const std::string& query) {
-    return directRequest("POST", url(std::string(kRealm) + "/auth?redirect_uri=" + query),
-                         "username=reviewer&password=reviewer", kForm);
+    return directRequest("POST", url(std::string(kSignOnRealm) + "/auth?redirect_uri=" + query),
+                         "username=reviewer&password=reviewer", kFormType);
   }
   std::string codeFor(const std::string& query) {
     return queryValue(signIn(query).location, "code").value_or("");
   }
   std::string code() { return codeFor(kAppRedirect); }
   testing::DirectAnswer exchange(const std::string& code, const std::string& parameters) {
-    return directRequest("POST", url(std::string(kRealm) + "/token"),
-                         "grant_type=authorization_code&code=" + code + parameters, kForm);
+    return directRequest("POST", url(std::string(kSignOnRealm) + "/token"),
+                         "grant_type=authorization_code&code=" + code + parameters, kFormType);
   }
   std::string accessToken() {
     const auto answer = exchange(code(), std::string("&redirect_uri=") + kAppRedirect);
@@ -114,8 +114,8 @@ TEST_F(DevServerHardeningTest, CodesGoOnlyToTheAppSchemeOrALoopbackPortThatExist
     EXPECT_EQ(answer.location, "") << refused;
     EXPECT_EQ(errorOf(answer), "invalid_request") << refused;
   }
-  const auto page =
-      directRequest("GET", url(std::string(kRealm) + "/auth?redirect_uri=http://127.0.0.1:99999/"));
+  const auto page = directRequest(
+      "GET", url(std::string(kSignOnRealm) + "/auth?redirect_uri=http://127.0.0.1:99999/"));
   EXPECT_EQ(page.status, 400);
   EXPECT_THAT(page.body, Not(HasSubstr("<form")));
 }
@@ -125,14 +125,16 @@ TEST_F(DevServerHardeningTest, TheStateOfTheSignOnRequestComesBackOnEveryRedirec
   const std::string encoded = "a%20b%26c%3Dd%2F%C3%A9%2B%25";
   // As a browser goes: the page, a wrong password, then the right one, each through the form.
   const auto page = directRequest(
-      "GET", url(std::string(kRealm) + "/auth?redirect_uri=" + kAppRedirect + "&state=" + encoded));
+      "GET",
+      url(std::string(kSignOnRealm) + "/auth?redirect_uri=" + kAppRedirect + "&state=" + encoded));
   ASSERT_EQ(page.status, 200);
   const std::string action = formAction(page.body);
-  const auto wrong = directRequest("POST", url(action), "username=reviewer&password=wrong", kForm);
+  const auto wrong =
+      directRequest("POST", url(action), "username=reviewer&password=wrong", kFormType);
   EXPECT_EQ(wrong.status, 401);
   EXPECT_EQ(formAction(wrong.body), action);
   const auto right =
-      directRequest("POST", url(action), "username=reviewer&password=reviewer", kForm);
+      directRequest("POST", url(action), "username=reviewer&password=reviewer", kFormType);
   EXPECT_EQ(queryValue(right.location, "state"), state);
   EXPECT_NE(queryValue(right.location, "code").value_or(""), "");
 
@@ -191,8 +193,8 @@ TEST_F(DevServerHardeningTest, ACodeIsExchangedOnlyByItsClientForItsRedirect) {
   // An authorisation request that named no client binds none.
   EXPECT_EQ(exchange(codeFor(kAppRedirect), back + "&client_id=anyone").status, 200);
   EXPECT_EQ(errorOf(exchange("no-such-code", back)), "invalid_grant");
-  EXPECT_EQ(errorOf(directRequest("POST", url(std::string(kRealm) + "/token"),
-                                  "grant_type=password&username=reviewer", kForm)),
+  EXPECT_EQ(errorOf(directRequest("POST", url(std::string(kSignOnRealm) + "/token"),
+                                  "grant_type=password&username=reviewer", kFormType)),
             "unsupported_grant_type");
 }
 
@@ -297,7 +299,7 @@ TEST_F(DevServerHardeningTest, SlowAndHugeRequestsLeaveOthersServed) {
   EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(5));
   for (int fd : slow) ::close(fd);
 
-  const auto huge = directRequest("POST", url("/nowhere"), std::string(20u << 20, 'x'), kForm);
+  const auto huge = directRequest("POST", url("/nowhere"), std::string(20u << 20, 'x'), kFormType);
   EXPECT_EQ(huge.status, 413);
   EXPECT_THAT(huge.body, HasSubstr("TOO_LARGE"));
 }

@@ -24,7 +24,7 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-constexpr const char* kRealm = "/auth/realms/Kolvane/protocol/openid-connect";
+using testing::kSignOnRealm;
 
 class ReviewRoundTripTest : public testing::ReviewerTest {
  protected:
@@ -50,7 +50,7 @@ class ReviewRoundTripTest : public testing::ReviewerTest {
   // Signs in on the server's form and exchanges the code, as the login screen does.
   std::optional<KVError> signIn(const std::string& password = "reviewer") {
     const auto answer = testing::directRequest(
-        "POST", server_->baseUrl() + kRealm + "/auth?redirect_uri=kolvane-test://login/",
+        "POST", server_->baseUrl() + kSignOnRealm + "/auth?redirect_uri=kolvane-test://login/",
         "username=reviewer&password=" + password, "application/x-www-form-urlencoded");
     const auto at = answer.location.find("code=");
     if (answer.status != 302 || at == std::string::npos) return KVError{"test", answer.status, ""};
@@ -288,12 +288,12 @@ TEST(DevServerTest, StateSurvivesARestartWithAFileAndBadRequestsGetEnvelopes) {
     EXPECT_EQ(missing.status, 404);
     EXPECT_THAT(missing.body, HasSubstr(R"("errors")"));
     const auto login = testing::directRequest(
-        "POST", server.baseUrl() + kRealm + "/auth?redirect_uri=kolvane-test://login/",
+        "POST", server.baseUrl() + kSignOnRealm + "/auth?redirect_uri=kolvane-test://login/",
         "username=reviewer&password=reviewer", "application/x-www-form-urlencoded");
     ASSERT_EQ(login.status, 302);
     const std::string code = login.location.substr(login.location.find("code=") + 5);
     const auto token = testing::directRequest(
-        "POST", server.baseUrl() + kRealm + "/token",
+        "POST", server.baseUrl() + kSignOnRealm + "/token",
         "grant_type=authorization_code&redirect_uri=kolvane-test://login/&code=" + code,
         "application/x-www-form-urlencoded");
     ASSERT_EQ(token.status, 200);
@@ -303,7 +303,7 @@ TEST(DevServerTest, StateSurvivesARestartWithAFileAndBadRequestsGetEnvelopes) {
     testing::DevServerProcess again({"--db", db});
     ASSERT_TRUE(again.running());
     const auto refreshed = testing::directRequest(
-        "POST", again.baseUrl() + kRealm + "/token",
+        "POST", again.baseUrl() + kSignOnRealm + "/token",
         "grant_type=refresh_token&refresh_token=" + refresh, "application/x-www-form-urlencoded");
     EXPECT_EQ(refreshed.status, 200) << refreshed.body;
   }

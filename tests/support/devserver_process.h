@@ -27,6 +27,10 @@ class DevServerProcess {
   std::string baseUrl_;
 };
 
+// Where the dev server's sign-on pages are, and the type of the forms they take.
+inline constexpr const char* kSignOnRealm = "/auth/realms/Kolvane/protocol/openid-connect";
+inline constexpr const char* kFormType = "application/x-www-form-urlencoded";
+
 // One HTTP exchange made directly with libcurl, redirects not followed, for what the SDK itself
 // never sends (the sign-in form, the fault switches).
 struct DirectAnswer {
